@@ -1,0 +1,99 @@
+#include "base/json_fields.h"
+
+#include <cmath>
+#include <limits>
+
+#include "base/iso8601.h"
+
+namespace brindle {
+namespace {
+
+constexpr std::size_t deepestNesting = 64;
+
+/// The integer a number stands for, if it is one and fits.
+template <class I>
+bool wholeNumber(double value, I& out) {
+  // 2^63 and 2^64 are exact in a double while the largest integers are not, so compare with "less
+  // than".
+  const double limit = std::is_signed_v<I> ? 0x1.0p63 : 0x1.0p64;
+  const double lowest = std::is_signed_v<I> ? -0x1.0p63 : 0.0;
+  if (!(value >= lowest && value < limit) || std::trunc(value) != value) return false;
+  out = static_cast<I>(value);
+  return true;
+}
+
+}  // namespace
+
+std::optional<Json> parseJson(std::string_view text, boost::json::storage_ptr storage) {
+  boost::json::parse_options options;
+  options.max_depth = deepestNesting;
+  options.allow_invalid_utf8 = false;
+  boost::system::error_code error;
+  Json value = boost::json::parse({text.data(), text.size()}, error, std::move(storage), options);
+  if (error) return std::nullopt;
+  return value;
+}
+
+bool readJson(const Json& json, bool& out) {
+  if (!json.is_bool()) return false;
+  out = json.get_bool();
+  return true;
+}
+
+bool readJson(const Json& json, std::int64_t& out) {
+  if (const auto* value = json.if_int64()) {
+    out = *value;
+    return true;
+  }
+  return json.is_double() && wholeNumber(json.get_double(), out);
+}
+
+bool readJson(const Json& json, std::uint64_t& out) {
+  if (const auto* value = json.if_uint64()) {
+    out = *value;
+    return true;
+  }
+  if (const auto* value = json.if_int64()) {
+    if (*value < 0) return false;
+    out = static_cast<std::uint64_t>(*value);
+    return true;
+  }
+  return json.is_double() && wholeNumber(json.get_double(), out);
+}
+
+bool readJson(const Json& json, double& out) {
+  if (!json.is_number()) return false;
+  const double value = json.to_number<double>();
+  if (!std::isfinite(value)) return false;
+  out = value;
+  return true;
+}
+
+bool readJson(const Json& json, std::string& out) {
+  const auto* text = json.if_string();
+  if (!text) return false;
+  out.assign(text->data(), text->size());
+  return true;
+}
+
+bool readJson(const Json& json, Uuid& out) {
+  const auto* text = json.if_string();
+  if (!text) return false;
+  const auto id = Uuid::parse({text->data(), text->size()});
+  if (id) out = *id;
+  return id.has_value();
+}
+
+bool readJson(const Json& json, WallTime& out) {
+  const auto* text = json.if_string();
+  if (!text) return false;
+  const auto time = parseIsoSeconds({text->data(), text->size()});
+  if (time) out = *time;
+  return time.has_value();
+}
+
+const Json* JsonFields::find(std::string_view key) const {
+  return object_ ? object_->if_contains({key.data(), key.size()}) : nullptr;
+}
+
+}  // namespace brindle
