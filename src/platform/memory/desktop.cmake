@@ -1,0 +1,1 @@
+target_sources(brindle_memory PRIVATE keychain_memory.cpp)
