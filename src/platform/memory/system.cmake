@@ -1,5 +1,5 @@
 # Memory backends: driven by tests and by the rehearsal, used nowhere else.
 brindle_library(brindle_memory
   SOURCES crypto_memory.cpp files_memory.cpp
-  LINKS brindle_testing
+  LINKS brindle_platform
   PRIVATE_LINKS brindle_openssl)
