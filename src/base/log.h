@@ -90,7 +90,7 @@ constexpr Directive nextDirective(std::string_view format, std::size_t from) {
 template <class... A>
 consteval void check(std::string_view format) {
   std::size_t at = 0;
-  const auto matches = [&](Kind kind) {
+  [[maybe_unused]] const auto matches = [&](Kind kind) {
     const Directive found = nextDirective(format, at);
     if (found.begin == format.size()) formatIsWrong("more arguments than directives");
     if (found.kind != kind) formatIsWrong("the directive does not fit its argument");

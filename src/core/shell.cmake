@@ -1,0 +1,11 @@
+# Lock signals, and what the application shell decides.
+if(NOT TARGET brindle_core)
+  brindle_library(brindle_core SOURCES menu_content.cpp LINKS brindle_core_records)
+endif()
+target_sources(brindle_core PRIVATE
+  menu_content.cpp quit_request.cpp session_mark.cpp start_at_login.cpp unlock_monitor.cpp
+  update_settle.cpp)
+
+brindle_test(shell_test
+  SOURCES shell_rules_test.cpp unlock_monitor_test.cpp update_settle_test.cpp
+  LINKS brindle_core brindle_memory brindle_testing)

@@ -1,0 +1,162 @@
+#include "core/update_settle.h"
+
+#include <gtest/gtest.h>
+
+#include "platform/memory/screen_lock_memory.h"
+#include "testing/recording_log.h"
+#include "testing/virtual_scheduler.h"
+
+namespace brindle {
+namespace {
+
+using namespace std::chrono_literals;
+
+class UpdateSettleTest : public testing::Test {
+ protected:
+  void ready() {
+    settle.updateReady([this] { ++installs; });
+  }
+  void signal(LockSignal which) {
+    if (which == LockSignal::sleep || which == LockSignal::wake) {
+      facts.macAsleep = which == LockSignal::sleep;
+    }
+    settle.endedBy(which);
+    settle.lockSignal(which);
+  }
+  void TearDown() override {
+    settle.endedBy(LockSignal::wake);
+    EXPECT_EQ(clock.pending(), 0u);
+  }
+
+  VirtualScheduler clock;
+  MemoryScreenLock screen{clock};
+  RecordingLog lines;
+  UpdateSettle::Facts facts{.on = true};
+  UpdateSettle settle{clock, screen, Log(lines), [this] { return facts; }};
+  int installs = 0;
+};
+
+TEST_F(UpdateSettleTest, InstallsFiveSecondsAfterALockOrADarkDisplay) {
+  for (const auto which : {LockSignal::locked, LockSignal::displaySleep}) {
+    installs = 0;
+    screen.setLocked(false);
+    screen.setDisplayAsleep(false);
+    ready();
+    EXPECT_TRUE(lines.has("update ready: installs at the next lock (on)"));
+    screen.setLocked(which == LockSignal::locked);
+    screen.setDisplayAsleep(which == LockSignal::displaySleep);
+    signal(which);
+    signal(which);  // only one settle at a time
+    const std::string raw(rawValue(which));
+    EXPECT_EQ(lines.count("settle: 5.000000 s after " + raw), 1u) << lines.all();
+    clock.advance(4999ms);
+    EXPECT_EQ(installs, 0);
+    clock.advance(1ms);
+    EXPECT_EQ(installs, 1);
+    EXPECT_TRUE(lines.has("installing: on true, after " + raw)) << lines.all();
+    EXPECT_FALSE(settle.updateWaits());
+  }
+}
+
+TEST_F(UpdateSettleTest, OtherSignalsAndMomentsStartNone) {
+  screen.setLocked(true);
+  signal(LockSignal::locked);
+  EXPECT_FALSE(settle.settling()) << "no update waits";
+  screen.setLocked(false);
+  ready();
+  for (const auto which : {LockSignal::switchedUser, LockSignal::sleep, LockSignal::shutDown}) {
+    signal(which);
+    EXPECT_FALSE(settle.settling()) << rawValue(which);
+  }
+  signal(LockSignal::locked);
+  EXPECT_FALSE(settle.settling()) << "asleep";
+  signal(LockSignal::wake);
+  EXPECT_FALSE(settle.settling());
+  facts.on = false;
+  signal(LockSignal::locked);
+  EXPECT_FALSE(settle.settling()) << "off";
+  facts = {.on = true, .unlockUnderWay = true};
+  signal(LockSignal::displaySleep);
+  EXPECT_FALSE(settle.settling());
+  EXPECT_TRUE(
+      lines.has("lock (display-sleep) while an unlock is dealt with: waits for the next lock"));
+}
+
+TEST_F(UpdateSettleTest, SleepAndWakeEndItAndItWaitsForTheNextLock) {
+  ready();
+  screen.setLocked(true);
+  for (const auto which : {LockSignal::sleep, LockSignal::wake}) {
+    facts.macAsleep = false;
+    signal(LockSignal::locked);
+    ASSERT_TRUE(settle.settling());
+    clock.advance(4999ms);
+    signal(which);
+    EXPECT_TRUE(
+        lines.has("settle ended by " + std::string(rawValue(which)) + ": waits for the next lock"));
+    clock.advance(1min);
+    EXPECT_EQ(installs, 0);
+  }
+  EXPECT_TRUE(settle.updateWaits());
+}
+
+TEST_F(UpdateSettleTest, IsNotAwayWhenAnythingSpeaksAgainstIt) {
+  const struct {
+    const char* line;
+    std::function<void()> happens;
+  } rows[] = {
+      {"(on false, locked true, display asleep false, unlocked since false, Mac asleep false, "
+       "unlock "
+       "under way false)",
+       [this] { facts.on = false; }},
+      {"(on true, locked false, display asleep false, unlocked since true, Mac asleep false, "
+       "unlock "
+       "under way false)",
+       [this] {
+         screen.setLocked(false);
+         settle.unlockSeen();
+       }},
+      {"(on true, locked true, display asleep false, unlocked since true, Mac asleep false, unlock "
+       "under way false)",
+       [this] { settle.unlockSeen(); }},
+      {"(on true, locked true, display asleep true, unlocked since false, Mac asleep true, unlock "
+       "under way true)",
+       [this] {
+         screen.setDisplayAsleep(true);
+         facts.macAsleep = facts.unlockUnderWay = true;
+       }},
+  };
+  settle.unlockSeen();  // one before the settle does not count
+  for (const auto& row : rows) {
+    facts = {.on = true};
+    screen.setLocked(true);
+    screen.setDisplayAsleep(false);
+    ready();
+    clock.advance(3s);
+    row.happens();
+    clock.advance(2s);
+    EXPECT_TRUE(
+        lines.has("settle over, not away " + std::string(row.line) + ": waits for the next lock"))
+        << lines.all();
+  }
+  EXPECT_EQ(installs, 0);
+}
+
+TEST_F(UpdateSettleTest, AReadyUpdateStartsAtOnceWhereNobodyIs) {
+  screen.setDisplayAsleep(true);
+  ready();
+  EXPECT_TRUE(lines.has("settle: 5.000000 s after display-sleep")) << lines.all();
+  clock.advance(5s);
+  EXPECT_EQ(installs, 1);
+
+  facts.unlockUnderWay = true;
+  ready();
+  EXPECT_FALSE(settle.settling());
+
+  facts = {};
+  ready();
+  EXPECT_EQ(installs, 2);
+  EXPECT_TRUE(lines.has("update ready: installs now (off)"));
+}
+
+}  // namespace
+}  // namespace brindle
