@@ -115,7 +115,13 @@ std::optional<WallTime> parseIsoSeconds(std::string_view text) {
                                          std::chrono::day(static_cast<unsigned>(day))};
   // A leap second (":60") is read as the last second of its minute plus one.
   if (!in.complete() || !date.ok() || hour > 23 || minute > 59 || second > 60) return std::nullopt;
-  return std::chrono::sys_days(date) + hours(hour) + minutes(minute) + seconds(second) - offset;
+  const WallTime time =
+      std::chrono::sys_days(date) + hours(hour) + minutes(minute) + seconds(second) - offset;
+  // An offset may lead out of the years that four digits can write, and so out of what can be read.
+  const std::chrono::year_month_day utc(floor<std::chrono::days>(time));
+  if (utc.year() < std::chrono::year(0) || utc.year() > std::chrono::year(9999))
+    return std::nullopt;
+  return time;
 }
 
 }  // namespace brindle

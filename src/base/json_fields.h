@@ -45,6 +45,14 @@ bool readJson(const Json& json, std::vector<T>& out) {
   return true;
 }
 
+template <class T>
+bool readJson(const Json& json, std::optional<T>& out) {
+  T value{};
+  if (!readJson(json, value)) return false;
+  out = std::move(value);
+  return true;
+}
+
 template <class E, std::size_t N>
 bool readEnum(const Json& json, const EnumNames<E, N>& names, E& out) {
   const auto* text = json.if_string();
@@ -122,14 +130,6 @@ auto optionally(Read read) {
 template <class E, std::size_t N>
 auto namedBy(const EnumNames<E, N>& names) {
   return [&names](const Json& json, E& out) { return readEnum(json, names, out); };
-}
-
-template <class T>
-bool readJson(const Json& json, std::optional<T>& out) {
-  T value{};
-  if (!readJson(json, value)) return false;
-  out = std::move(value);
-  return true;
 }
 
 }  // namespace brindle
