@@ -1,0 +1,23 @@
+#pragma once
+
+#include <functional>
+
+#include "core/unlock_event.h"
+
+namespace brindle {
+
+/// How handing over a report ended. `notHandedOver`: it is owed and has to be tried again;
+/// `nothingOwed`: nobody wants one (no account, or alerts are switched off).
+enum class HandOver { handedOver, notHandedOver, nothingOwed };
+
+/// Takes over the report of an occurrence that nobody confirmed, with its photos. Main thread only.
+class AlertReporting {
+ public:
+  virtual ~AlertReporting() = default;
+  /// `done` comes from the main loop, once. Asking again for the same event replaces its report.
+  virtual void handOver(const UnlockEvent& event, std::function<void(HandOver)> done) = 0;
+  /// The event needs no report any more.
+  virtual void withdraw(const Uuid& event) = 0;
+};
+
+}  // namespace brindle

@@ -1,0 +1,93 @@
+#pragma once
+
+#include <cstdint>
+#include <functional>
+#include <optional>
+#include <string>
+#include <string_view>
+
+#include "base/subscription.h"
+#include "core/alert_reporting.h"
+#include "core/alert_watching.h"
+#include "core/clip_recording.h"
+#include "core/unlock_event.h"
+#include "core/vault_uploading.h"
+
+namespace brindle {
+
+// What the guard store drives besides the camera and the files. All of it lives on the main thread
+// and returns at once.
+
+/// Notices to the owner's other devices.
+class OtherDeviceNotices {
+ public:
+  virtual ~OtherDeviceNotices() = default;
+  /// `notice` is "turned-on"; `detail` says who turned the guard on.
+  virtual void send(std::string_view notice, std::string_view detail) = 0;
+};
+
+/// Watches the owner's files, folders and apps while the guard is on.
+class WatchMonitoring {
+ public:
+  virtual ~WatchMonitoring() = default;
+  virtual void start() = 0;
+  virtual void stop() = 0;
+};
+
+class AlarmSounding {
+ public:
+  virtual ~AlarmSounding() = default;
+  /// Something happened; the owner's settings decide whether it sounds for this at once.
+  virtual void occurred(const UnlockEvent& event) = 0;
+  /// Nobody confirmed the event in time.
+  virtual void unconfirmed(const UnlockEvent& event) = 0;
+  virtual void stop() = 0;
+};
+
+/// The separate record of how unlocks ended.
+class UnlockLogging {
+ public:
+  enum class Outcome { confirmed, unconfirmed, wrongPIN };
+  virtual ~UnlockLogging() = default;
+  virtual void record(const Uuid& event, WallTime at, Outcome outcome, std::int64_t wrongTries) = 0;
+};
+
+/// Hands over what installs an update, once one is ready.
+class UpdateInstalling {
+ public:
+  virtual ~UpdateInstalling() = default;
+  [[nodiscard]] virtual Subscription onReady(
+      std::function<void(std::function<void()> install)> ready) = 0;
+};
+
+/// Finds out where the machine is.
+class Locating {
+ public:
+  virtual ~Locating() = default;
+  virtual bool wanted() const = 0;
+  [[nodiscard]] virtual Subscription locate(
+      std::function<void(std::optional<UnlockLocation>)> done) = 0;
+};
+
+/// Switches of features by name.
+class FeatureSwitches {
+ public:
+  virtual ~FeatureSwitches() = default;
+  virtual bool on(std::string_view feature) const = 0;
+};
+
+struct GuardCollaborators {
+  AlertWatching& alertWatch;
+  AlertReporting& alerts;
+  VaultUploading& uploads;
+  OtherDeviceNotices& push;
+  WatchMonitoring& watch;
+  AlarmSounding& alarm;
+  UnlockLogging& unlockLog;
+  UpdateInstalling& updateInstaller;
+  ClipRecording& clips;
+  Locating& locator;
+  FeatureSwitches& features;
+};
+
+}  // namespace brindle

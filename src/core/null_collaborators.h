@@ -1,0 +1,111 @@
+#pragma once
+
+#include "core/guard_collaborators.h"
+#include "platform/scheduler.h"
+
+namespace brindle {
+
+// Collaborators that are not there, and say so: nothing is owed to nobody, nothing is wanted from a
+// recorder that does not exist.
+
+class NoAlertWatch final : public AlertWatching {
+ public:
+  void guardOn(const ArmSource&) override {}
+  void guardOff() override {}
+  void pending(const WatchedUnlock&) override {}
+  void firstPhoto(const Uuid&, const FileName&) override {}
+  void extend(const Uuid&) override {}
+  void cancel(const Uuid&) override {}
+};
+
+/// Without an account nobody is owed a report.
+class NoAlertReporting final : public AlertReporting {
+ public:
+  explicit NoAlertReporting(Scheduler& scheduler) : scheduler_(scheduler) {}
+  void handOver(const UnlockEvent&, std::function<void(HandOver)> done) override {
+    scheduler_.post([done = std::move(done)] { done(HandOver::nothingOwed); });
+  }
+  void withdraw(const Uuid&) override {}
+
+ private:
+  Scheduler& scheduler_;
+};
+
+class NoVault final : public VaultUploading {
+ public:
+  void keepCopies(const UnlockEvent&) override {}
+  void deleteCopies(const UnlockEvent&) override {}
+};
+
+class NoOtherDevices final : public OtherDeviceNotices {
+ public:
+  void send(std::string_view, std::string_view) override {}
+};
+
+class NoWatchMonitor final : public WatchMonitoring {
+ public:
+  void start() override {}
+  void stop() override {}
+};
+
+class NoAlarm final : public AlarmSounding {
+ public:
+  void occurred(const UnlockEvent&) override {}
+  void unconfirmed(const UnlockEvent&) override {}
+  void stop() override {}
+};
+
+class NoUnlockLog final : public UnlockLogging {
+ public:
+  void record(const Uuid&, WallTime, Outcome, std::int64_t) override {}
+};
+
+class NoUpdates final : public UpdateInstalling {
+ public:
+  [[nodiscard]] Subscription onReady(std::function<void(std::function<void()>)>) override {
+    return {};
+  }
+};
+
+class NoClips final : public ClipRecording {
+ public:
+  Wish wish() const override { return {false, false, "off"}; }
+  /// Never asked, since none is wanted.
+  [[nodiscard]] Subscription record(const Uuid&, std::function<void(Clip)>) override { return {}; }
+};
+
+class NoLocator final : public Locating {
+ public:
+  bool wanted() const override { return false; }
+  [[nodiscard]] Subscription locate(std::function<void(std::optional<UnlockLocation>)>) override {
+    return {};
+  }
+};
+
+class AllFeaturesOn final : public FeatureSwitches {
+ public:
+  bool on(std::string_view) const override { return true; }
+};
+
+/// All of them, for a guard that works on its own.
+struct NullCollaborators {
+  explicit NullCollaborators(Scheduler& scheduler) : alerts(scheduler) {}
+  GuardCollaborators all() {
+    return {alertWatch, alerts,          uploads, push,    watch,   alarm,
+            unlockLog,  updateInstaller, clips,   locator, features};
+  }
+
+  NoAlertWatch alertWatch;
+  NoAlertReporting alerts;
+  NoVault uploads;
+  NoOtherDevices push;
+  NoWatchMonitor watch;
+  NoAlarm alarm;
+  NoUnlockLog unlockLog;
+  NoUpdates updateInstaller;
+  NoClips clips;
+  NoLocator locator;
+  AllFeaturesOn features;
+};
+
+}  // namespace brindle
