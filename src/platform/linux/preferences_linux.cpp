@@ -1,0 +1,113 @@
+#include "platform/linux/preferences_linux.h"
+
+#include <fmt/format.h>
+
+#include "base/json_fields.h"
+#include "base/json_writer.h"
+
+namespace brindle {
+namespace {
+
+// Each damaged file is kept; a hundred of them is a machine that needs a look, not a hundred and
+// first.
+constexpr int mostSetAside = 100;
+
+std::optional<PreferenceValue> valueOf(const Json& json) {
+  bool truth = false;
+  std::int64_t whole = 0;
+  double real = 0;
+  std::string text;
+  if (readJson(json, truth)) return truth;
+  if (json.is_double() && readJson(json, real)) return real;
+  if (readJson(json, whole)) return whole;
+  if (readJson(json, text)) return text;
+  return std::nullopt;
+}
+
+}  // namespace
+
+LinuxPreferences::LinuxPreferences(Files& files, std::string folder)
+    : files_(files), folder_(std::move(folder)), path_(joinPath(folder_, "preferences.json")) {
+  load();
+}
+
+void LinuxPreferences::load() {
+  const auto document = files_.read(path_);
+  if (!document) {
+    if (document.error().kind == FileError::Kind::notFound) return;
+    storable_ = false;
+    problem_ = fmt::format("{} cannot be opened (error {})", path_, document.error().code);
+    return;
+  }
+  if (parse(*document, values_)) return;
+  values_.clear();
+  storable_ = setAside();
+  problem_ = fmt::format("{} could not be read and was {}", path_,
+                         storable_ ? "set aside" : "left in place; nothing can be stored");
+}
+
+bool LinuxPreferences::setAside() {
+  for (int i = 1; i <= mostSetAside; ++i) {
+    const auto moved = files_.renameNew(
+        path_, joinPath(folder_, fmt::format("preferences-unreadable-{}.json", i)));
+    if (moved) return files_.flushFolder(folder_).has_value();
+    if (moved.error().kind != FileError::Kind::exists) return false;
+  }
+  return false;
+}
+
+bool LinuxPreferences::parse(ByteView document, Values& values) {
+  const auto json = parseJson(textOf(document));
+  if (!json || !json->is_object()) return false;
+  for (const auto& [key, each] : json->get_object()) {
+    // A value of a kind that preferences do not have is none of ours; the rest stays usable.
+    if (auto value = valueOf(each)) values.insert_or_assign(std::string(key), std::move(*value));
+  }
+  return true;
+}
+
+std::string LinuxPreferences::encode(const Values& values) {
+  std::string document;
+  JsonWriter out(document);
+  out.beginObject();
+  for (const auto& [key, value] : values) {
+    out.key(key);
+    std::visit([&out](const auto& each) { out.value(each); }, value);
+  }
+  out.endObject();
+  return document;
+}
+
+std::optional<PreferenceValue> LinuxPreferences::get(std::string_view key) const {
+  const auto found = values_.find(key);
+  return found == values_.end() ? std::nullopt : std::optional(found->second);
+}
+
+bool LinuxPreferences::change(
+    const std::vector<std::pair<std::string, std::optional<PreferenceValue>>>& changes) {
+  if (!storable_) return false;
+  Values next = values_;
+  for (const auto& [key, value] : changes) {
+    next.erase(key);
+    if (value) next.emplace(key, *value);
+  }
+  if (next == values_) return true;
+  if (!files_.makeFolder(folder_) || !files_.writeWhole(path_, viewOf(encode(next)))) return false;
+  values_ = std::move(next);
+  return true;
+}
+
+std::vector<std::string> LinuxPreferences::keys(std::string_view prefix) const {
+  std::vector<std::string> found;
+  for (auto at = values_.lower_bound(prefix); at != values_.end(); ++at) {
+    if (!at->first.starts_with(prefix)) break;
+    found.push_back(at->first);
+  }
+  return found;
+}
+
+ServiceReport LinuxPreferences::report() const {
+  return {"preferences", "preferences.json", storable_, problem_.empty() ? path_ : problem_};
+}
+
+}  // namespace brindle

@@ -1,0 +1,93 @@
+#include "platform/posix/worker_queue_thread.h"
+
+#include <pthread.h>
+#include <signal.h>
+
+#include <system_error>
+
+namespace brindle {
+namespace {
+
+/// Blocks all signals while it lives, so that a thread started meanwhile is born deaf to them.
+class SignalsBlocked {
+ public:
+  SignalsBlocked() {
+    sigset_t all;
+    sigfillset(&all);
+    pthread_sigmask(SIG_SETMASK, &all, &earlier_);
+  }
+  SignalsBlocked(const SignalsBlocked&) = delete;
+  SignalsBlocked& operator=(const SignalsBlocked&) = delete;
+  ~SignalsBlocked() { pthread_sigmask(SIG_SETMASK, &earlier_, nullptr); }
+
+ private:
+  sigset_t earlier_{};
+};
+
+void nameThisThread(const std::string& name) {
+#ifdef __APPLE__
+  pthread_setname_np(name.c_str());
+#else
+  pthread_setname_np(pthread_self(), name.c_str());
+#endif
+}
+
+}  // namespace
+
+ThreadWorkerQueue::ThreadWorkerQueue(Scheduler& scheduler, std::string name)
+    : scheduler_(scheduler) {
+  const SignalsBlocked blocked;
+  try {
+    thread_ = std::thread([this, name = std::move(name)] { workOff(name); });
+  } catch (const std::system_error&) {
+    // Without a thread `run` uses the main loop.
+  }
+}
+
+ThreadWorkerQueue::~ThreadWorkerQueue() {
+  {
+    const std::lock_guard lock(mutex_);
+    ending_ = true;
+  }
+  changed_.notify_all();
+  if (thread_.joinable()) thread_.join();
+}
+
+void ThreadWorkerQueue::run(Task work, Task done) {
+  if (!thread_.joinable()) {
+    scheduler_.post(std::move(work));
+    if (done) scheduler_.post(std::move(done));
+    return;
+  }
+  {
+    const std::lock_guard lock(mutex_);
+    jobs_.push_back({std::move(work), std::move(done)});
+  }
+  changed_.notify_all();
+}
+
+void ThreadWorkerQueue::finish() {
+  std::unique_lock lock(mutex_);
+  changed_.wait(lock, [this] { return jobs_.empty() && !busy_; });
+}
+
+void ThreadWorkerQueue::workOff(const std::string& name) {
+  nameThisThread(name);
+  std::unique_lock lock(mutex_);
+  for (;;) {
+    changed_.wait(lock, [this] { return ending_ || !jobs_.empty(); });
+    if (ending_) return;
+    Job job = std::move(jobs_.front());
+    jobs_.pop_front();
+    busy_ = true;
+    lock.unlock();
+    job.work();
+    job.work = nullptr;  // what it captured goes here, before anyone is told that it is done
+    if (job.done) scheduler_.post(std::move(job.done));
+    lock.lock();
+    busy_ = false;
+    changed_.notify_all();
+  }
+}
+
+}  // namespace brindle
