@@ -1,0 +1,22 @@
+#pragma once
+
+#include <QString>
+#include <QStringList>
+
+#include "core/unlock_event.h"
+
+namespace brindle {
+
+/// How the history words one event. No widgets: tested without a display.
+
+/// "Unlocked", "“letters.txt” was opened", "Wrong PIN", …
+QString eventTitle(const UnlockEvent& event);
+
+/// When it happened, in the machine's time zone and the owner's format.
+QString eventDate(const UnlockEvent& event);
+
+/// Everything else worth knowing, a line each: wrong tries, what else was opened, why there is no
+/// photo, whether it was confirmed.
+QStringList eventDetails(const UnlockEvent& event);
+
+}  // namespace brindle

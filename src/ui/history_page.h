@@ -1,0 +1,47 @@
+#pragma once
+
+#include <QLabel>
+#include <QListWidget>
+#include <QPushButton>
+#include <QStackedLayout>
+#include <QWidget>
+
+#include "base/lifetime.h"
+#include "base/subscription.h"
+#include "core/nightjar_store.h"
+#include "owner/owner_gate.h"
+
+namespace brindle {
+
+/// The history, newest first, behind the owner's proof: before that it shows nothing but the way to
+/// give it.
+class HistoryPage : public QWidget {
+ public:
+  HistoryPage(NightjarStore& store, OwnerGate& gate, PhotoVault& vault);
+
+ private:
+  QWidget* lockedPage();
+  QWidget* openPage();
+  void refresh();
+  void fillList();
+  void showSelected();
+  void showPhotos(const UnlockEvent& event);
+  void withSelected(void (HistoryPage::*act)(const Uuid&, const OwnerProof&));
+  void confirmSelected(const Uuid& id, const OwnerProof& proof);
+  void removeSelected(const Uuid& id, const OwnerProof& proof);
+  EventRef selected() const;
+
+  NightjarStore& store_;
+  OwnerGate& gate_;
+  PhotoVault& vault_;
+  QStackedLayout* pages_;
+  QListWidget* list_ = nullptr;
+  QLabel* details_ = nullptr;
+  QWidget* photos_ = nullptr;
+  QPushButton* mine_ = nullptr;
+  QPushButton* remove_ = nullptr;
+  EventList listed_;
+  Subscription changes_;
+};
+
+}  // namespace brindle

@@ -1,0 +1,96 @@
+#include "ui/key_window.h"
+
+#include <QVBoxLayout>
+
+#include "core/menu_content.h"
+#include "owner/secret_texts.h"
+#include "ui/owner_check_dialog.h"
+#include "ui/texts.h"
+
+namespace brindle {
+namespace {
+
+QString translated(const char* text) { return QCoreApplication::translate("brindle", text); }
+
+}  // namespace
+
+KeyWindow::KeyWindow(Parts parts)
+    : parts_(std::move(parts)), store_(parts_.settings.store), tabs_(new QTabWidget(this)) {
+  setWindowTitle(translated("Brindle"));
+  resize(760, 520);
+  auto* column = new QVBoxLayout(this);
+  column->addWidget(tabs_);
+  tabs_->addTab(guardPage(), translated("Guard"));
+  tabs_->addTab(new HistoryPage(store_, parts_.settings.gate, parts_.vault), translated("History"));
+  settings_ = new SettingsPage(parts_.settings);
+  tabs_->addTab(settings_, translated("Settings"));
+  changes_ = store_.onChange([this] { refresh(); });
+  refresh();
+}
+
+void KeyWindow::show(Page page) {
+  tabs_->setCurrentIndex(static_cast<int>(page));
+  QWidget::show();
+  raise();
+  activateWindow();
+}
+
+QWidget* KeyWindow::guardPage() {
+  auto* page = new QWidget;
+  auto* column = new QVBoxLayout(page);
+  column->setAlignment(Qt::AlignCenter);
+  state_ = new QLabel;
+  QFont font = state_->font();
+  font.setPointSize(22);
+  state_->setFont(font);
+  state_->setAlignment(Qt::AlignHCenter);
+  notice_ = new QLabel;
+  notice_->setObjectName("notice");
+  notice_->setWordWrap(true);
+  notice_->setAlignment(Qt::AlignHCenter);
+  switch_ = new QPushButton;
+  again_ = new QPushButton(translated("Try again"));
+  for (QWidget* each : std::initializer_list<QWidget*>{state_, notice_, switch_, again_}) {
+    column->addWidget(each);
+  }
+  connect(switch_, &QPushButton::clicked, this, &KeyWindow::switchGuard);
+  connect(again_, &QPushButton::clicked, this, [this] { store_.askAgain(); });
+  return page;
+}
+
+void KeyWindow::switchGuard() {
+  if (store_.armed()) {
+    store_.requestTurnOff();
+  } else if (store_.pinState() == SecretState::notSet) {
+    settings_->changePin();
+  } else {
+    store_.turnOn(ArmSource::owner());
+  }
+}
+
+QString KeyWindow::noticeText() const {
+  if (store_.turnOnRefused()) {
+    return plainText(
+        secret_texts::unreadable({store_.pinUnreadable(), store_.answerUnreadable(), true}));
+  }
+  if (store_.stateNotice()) return shown(*store_.stateNotice());
+  const std::string problem = parts_.lockSourceProblem();
+  return problem.empty() ? QString() : shown(problem);
+}
+
+void KeyWindow::refresh() {
+  state_->setText(shown(MenuContent(store_.armed()).label()));
+  notice_->setText(noticeText());
+  notice_->setVisible(!notice_->text().isEmpty());
+  again_->setVisible(store_.turnOnRefused());
+  again_->setEnabled(!store_.askingAgain());
+  if (store_.armed()) {
+    switch_->setText(shown("Turn Brindle off…"));
+  } else if (store_.pinState() == SecretState::notSet) {
+    switch_->setText(translated("Choose a PIN…"));
+  } else {
+    switch_->setText(shown("Turn Brindle on"));
+  }
+}
+
+}  // namespace brindle

@@ -1,0 +1,45 @@
+#pragma once
+
+#include <QLabel>
+#include <QPushButton>
+#include <QTabWidget>
+#include <QWidget>
+
+#include "ui/history_page.h"
+#include "ui/settings_page.h"
+
+namespace brindle {
+
+/// The full window: the guard, the history, the settings. It takes keyboard focus although the
+/// application lives in the menu bar.
+class KeyWindow : public QWidget {
+ public:
+  struct Parts {
+    SettingsPage::Parts settings;
+    PhotoVault& vault;
+    std::function<std::string()> lockSourceProblem;  ///< empty while unlocks are noticed
+  };
+  explicit KeyWindow(Parts parts);
+
+  enum class Page { guard, history, settings };
+  void show(Page page);
+  SettingsPage& settings() { return *settings_; }
+
+ private:
+  QWidget* guardPage();
+  void refresh();
+  void switchGuard();
+  QString noticeText() const;
+
+  Parts parts_;
+  NightjarStore& store_;
+  QTabWidget* tabs_;
+  SettingsPage* settings_;
+  QLabel* state_ = nullptr;
+  QLabel* notice_ = nullptr;
+  QPushButton* switch_ = nullptr;
+  QPushButton* again_ = nullptr;
+  Subscription changes_;
+};
+
+}  // namespace brindle

@@ -1,0 +1,46 @@
+#pragma once
+
+#include <QPointer>
+#include <functional>
+#include <memory>
+
+#include "ui/guarded_window.h"
+#include "ui/key_window.h"
+#include "ui/menu_bar.h"
+#include "ui/owner_check_dialog.h"
+
+namespace brindle {
+
+/// Opens, brings forward and closes the windows, and shows the owner checks that the store asks
+/// for. Main thread only.
+class WindowManager {
+ public:
+  struct Parts {
+    KeyWindow::Parts window;
+    const ScreenLock& screen;
+    /// Asks the application to quit; it decides, with proof while the guard is on.
+    std::function<void()> requestQuit;
+  };
+  explicit WindowManager(Parts parts);
+
+  void openFullWindow(KeyWindow::Page page = KeyWindow::Page::guard);
+  void closeFullWindow();
+  /// Asks for a proof to quit; `given` once it came.
+  void askForQuit(ProofForm::Proved given);
+
+ private:
+  void chosen(MenuContent::Action action);
+  void follow();
+
+  Parts parts_;
+  NightjarStore& store_;
+  OwnerGate& gate_;
+  std::unique_ptr<KeyWindow> window_;
+  GuardedWindow guarded_;
+  MenuBar menuBar_;
+  QPointer<OwnerCheckDialog> turnOffCheck_;
+  QPointer<OwnerCheckDialog> quitCheck_;
+  Subscription changes_;
+};
+
+}  // namespace brindle
