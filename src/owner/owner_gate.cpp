@@ -1,0 +1,171 @@
+#include "owner/owner_gate.h"
+
+#include <utility>
+
+#include "owner/secret_store.h"
+#include "owner/secret_texts.h"
+
+namespace brindle {
+namespace {
+
+using Outcome = GateAnswer::Outcome;
+
+Outcome outcomeOf(CheckOutcome outcome) {
+  switch (outcome) {
+    case CheckOutcome::locked:
+      return Outcome::locked;
+    case CheckOutcome::right:
+      return Outcome::right;
+    case CheckOutcome::wrong:
+      return Outcome::wrong;
+    case CheckOutcome::unreadable:
+      return Outcome::unreadable;
+    case CheckOutcome::busy:
+      return Outcome::busy;
+  }
+  return Outcome::busy;
+}
+
+std::string messageFor(WrongTry which, const SecretCheck& check, bool unreadableBefore) {
+  const bool pin = which == WrongTry::pin;
+  switch (check.outcome) {
+    case CheckOutcome::locked:
+      return secret_texts::locked(which, check.secondsLeft);
+    case CheckOutcome::right:
+      return {};
+    case CheckOutcome::wrong:
+      return std::string(secret_texts::wrong(which));
+    case CheckOutcome::unreadable:
+      return unreadableBefore ? secret_texts::stillUnreadable(check.keychainCode)
+                              : secret_texts::unreadable({.pin = pin, .answer = !pin});
+    case CheckOutcome::busy:
+      return "Too many tries at once. Try again.";
+  }
+  return {};
+}
+
+}  // namespace
+
+std::string_view gateHeading(OwnerPurpose purpose) {
+  switch (purpose) {
+    case OwnerPurpose::confirmUnlock:
+      return "Confirm that it was you.";
+    case OwnerPurpose::turnOff:
+      return "Confirm that it's you to turn Brindle off.";
+    case OwnerPurpose::history:
+      return "Confirm that it's you to see the history.";
+    case OwnerPurpose::action:
+      return "Confirm that it's you to go on.";
+    case OwnerPurpose::quit:
+      return "Confirm that it's you to quit Brindle.";
+    case OwnerPurpose::alarm:
+      return "Confirm that it's you to stop the alarm.";
+  }
+  return {};
+}
+
+OwnerGate::OwnerGate(SecretStore& secrets, ProofSink& sink, FingerprintCheck& fingerprint,
+                     Scheduler& scheduler)
+    : secrets_(secrets), sink_(sink), fingerprint_(fingerprint), scheduler_(scheduler) {}
+
+std::unique_ptr<GateSitting> OwnerGate::open(OwnerPurpose purpose) {
+  return std::make_unique<GateSitting>(*this, purpose);
+}
+
+std::optional<OwnerProof> OwnerGate::keptProof(OwnerPurpose purpose) const {
+  if (!sink_.ownerProved()) return std::nullopt;
+  return OwnerProof(purpose, lastKind_);
+}
+
+OwnerProof OwnerGate::accept(OwnerPurpose purpose, ProofKind kind) {
+  lastKind_ = kind;
+  const OwnerProof proof(purpose, kind);
+  sink_.proved(proof);
+  return proof;
+}
+
+GateSitting::GateSitting(OwnerGate& gate, OwnerPurpose purpose) : gate_(gate), purpose_(purpose) {
+  gate_.sink_.ownerCheckOpened();
+}
+
+GateSitting::~GateSitting() { gate_.sink_.ownerCheckClosed(); }
+
+std::string_view GateSitting::heading() const { return gateHeading(purpose_); }
+
+bool GateSitting::fingerprintOffered() const { return gate_.fingerprint_.offered(); }
+
+std::string GateSitting::question() const {
+  return answerOpen_ ? gate_.secrets_.question() : std::string();
+}
+
+int GateSitting::secondsLeft(WrongTry which) const { return gate_.secrets_.secondsLeft(which); }
+
+void GateSitting::tryPin(SecretText entered, Done done) {
+  tryWith(WrongTry::pin, std::move(entered), std::move(done));
+}
+
+void GateSitting::tryAnswer(SecretText entered, Done done) {
+  if (answerOpen_) return tryWith(WrongTry::answer, std::move(entered), std::move(done));
+  GateAnswer answer;
+  answer.outcome = Outcome::pinFirst;
+  answer.message = secret_texts::pinFirst();
+  gate_.scheduler_.post(lifetime_.guard([answer, done = std::move(done)] { done(answer); }));
+}
+
+void GateSitting::tryWith(WrongTry which, SecretText entered, Done done) {
+  // Telling the sink of a proof may close this sitting: whoever opened it then hears no more.
+  auto settle =
+      lifetime_.guard([this, which, tell = lifetime_.guard(std::move(done))](
+                          const SecretCheck& check) mutable { tell(answerFor(which, check)); });
+  auto judged = [&gate = gate_, which,
+                 settle = std::move(settle)](const SecretCheck& check) mutable {
+    // Before the sitting hears of it, and whether or not it still can.
+    if (check.outcome == CheckOutcome::wrong) gate.sink_.wrongTry(which);
+    settle(check);
+  };
+  gate_.secrets_.check(which, std::move(entered), gate_.lifetime_.guard(std::move(judged)));
+}
+
+GateAnswer GateSitting::answerFor(WrongTry which, const SecretCheck& check) {
+  GateAnswer answer;
+  answer.outcome = outcomeOf(check.outcome);
+  answer.message = messageFor(which, check, unreadableBefore_);
+  answer.secondsLeft = check.secondsLeft;
+  unreadableBefore_ = check.outcome == CheckOutcome::unreadable;
+  const bool refused = answer.outcome == Outcome::wrong || answer.outcome == Outcome::locked;
+  if (which == WrongTry::pin && refused) answerOpen_ = true;
+  if (answer.outcome == Outcome::right) {
+    answer.proof =
+        gate_.accept(purpose_, which == WrongTry::pin ? ProofKind::pin : ProofKind::answer);
+  }
+  return answer;
+}
+
+void GateSitting::tryFingerprint(Done done) {
+  using Answer = FingerprintCheck::Answer;
+  auto settle = [this, tell = lifetime_.guard(std::move(done))](Answer given) mutable {
+    tell(answerFor(given));
+  };
+  gate_.fingerprint_.ask(std::string(heading()), lifetime_.guard(std::move(settle)));
+}
+
+GateAnswer GateSitting::answerFor(FingerprintCheck::Answer given) {
+  GateAnswer answer;
+  switch (given) {
+    case FingerprintCheck::Answer::right:
+      answer.outcome = Outcome::right;
+      answer.proof = gate_.accept(purpose_, ProofKind::fingerprint);
+      break;
+    case FingerprintCheck::Answer::refused:
+      answer.outcome = Outcome::refused;
+      answer.message = "That fingerprint wasn't recognised. Enter your Brindle PIN.";
+      break;
+    case FingerprintCheck::Answer::notOffered:
+      answer.outcome = Outcome::notOffered;
+      answer.message = "This computer offers no fingerprint check.";
+      break;
+  }
+  return answer;
+}
+
+}  // namespace brindle
