@@ -87,6 +87,7 @@ FileResult<void> MemoryFiles::change(const FileStep& step) {
     case FileOp::link:
       return moveName(step, true, false);
     case FileOp::remove: {
+      if (folders_.contains(step.path)) return failure(Kind::other, EISDIR);
       Names* names = namesOf(step.path);
       if (!names || names->erase(nameOf(step.path)) == 0) return failure(Kind::notFound, ENOENT);
       return {};

@@ -1,0 +1,44 @@
+#pragma once
+
+#include <gtest/gtest.h>
+
+#include <set>
+
+#include "platform/random.h"
+
+namespace brindle {
+
+template <class Backend>
+class RandomContract : public testing::Test {
+ protected:
+  Backend random;
+};
+TYPED_TEST_SUITE_P(RandomContract);
+
+TYPED_TEST_P(RandomContract, FillsBuffersOfAnySizeWithChangingBytes) {
+  std::vector<std::uint8_t> large(100'000);
+  ASSERT_TRUE(this->random.fill(large));
+  EXPECT_EQ(std::set<std::uint8_t>(large.begin(), large.end()).size(), 256u);
+  EXPECT_TRUE(this->random.fill({}));
+  EXPECT_TRUE(this->random.report().answered);
+}
+
+TYPED_TEST_P(RandomContract, MakesDistinctVersion4IdentifiersAndEvenNumbers) {
+  std::set<Uuid> ids;
+  double sum = 0;
+  for (int i = 0; i < 1000; ++i) {
+    const std::string text = ids.insert(this->random.newUuid()).first->lower();
+    EXPECT_EQ(text[14], '4');
+    EXPECT_NE(std::string("89ab").find(text[19]), std::string::npos);
+    const double value = this->random.uniform(10, 20);
+    ASSERT_TRUE(value >= 10 && value < 20);
+    sum += value;
+  }
+  EXPECT_EQ(ids.size(), 1000u);
+  EXPECT_NEAR(sum / 1000, 15, 1);  // ten standard errors
+}
+
+REGISTER_TYPED_TEST_SUITE_P(RandomContract, FillsBuffersOfAnySizeWithChangingBytes,
+                            MakesDistinctVersion4IdentifiersAndEvenNumbers);
+
+}  // namespace brindle
