@@ -4,7 +4,6 @@
 #include <optional>
 #include <string_view>
 
-#include "base/subscription.h"
 #include "core/unlock_event.h"
 
 namespace brindle {
@@ -25,9 +24,10 @@ class ClipRecording {
 
   virtual ~ClipRecording() = default;
   virtual Wish wish() const = 0;
-  /// `done` comes from the main loop, once, also after a cancellation. Ending the subscription
-  /// asks the recorder to stop early.
-  [[nodiscard]] virtual Subscription record(const Uuid& event, std::function<void(Clip)> done) = 0;
+  /// `done` comes from the main loop, exactly once, also after a cancellation.
+  virtual void record(const Uuid& event, std::function<void(Clip)> done) = 0;
+  /// Stops early what is being recorded for this event.
+  virtual void cancel(const Uuid& event) = 0;
 };
 
 }  // namespace brindle

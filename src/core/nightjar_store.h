@@ -1,41 +1,24 @@
 #pragma once
 
-#include <memory>
 #include <optional>
 #include <string>
 
-#include "core/camera_capturing.h"
-#include "core/guard_collaborators.h"
+#include "core/arming.h"
+#include "core/attempt_recording.h"
+#include "core/guard_services.h"
 #include "core/guard_status.h"
+#include "core/opening_folding.h"
 #include "core/owner_proof.h"
-#include "core/photo_vault.h"
-#include "platform/boot_clock.h"
-#include "platform/notifications.h"
-#include "platform/preferences.h"
-#include "platform/random.h"
-#include "platform/scheduler.h"
-#include "platform/screen_lock.h"
-#include "platform/worker_queue.h"
+#include "core/quit_wait.h"
+#include "core/session_mark.h"
+#include "core/unlock_handling.h"
+#include "core/unlock_monitor.h"
+#include "core/update_settle.h"
 
 namespace brindle {
 
-/// What the store is built on. All of it outlives the store.
-struct GuardServices {
-  Scheduler& scheduler;
-  BootClock& clock;
-  ScreenLock& screen;
-  Preferences& defaults;
-  Notifications& notifications;
-  Random& random;
-  WorkerQueue& files;  ///< all writing of the history and the photos, in order
-  PhotoVault& vault;
-  CameraCapturing& camera;
-  OwnerSecrets& secrets;
-  Log log;
-};
-
 /// The one owner of guard state: holds it, publishes it, and passes what happens to the rule
-/// concerned (each in a file of its own). Main thread only; nothing here blocks. Created once.
+/// concerned (each in a file of its own). Main thread only; nothing but the first read blocks.
 class NightjarStore final : public ProofSink {
  public:
   /// Seconds between an occurrence and its report, in the preferences.
@@ -45,41 +28,47 @@ class NightjarStore final : public ProofSink {
   NightjarStore(const GuardServices& services, const GuardCollaborators& collaborators);
   ~NightjarStore() override;
 
-  /// Reads the history, takes up a guard that was left on, and begins to listen. Blocks for the
-  /// one read.
+  /// Reads the history, takes up a guard that was left on, and begins to listen. Called once.
   void start();
 
   // ---- published; `onChange` is told once per turn of the main loop
-  [[nodiscard]] Subscription onChange(std::function<void()> changed);
-  bool armed() const;
-  const std::optional<ArmSource>& armedBy() const;
-  std::optional<WallTime> armedAt() const;
+  [[nodiscard]] Subscription onChange(std::function<void()> changed) {
+    return observers_.add(std::move(changed));
+  }
+  bool armed() const { return arming_.armed; }
+  const std::optional<ArmSource>& armedBy() const { return arming_.armedBy; }
+  std::optional<WallTime> armedAt() const { return arming_.armedAt; }
+  /// Turned on since the last lock signal: whoever did it has not left yet.
+  bool armedThisSitting() const { return armedThisSitting_; }
   /// As stored: the newest is the last.
-  const EventList& events() const;
-  EventRef event(const Uuid& id) const;  ///< null when there is none
+  const EventList& events() const { return history_.events(); }
+  EventRef event(const Uuid& id) const { return history_.find(id); }  ///< null when there is none
   /// The occurrence whose "That was me" is awaited: the guarded window is up while there is one.
-  std::optional<Uuid> pendingConfirm() const;
+  std::optional<Uuid> pendingConfirm() const { return unlocks_.pendingConfirm(); }
   EventRef unconfirmedUnlock() const;  ///< that occurrence; null when there is none
-  EventList unresolved() const;
+  EventList unresolved() const { return history_.unresolved(); }
   /// Seconds until the event's report goes, rounded up; nothing when none is waiting to.
-  std::optional<std::int64_t> holdSecondsLeft(const Uuid& id) const;
-  bool historyUnlocked() const;
-  bool turnOffRequested() const;
-  bool quitApproved() const;
-  int ownerChecksOpen() const;
-  SecretState pinState() const;
-  SecretState secretAnswerState() const;
+  std::optional<std::int64_t> holdSecondsLeft(const Uuid& id) const {
+    return reports_.secondsLeft(id);
+  }
+  const std::set<Uuid>& clipsWithSound() const { return extras_.clipsWithSound(); }
+  bool historyUnlocked() const { return historyUnlocked_; }
+  bool turnOffRequested() const { return turnOffRequested_; }
+  bool quitApproved() const { return quitApproved_; }
+  int ownerChecksOpen() const { return ownerChecksOpen_; }
+  SecretState pinState() const { return secretStates_.pin; }
+  SecretState secretAnswerState() const { return secretStates_.answer; }
   bool pinIsSet() const { return pinState() == SecretState::set; }
   bool hasSecretAnswer() const { return secretAnswerState() == SecretState::set; }
   bool pinUnreadable() const { return pinState() == SecretState::unreadable; }
   bool answerUnreadable() const { return secretAnswerState() == SecretState::unreadable; }
   /// The last turn-on was refused because a record can't be read; `askAgain` looks again.
-  bool turnOnRefused() const;
-  bool askingAgain() const;
-  bool stillCantRead() const;
-  const std::optional<std::string>& stateNotice() const;
-  bool updateWaitsForLock() const;
-  bool cameraAllowed() const;
+  bool turnOnRefused() const { return turnOnRefused_; }
+  bool askingAgain() const { return askingAgain_; }
+  bool stillCantRead() const { return stillCantRead_; }
+  const std::optional<std::string>& stateNotice() const { return stateNotice_; }
+  bool updateWaitsForLock() const { return armed() && updateSettle_.updateWaits(); }
+  bool cameraAllowed() const { return services_.camera.cameraAllowed(); }
   std::int64_t alertDelay() const;  ///< seconds
   GuardStatus status() const;
 
@@ -92,38 +81,81 @@ class NightjarStore final : public ProofSink {
   void cancelTurnOff();
   void askAgain();
   void clearStateNotice();
+  void cancelQuit();
+  void lockHistory();
   /// False while on without a proof, out of range, or when it could not be stored.
   [[nodiscard]] bool setAlertDelay(std::int64_t seconds, const OwnerProof* proof = nullptr);
   /// "That was me", for one event. False when it is not there or needs no answer.
   bool thatWasMe(const Uuid& id, const OwnerProof& proof);
-  /// It was not: the event stays in the history and needs nothing more. Its report still goes.
+  /// It was not: the event stays in the history and needs nothing more; its report goes at once.
   bool keepInHistory(const Uuid& id, const OwnerProof& proof);
   bool deleteEvent(const Uuid& id, const OwnerProof& proof);
   /// The photos and clips of all events; the events stay.
   void deletePhotos(const OwnerProof& proof);
   /// Everything, with files that no event names and kept-aside copies. `done` when it is gone.
   void deleteAll(const OwnerProof& proof, std::function<void(PhotoVault::DeletedAll)> done = {});
-  void lockHistory();
 
   // ---- what happens
   void opened(const Trigger& trigger);    ///< a watched item or tripwire
   void occurred(const Trigger& trigger);  ///< lid, power, idle
   void proved(const OwnerProof& proof) override;
-  bool ownerProved() const override;
+  bool ownerProved() const override { return ownerProvedAt_.has_value(); }
   void wrongTry(WrongTry which) override;
   void ownerCheckOpened() override;
   void ownerCheckClosed() override;
 
   // ---- the end
-  /// `done` from the main loop once everything changed so far is on disk; never while saving fails.
-  void whenRecorded(std::function<void()> done);
-  /// Waits, bounded, for reports under way, closes what is unfinished and writes the last save.
-  /// `done(false)` when that save failed. The store takes nothing more in after that.
+  /// `done` from the main loop once everything changed so far is on disk; not while saving fails.
+  void whenRecorded(std::function<void()> done) { saving_.whenRecorded(std::move(done)); }
+  /// Stops listening, waits, bounded, for reports under way, closes what is unfinished and writes
+  /// the last save. `done(false)` when that save failed.
   void prepareToQuit(std::function<void(bool saved)> done);
 
  private:
-  class Impl;
-  std::unique_ptr<Impl> impl_;
+  void onUnlock();
+  void onLock(LockSignal signal, WallTime date);
+  void takeUp(SinceLastRun since);
+  TurnOnOutcome applyTurnOn(ArmSource source, const OwnerSecrets::States& secrets);
+  void switchOn(ArmSource source);
+  void turnOff();
+  bool unlockUnderWay() const;
+  SavedState snapshot() const;
+  Duration alertDelayTime() const { return std::chrono::seconds(alertDelay()); }
+  void changed();
+  void publish();
+  void secretsAre(const OwnerSecrets::States& states);
+
+  GuardServices services_;
+  GuardCollaborators collaborators_;
+
+  Arming arming_;
+  std::vector<CameraOffAlert> cameraOff_;     // kept as read
+  std::optional<std::string> updateInstall_;  // kept as read
+  OwnerSecrets::States secretStates_;
+  std::optional<std::string> stateNotice_;
+  std::optional<WallTime> ownerProvedAt_, lastLockSignalAt_, lastUnlockSeenAt_;
+  std::optional<Uuid> relaunchUnlockID_;
+  int ownerChecksOpen_ = 0;
+  bool historyUnlocked_ = false, turnOffRequested_ = false, quitApproved_ = false;
+  bool turnOnRefused_ = false, askingAgain_ = false, stillCantRead_ = false;
+  bool armedThisSitting_ = false, macAsleep_ = false, publishing_ = false;
+
+  EventHistory history_;
+  StateSaving saving_;
+  EventFiles files_;
+  EventPhotos photos_;
+  AlertReports reports_;
+  OccurrenceExtras extras_;
+  UnlockHandling unlocks_;
+  AttemptRecording attempts_;
+  OpeningFolding folding_;
+  UpdateSettle updateSettle_;
+  UnlockMonitor monitor_;
+  QuitWait quitWait_;
+
+  Listeners<> observers_;
+  std::vector<Subscription> cancellables_;
+  Lifetime lifetime_;
 };
 
 }  // namespace brindle

@@ -71,7 +71,8 @@ class NoClips final : public ClipRecording {
  public:
   Wish wish() const override { return {false, false, "off"}; }
   /// Never asked, since none is wanted.
-  [[nodiscard]] Subscription record(const Uuid&, std::function<void(Clip)>) override { return {}; }
+  void record(const Uuid&, std::function<void(Clip)>) override {}
+  void cancel(const Uuid&) override {}
 };
 
 class NoLocator final : public Locating {

@@ -1,0 +1,77 @@
+#include "core/alert_reports.h"
+
+namespace brindle {
+
+AlertReports::AlertReports(const Parts& parts)
+    : parts_(parts),
+      hold_(parts.scheduler, parts.clock, [this](const Uuid& event) { released(event); }),
+      retry_(parts.scheduler, [this](const Uuid& event) { report(event); }) {}
+
+void AlertReports::hold(const UnlockEvent& event, Duration delay, Duration elapsed) {
+  hold_.begin(event.id, delay, elapsed);
+}
+
+void AlertReports::releaseNow(const Uuid& event) {
+  if (!hold_.running(event)) return;
+  hold_.end(event);
+  released(event);
+}
+
+void AlertReports::settle(const Uuid& event) {
+  hold_.end(event);
+  retry_.forget(event);
+  alertTask_.erase(event);
+  givePhotosBack(event);
+  parts_.collaborators.alerts.withdraw(event);
+  parts_.collaborators.alertWatch.cancel(event);
+}
+
+void AlertReports::released(const Uuid& id) {
+  const EventRef event = parts_.history.find(id);
+  if (!event) return;
+  const auto outcome =
+      event->attemptOnly ? UnlockLogging::Outcome::wrongPIN : UnlockLogging::Outcome::unconfirmed;
+  parts_.collaborators.unlockLog.record(id, event->date, outcome,
+                                        event->wrongPINs + event->wrongAnswers);
+  parts_.collaborators.uploads.keepCopies(*event);
+  if (!event->attemptOnly) parts_.collaborators.alarm.unconfirmed(*event);
+  report(id);
+}
+
+void AlertReports::report(const Uuid& id) {
+  const EventRef event = parts_.history.find(id);
+  if (!event || !alertTask_.insert(id).second) return;
+  keepPhotos(*event);
+  parts_.collaborators.alerts.handOver(
+      *event, lifetime_.guard([this, id](HandOver how) { reported(id, how); }));
+}
+
+void AlertReports::reported(const Uuid& id, HandOver how) {
+  if (alertTask_.erase(id) == 0) return;  // settled meanwhile
+  if (how == HandOver::notHandedOver) {
+    parts_.log.notice("report: email owed, not handed over; held copy kept");
+    return retry_.failed(id);
+  }
+  retry_.forget(id);
+  givePhotosBack(id);
+  parts_.history.change(id, [how](UnlockEvent& event) {
+    if (how == HandOver::handedOver) event.alert = AlertState::queued;
+    // Wrong tries ask the owner nothing: once reported they are dealt with.
+    if (event.attemptOnly) event.resolved = true;
+  });
+}
+
+void AlertReports::keepPhotos(const UnlockEvent& event) {
+  givePhotosBack(event.id);
+  heldAlertPhotos_[event.id] = event.files();
+  for (const FileName& name : heldAlertPhotos_[event.id]) parts_.vault.handOut(name);
+}
+
+void AlertReports::givePhotosBack(const Uuid& event) {
+  const auto held = heldAlertPhotos_.find(event);
+  if (held == heldAlertPhotos_.end()) return;
+  for (const FileName& name : held->second) parts_.vault.giveBack(name);
+  heldAlertPhotos_.erase(held);
+}
+
+}  // namespace brindle

@@ -1,0 +1,58 @@
+#pragma once
+
+#include <set>
+#include <unordered_map>
+
+#include "base/lifetime.h"
+#include "core/alert_hold.h"
+#include "core/event_history.h"
+#include "core/guard_collaborators.h"
+#include "core/photo_vault.h"
+#include "core/report_retry.h"
+
+namespace brindle {
+
+/// What is owed about events that nobody confirmed: held back for the alert delay, then recorded as
+/// unconfirmed and handed over, again and again if need be. Main thread only.
+class AlertReports {
+ public:
+  struct Parts {
+    Scheduler& scheduler;
+    BootClock& clock;
+    EventHistory& history;
+    PhotoVault& vault;
+    Log log;
+    const GuardCollaborators& collaborators;
+  };
+  explicit AlertReports(const Parts& parts);
+
+  void hold(const UnlockEvent& event, Duration delay, Duration elapsed = Duration::zero());
+  /// The owner gave an answer other than "that was me": no reason to wait any longer.
+  void releaseNow(const Uuid& event);
+  /// The event was confirmed or deleted: nothing is owed about it.
+  void settle(const Uuid& event);
+  bool holding(const Uuid& event) const { return hold_.running(event); }
+  std::optional<std::int64_t> secondsLeft(const Uuid& event) const {
+    return hold_.secondsLeft(event);
+  }
+  /// Before the end: what failed is tried once more at once.
+  void hurry() { retry_.hurry(); }
+  bool underWay() const { return !alertTask_.empty(); }
+
+ private:
+  void released(const Uuid& event);
+  void report(const Uuid& event);
+  void reported(const Uuid& event, HandOver how);
+  void keepPhotos(const UnlockEvent& event);
+  void givePhotosBack(const Uuid& event);
+
+  Parts parts_;
+  AlertHold hold_;
+  ReportRetry retry_;
+  std::set<Uuid> alertTask_;  ///< being handed over
+  /// Photos that must not be deleted while their report is owed.
+  std::unordered_map<Uuid, std::vector<FileName>> heldAlertPhotos_;
+  Lifetime lifetime_;
+};
+
+}  // namespace brindle

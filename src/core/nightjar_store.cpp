@@ -1,0 +1,361 @@
+#include "core/nightjar_store.h"
+
+#include <algorithm>
+#include <utility>
+
+#include "core/relaunch.h"
+
+namespace brindle {
+
+NightjarStore::NightjarStore(const GuardServices& services, const GuardCollaborators& collaborators)
+    : services_(services),
+      collaborators_(collaborators),
+      history_([this] { changed(); }),
+      saving_(services.vault, services.files, services.scheduler, [this] { return snapshot(); }),
+      files_(services.vault, services.files, saving_),
+      photos_({services.camera, files_, history_, services.clock, services.random, services.log}),
+      reports_({services.scheduler, services.clock, history_, services.vault, services.log,
+                collaborators_}),
+      extras_(collaborators_, history_, files_, services.log),
+      unlocks_({services.scheduler, services.random, history_, files_, photos_, reports_, extras_,
+                collaborators_, services.notifications, [this] { return alertDelayTime(); }}),
+      attempts_({services.scheduler, services.random, history_, photos_, reports_, collaborators_,
+                 [this] { return alertDelayTime(); }}),
+      updateSettle_(services.scheduler, services.screen, services.log,
+                    [this] {
+                      return UpdateSettle::Facts{armed(), macAsleep_, unlockUnderWay()};
+                    }),
+      monitor_(services.screen, services.scheduler),
+      quitWait_(services.scheduler) {
+  photos_.onFirstPhoto = [this](const Uuid& event, const FileName& name) {
+    collaborators_.alertWatch.firstPhoto(event, name);
+  };
+  monitor_.onUnlock = [this] { onUnlock(); };
+  monitor_.onLock = [this](LockSignal signal, WallTime date) { onLock(signal, date); };
+}
+
+NightjarStore::~NightjarStore() = default;
+
+// ---- start
+
+void NightjarStore::start() {
+  PhotoVault::Loaded loaded = services_.vault.load();
+  arming_ = Arming::from(loaded.state);
+  cameraOff_ = std::move(loaded.state.cameraOff);
+  updateInstall_ = std::move(loaded.state.updateInstall);
+  history_.load(std::move(loaded.state.events));
+
+  const SessionMark mark = currentSessionMark(services_.clock);
+  takeUp(sinceLastRun(readSessionMark(services_.defaults), mark));
+  // The mark follows the event it gives rise to: a crash in between must not lose the event.
+  saving_.whenRecorded(lifetime_.guard([this, mark] {
+    (void)writeSessionMark(services_.defaults, mark);  // the next start then looks once more
+  }));
+
+  cancellables_.push_back(services_.secrets.onChange(
+      [this](const OwnerSecrets::States& states) { secretsAre(states); }));
+  cancellables_.push_back(
+      collaborators_.updateInstaller.onReady([this](std::function<void()> install) {
+        updateSettle_.updateReady(std::move(install));
+        publish();
+      }));
+  cancellables_.push_back(services_.screen.onReachable([this](bool) { publish(); }));
+  services_.secrets.refresh(
+      lifetime_.guard([this](const OwnerSecrets::States& states) { secretsAre(states); }));
+  monitor_.start();
+  publish();
+}
+
+void NightjarStore::takeUp(SinceLastRun since) {
+  const bool waiting = std::ranges::any_of(
+      history_.events(), [](const EventRef& event) { return event->photoPending; });
+  if (waiting) {
+    adoptPhotos(history_, services_.vault.photoNames());
+    closeUnfinished(history_);
+  }
+  resumeHolds(history_, reports_, alertDelayTime(), services_.scheduler.wallTime());
+  if (!armed()) return;
+  collaborators_.watch.start();
+  collaborators_.alertWatch.guardOn(armedBy().value_or(ArmSource::owner()));
+  unlocks_.resume();
+  // Somebody restarted the machine or logged in while nobody could see it.
+  if (since == SinceLastRun::restarted || since == SinceLastRun::loggedOut) {
+    relaunchUnlockID_ = unlocks_.begin(std::nullopt);
+  }
+}
+
+// ---- signals
+
+void NightjarStore::onUnlock() {
+  lastUnlockSeenAt_ = services_.scheduler.wallTime();
+  updateSettle_.unlockSeen();
+  if (armed()) unlocks_.begin(std::nullopt);
+}
+
+void NightjarStore::onLock(LockSignal signal, WallTime date) {
+  if (signal == LockSignal::sleep || signal == LockSignal::wake) {
+    macAsleep_ = signal == LockSignal::sleep;
+    updateSettle_.endedBy(signal);
+  }
+  if (signal != LockSignal::wake) {
+    lastLockSignalAt_ = date;
+    folding_.newSitting();
+    attempts_.newSitting();
+    ownerProvedAt_.reset();
+    armedThisSitting_ = false;
+    historyUnlocked_ = quitApproved_ = false;
+  }
+  updateSettle_.lockSignal(signal);
+  publish();
+}
+
+void NightjarStore::opened(const Trigger& trigger) {
+  if (!armed() || !folding_.isNew(trigger)) return;
+  const EventRef into =
+      OpeningFolding::target(unlocks_.current(), history_.last(), services_.scheduler.wallTime());
+  if (into) {
+    unlocks_.fold(into->id, trigger);
+  } else {
+    unlocks_.begin(trigger);
+  }
+}
+
+void NightjarStore::occurred(const Trigger& trigger) {
+  if (armed()) unlocks_.begin(trigger);
+}
+
+bool NightjarStore::unlockUnderWay() const {
+  return unlocks_.current() != nullptr || photos_.underWay() || extras_.clipUnderWay();
+}
+
+// ---- on and off
+
+void NightjarStore::turnOn(ArmSource source, std::function<void(TurnOnOutcome)> done) {
+  services_.secrets.refresh(
+      lifetime_.guard([this, source = std::move(source),
+                       done = std::move(done)](const OwnerSecrets::States& states) {
+        secretsAre(states);
+        const TurnOnOutcome outcome = applyTurnOn(source, states);
+        if (done) done(outcome);
+      }));
+}
+
+TurnOnOutcome NightjarStore::applyTurnOn(ArmSource source, const OwnerSecrets::States& secrets) {
+  const TurnOnOutcome outcome = judgeTurnOn(armed(), secrets);
+  switch (outcome) {
+    case TurnOnOutcome::on:
+      switchOn(std::move(source));
+      break;
+    case TurnOnOutcome::noPIN:
+      stateNotice_ = noPINNotice;
+      break;
+    case TurnOnOutcome::unreadable:
+      turnOnRefused_ = true;
+      services_.log.notice("turn on refused: a record can't be read");
+      break;
+    case TurnOnOutcome::alreadyOn:
+      break;
+  }
+  publish();
+  return outcome;
+}
+
+void NightjarStore::switchOn(ArmSource source) {
+  arming_ = Arming::on(source, services_.scheduler.wallTime(), services_.clock);
+  folding_.newSitting();
+  ownerProvedAt_.reset();
+  armedThisSitting_ = true;
+  macAsleep_ = false;
+  stateNotice_.reset();
+  turnOnRefused_ = stillCantRead_ = turnOffRequested_ = false;
+  changed();
+  collaborators_.watch.start();
+  collaborators_.alertWatch.guardOn(source);
+  collaborators_.push.send("turned-on", source.rawValue());
+}
+
+void NightjarStore::turnOff() {
+  turnOffRequested_ = false;
+  if (!armed()) return;
+  arming_ = Arming{};
+  unlocks_.stopAsking();
+  changed();
+  collaborators_.watch.stop();
+  collaborators_.alarm.stop();
+  collaborators_.alertWatch.guardOff();
+}
+
+void NightjarStore::requestTurnOff() {
+  turnOffRequested_ = armed();
+  publish();
+}
+
+void NightjarStore::cancelTurnOff() {
+  turnOffRequested_ = false;
+  publish();
+}
+
+void NightjarStore::askAgain() {
+  if (std::exchange(askingAgain_, true)) return;
+  publish();
+  services_.secrets.refresh(lifetime_.guard([this](const OwnerSecrets::States& states) {
+    askingAgain_ = false;
+    secretsAre(states);
+    stillCantRead_ = pinUnreadable() || answerUnreadable();
+    if (!stillCantRead_) turnOnRefused_ = false;
+  }));
+}
+
+void NightjarStore::secretsAre(const OwnerSecrets::States& states) {
+  secretStates_ = states;
+  publish();
+}
+
+// ---- proofs and tries
+
+void NightjarStore::proved(const OwnerProof& proof) {
+  ownerProvedAt_ = services_.scheduler.wallTime();
+  attempts_.proved();
+  switch (proof.purpose()) {
+    case OwnerPurpose::confirmUnlock:
+      if (const auto pending = pendingConfirm()) unlocks_.confirm(*pending);
+      break;
+    case OwnerPurpose::turnOff:
+      turnOff();
+      break;
+    case OwnerPurpose::history:
+      historyUnlocked_ = true;
+      break;
+    case OwnerPurpose::quit:
+      quitApproved_ = true;
+      break;
+    case OwnerPurpose::alarm:
+      collaborators_.alarm.stop();
+      break;
+    case OwnerPurpose::action:
+      break;  // whoever asked holds the proof
+  }
+  publish();
+}
+
+void NightjarStore::wrongTry(WrongTry which) { attempts_.wrongTry(which, pendingConfirm()); }
+
+void NightjarStore::ownerCheckOpened() {
+  ++ownerChecksOpen_;
+  if (const auto pending = pendingConfirm()) collaborators_.alertWatch.extend(*pending);
+  publish();
+}
+
+void NightjarStore::ownerCheckClosed() {
+  ownerChecksOpen_ = std::max(0, ownerChecksOpen_ - 1);
+  publish();
+}
+
+EventRef NightjarStore::unconfirmedUnlock() const {
+  const auto pending = pendingConfirm();
+  return pending ? history_.find(*pending) : nullptr;
+}
+
+bool NightjarStore::thatWasMe(const Uuid& id, const OwnerProof&) { return unlocks_.confirm(id); }
+
+bool NightjarStore::keepInHistory(const Uuid& id, const OwnerProof&) { return unlocks_.keep(id); }
+
+bool NightjarStore::deleteEvent(const Uuid& id, const OwnerProof&) { return unlocks_.remove(id); }
+
+void NightjarStore::deletePhotos(const OwnerProof&) {
+  std::vector<FileName> gone;
+  for (const EventRef& event : EventList(history_.events())) {
+    const std::vector<FileName> files = event->files();
+    gone.insert(gone.end(), files.begin(), files.end());
+    history_.change(event->id, [](UnlockEvent& bare) {
+      bare.photoFiles.clear();
+      bare.vaultPhotos.clear();
+      bare.openingPhotos.clear();
+      bare.openingClips.clear();
+      bare.videoFile.reset();
+    });
+  }
+  files_.removeOnceRecorded(std::move(gone));
+}
+
+void NightjarStore::deleteAll(const OwnerProof&, std::function<void(PhotoVault::DeletedAll)> done) {
+  unlocks_.removeAll();
+  files_.removeAllBut([this] { return history_.events(); }, std::move(done));
+}
+
+// ---- settings and small switches
+
+std::int64_t NightjarStore::alertDelay() const {
+  const auto stored = services_.defaults.integer(alertDelayKey);
+  const bool usable = stored && *stored >= 0 && *stored <= longestAlertDelay;
+  return usable ? *stored : AlertHold::defaultSeconds;
+}
+
+bool NightjarStore::setAlertDelay(std::int64_t seconds, const OwnerProof* proof) {
+  if (armed() && proof == nullptr) return false;
+  if (seconds < 0 || seconds > longestAlertDelay) return false;
+  const bool stored = services_.defaults.set(alertDelayKey, seconds);
+  publish();
+  return stored;
+}
+
+void NightjarStore::clearStateNotice() {
+  stateNotice_.reset();
+  publish();
+}
+
+void NightjarStore::cancelQuit() {
+  quitApproved_ = false;
+  publish();
+}
+
+void NightjarStore::lockHistory() {
+  historyUnlocked_ = false;
+  ownerProvedAt_.reset();
+  publish();
+}
+
+GuardStatus NightjarStore::status() const {
+  return {armed(),         armedBy(),           armedAt(),
+          events().size(), unresolved().size(), services_.vault.loaded(),
+          secretStates_,   cameraAllowed(),     services_.screen.reachable(),
+          saving_.saved(), saving_.failures()};
+}
+
+// ---- saving, telling, and the end
+
+SavedState NightjarStore::snapshot() const {
+  SavedState state;
+  arming_.writeTo(state);
+  state.events = history_.events();
+  state.cameraOff = cameraOff_;
+  state.updateInstall = updateInstall_;
+  return state;
+}
+
+void NightjarStore::changed() {
+  saving_.changed();
+  publish();
+}
+
+void NightjarStore::publish() {
+  if (std::exchange(publishing_, true)) return;
+  services_.scheduler.post(lifetime_.guard([this] {
+    publishing_ = false;
+    observers_.tell();
+  }));
+}
+
+void NightjarStore::prepareToQuit(std::function<void(bool saved)> done) {
+  monitor_.stop();
+  extras_.endAll();
+  photos_.stopTaking();
+  reports_.hurry();
+  quitWait_.begin([this] { return reports_.underWay() || photos_.underWay(); },
+                  [this, done = std::move(done)]() mutable {
+                    closeUnfinished(history_);
+                    saving_.finish(std::move(done));
+                  });
+}
+
+}  // namespace brindle

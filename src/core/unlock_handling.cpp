@@ -1,0 +1,150 @@
+#include "core/unlock_handling.h"
+
+#include <algorithm>
+#include <ranges>
+#include <utility>
+
+namespace brindle {
+namespace {
+
+WatchedUnlock watchedUnlock(const UnlockEvent& event) {
+  WatchedUnlock told{event.id, event.date, "unlock", 0, {}, {}};
+  if (event.trigger) {
+    told.kind = event.trigger->kind;
+    told.targetName = event.trigger->name;
+  }
+  return told;
+}
+
+}  // namespace
+
+std::optional<UnlockEvent> attemptsOf(const UnlockEvent& event) {
+  if (event.wrongPINs + event.wrongAnswers == 0) return std::nullopt;
+  UnlockEvent tries;
+  tries.id = event.id;  // the names of its photos go on fitting
+  tries.date = event.date;
+  tries.wrongPINs = event.wrongPINs;
+  tries.wrongAnswers = event.wrongAnswers;
+  tries.alert = event.alert;
+  tries.attemptOnly = true;
+  tries.photoPending = event.photoPending;
+  for (const auto& photo : event.vaultPhotos) {
+    if (photo.kind == UnlockEvent::VaultPhoto::Kind::unlock) continue;
+    tries.photoFiles.push_back(photo.file);
+    tries.vaultPhotos.push_back(photo);
+  }
+  return tries;
+}
+
+Uuid UnlockHandling::begin(std::optional<Trigger> trigger) {
+  UnlockEvent event;
+  event.id = parts_.random.newUuid();
+  event.date = parts_.scheduler.wallTime();
+  event.resolved = false;
+  event.trigger = std::move(trigger);
+  currentUnlockID_ = pendingConfirm_ = event.id;
+  parts_.history.add(event);
+  // First whoever would miss us if this machine were switched off now, then the camera.
+  parts_.collaborators.alertWatch.pending(watchedUnlock(event));
+  parts_.photos.take(event.id, PhotoUse::occurrence);
+  parts_.reports.hold(event, parts_.alertDelay());
+  parts_.extras.begin(event.id, false);
+  parts_.collaborators.alarm.occurred(event);
+  notifier_.occurred(event);
+  return event.id;
+}
+
+void UnlockHandling::fold(const Uuid& event, const Trigger& trigger) {
+  parts_.history.change(event, [&](UnlockEvent& into) {
+    ++into.watchedOpenings;
+    into.alsoOpened.push_back(trigger);
+  });
+  parts_.photos.take(event, PhotoUse::opening);
+  parts_.extras.begin(event, true);
+}
+
+bool UnlockHandling::confirm(const Uuid& id) {
+  const EventRef event = parts_.history.find(id);
+  if (!event || event->resolved) return false;
+  answered(id);
+  parts_.photos.endAllButTries(id);
+  settle(*event);
+  parts_.collaborators.unlockLog.record(id, event->date, UnlockLogging::Outcome::confirmed,
+                                        event->wrongPINs + event->wrongAnswers);
+  parts_.collaborators.alarm.stop();
+
+  std::vector<FileName> gone = event->files();
+  if (auto tries = attemptsOf(*parts_.history.find(id))) {
+    std::erase_if(gone, [&](const FileName& name) {
+      return std::ranges::find(tries->photoFiles, name) != tries->photoFiles.end();
+    });
+    parts_.history.change(id, [&](UnlockEvent& left) { left = std::move(*tries); });
+  } else {
+    parts_.photos.end(id);
+    parts_.history.remove(id);
+  }
+  parts_.files.removeOnceRecorded(std::move(gone));
+  return true;
+}
+
+bool UnlockHandling::keep(const Uuid& id) {
+  const EventRef event = parts_.history.find(id);
+  if (!event || event->resolved) return false;
+  answered(id);
+  parts_.history.change(id, [](UnlockEvent& kept) { kept.resolved = true; });
+  parts_.reports.releaseNow(id);
+  return true;
+}
+
+bool UnlockHandling::remove(const Uuid& id) {
+  const EventRef event = parts_.history.find(id);
+  if (!event) return false;
+  answered(id);
+  parts_.photos.end(id);
+  settle(*event);
+  parts_.history.remove(id);
+  parts_.files.removeOnceRecorded(event->files());
+  return true;
+}
+
+void UnlockHandling::removeAll() {
+  for (const EventRef& event : parts_.history.events()) {
+    parts_.photos.end(event->id);
+    settle(*event);
+  }
+  currentUnlockID_.reset();
+  pendingConfirm_.reset();
+  parts_.history.clear();
+}
+
+void UnlockHandling::settle(const UnlockEvent& event) {
+  parts_.reports.settle(event.id);
+  parts_.collaborators.uploads.deleteCopies(event);
+  parts_.extras.end(event.id);
+  notifier_.settled(event.id);
+}
+
+void UnlockHandling::answered(const Uuid& event) {
+  if (pendingConfirm_ == event) pendingConfirm_.reset();
+  if (currentUnlockID_ == event) currentUnlockID_.reset();
+  notifier_.settled(event);
+}
+
+void UnlockHandling::resume() {
+  for (const EventRef& event : parts_.history.events()) {
+    if (!event->resolved && !event->attemptOnly) pendingConfirm_ = event->id;
+  }
+}
+
+void UnlockHandling::stopAsking() {
+  if (const auto asked = std::exchange(pendingConfirm_, std::nullopt)) notifier_.settled(*asked);
+}
+
+EventRef UnlockHandling::current() const {
+  if (!currentUnlockID_) return nullptr;
+  const Uuid& id = *currentUnlockID_;
+  const bool handled = parts_.photos.underWay(id) || parts_.reports.holding(id);
+  return handled ? parts_.history.find(id) : nullptr;
+}
+
+}  // namespace brindle
