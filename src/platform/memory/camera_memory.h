@@ -11,14 +11,13 @@ namespace brindle {
 
 /// A camera that does what it is told, in the scheduler's time.
 class MemoryCamera final : public CameraDevice {
-public:
-  /// What becomes of one shot. `hang` never answers by itself: see
-  /// `answerHung`.
+ public:
+  /// What becomes of one shot. `hang` never answers by itself: see `answerHung`.
   enum class Shot { deliver, fail, hang };
   /// Gives the next frame; asked once per delivered shot.
   using Frames = std::function<Bytes()>;
 
-  explicit MemoryCamera(Scheduler &scheduler) : scheduler_(scheduler) {}
+  explicit MemoryCamera(Scheduler& scheduler) : scheduler_(scheduler) {}
 
   CameraAuthorization authorization() const override { return authorization_; }
   void requestAuthorization(std::function<void(bool granted)> done) override;
@@ -26,13 +25,10 @@ public:
   void stop() override;
   bool running() const override { return running_ && present_; }
   bool adjustingExposure() const override;
-  std::optional<PhotoId>
-  capture(std::function<void(PhotoId, std::optional<Bytes>)> done) override;
+  std::optional<PhotoId> capture(std::function<void(PhotoId, std::optional<Bytes>)> done) override;
   ServiceReport report() override;
 
-  void setAuthorization(CameraAuthorization authorization) {
-    authorization_ = authorization;
-  }
+  void setAuthorization(CameraAuthorization authorization) { authorization_ = authorization; }
   /// What the person answers when asked.
   void setGrants(bool grants) { grants_ = grants; }
   /// False: there is no camera, or it has just been unplugged.
@@ -49,9 +45,7 @@ public:
   /// These frames in turn; the last one again and again.
   void setFrames(std::vector<Bytes> frames);
   /// What becomes of the coming shots; those after them are delivered.
-  void plan(std::vector<Shot> shots) {
-    plan_.assign(shots.begin(), shots.end());
-  }
+  void plan(std::vector<Shot> shots) { plan_.assign(shots.begin(), shots.end()); }
   /// The oldest shot that hangs answers after all. False when none does.
   bool answerHung(std::optional<Bytes> bytes);
 
@@ -59,7 +53,7 @@ public:
   int stops() const { return stops_; }
   int shots() const { return shots_; }
 
-private:
+ private:
   using PhotoDone = std::function<void(PhotoId, std::optional<Bytes>)>;
   struct Hung {
     PhotoId id;
@@ -68,10 +62,9 @@ private:
   void deliver(Duration delay, Task task);
   Shot nextShot();
 
-  Scheduler &scheduler_;
+  Scheduler& scheduler_;
   CameraAuthorization authorization_ = CameraAuthorization::authorized;
-  bool grants_ = true, present_ = true, busy_ = false, startHangs_ = false,
-       running_ = false;
+  bool grants_ = true, present_ = true, busy_ = false, startHangs_ = false, running_ = false;
   Duration startTakes_{0}, shotTakes_{0}, settlesAfter_{0}, startedAt_{0};
   Frames frames_ = [] { return bytesOf("PICTURE 0.5 END"); };
   std::deque<Shot> plan_;
@@ -82,4 +75,4 @@ private:
   Lifetime lifetime_;
 };
 
-} // namespace brindle
+}  // namespace brindle
