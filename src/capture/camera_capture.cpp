@@ -10,8 +10,8 @@ namespace {
 using namespace std::chrono_literals;
 
 constexpr Duration shotTimeOut = 2s;
-// A driver that never answers must not keep the turn for ever: the event would
-// stay without its "no photo".
+// A driver that never answers must not keep the turn for ever: the event would stay without its "no
+// photo".
 constexpr Duration startTimeOut = 10s;
 constexpr Duration unusedStop = 10s;
 
@@ -115,8 +115,7 @@ void MacCameraCapture::take(PhotoSeries::ShotDone done) {
       services_.scheduler.after(shotTimeOut, [this, id = *id] { complete(id, std::nullopt); });
 }
 
-/// Comes from the camera and from the time-out; whichever is second finds
-/// nothing to complete.
+/// Comes from the camera and from the time-out; whichever is second finds nothing to complete.
 void MacCameraCapture::complete(CameraDevice::PhotoId id, std::optional<Bytes> bytes) {
   if (id != pendingPhoto_ || !pending_) return;
   const auto done = std::move(pending_);

@@ -12,11 +12,10 @@
 
 namespace brindle {
 
-/// Takes the photographs: keeps the camera running while somebody needs it,
-/// gives each series its turn, and completes each shot exactly once. Main
-/// thread only.
+/// Takes the photographs: keeps the camera running while somebody needs it, gives each series its
+/// turn, and completes each shot exactly once. Main thread only.
 class MacCameraCapture final : public CameraCapturing {
-public:
+ public:
   explicit MacCameraCapture(CaptureServices services)
       : services_(services), turns_(services.scheduler) {}
   ~MacCameraCapture() override { services_.device.stop(); }
@@ -24,10 +23,9 @@ public:
   bool cameraAllowed() const override;
   void requestAccess(std::function<void(bool)> done) override;
   void start(std::function<void()> done) override;
-  [[nodiscard]] Subscription takePhoto(int wanted, FirstPhoto first,
-                                       Series done) override;
+  [[nodiscard]] Subscription takePhoto(int wanted, FirstPhoto first, Series done) override;
 
-private:
+ private:
   using OrderId = std::uint64_t;
   using Started = std::function<void(bool running)>;
   struct Order {
@@ -55,16 +53,16 @@ private:
 
   std::vector<Started> startWaiters_;
   Timer startLimit_;
-  Timer idleStop_; // armed while the camera runs for a series that has yet to
-                   // be asked for
+  Timer idleStop_;  // armed while the camera runs for a series that has yet to
+                    // be asked for
 
-  PhotoSeries::ShotDone pending_; // the one outstanding shot
+  PhotoSeries::ShotDone pending_;  // the one outstanding shot
   CameraDevice::PhotoId pendingPhoto_ = 0;
   Timer shotLimit_;
 
-  Lifetime startLifetime_; // renewed for each start: an answer that is late
-                           // means nothing
+  Lifetime startLifetime_;  // renewed for each start: an answer that is late
+                            // means nothing
   Lifetime lifetime_;
 };
 
-} // namespace brindle
+}  // namespace brindle

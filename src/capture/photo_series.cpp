@@ -12,8 +12,7 @@ constexpr Duration exposureLook = 50ms;
 constexpr Duration exposureLimit = 2s;
 constexpr Duration seriesLimit = 8s;
 constexpr int attemptLimit = 10;
-// Irregular on purpose: somebody who turns away between two shots cannot tell
-// when the next comes.
+// Irregular on purpose: somebody who turns away between two shots cannot tell when the next comes.
 constexpr double shortestGap = 0.35;
 constexpr double longestGap = 1.6;
 

@@ -15,25 +15,23 @@
 
 namespace brindle {
 
-/// What taking photos needs of the platform. All of it outlives whoever is
-/// given it.
+/// What taking photos needs of the platform. All of it outlives whoever is given it.
 struct CaptureServices {
-  Scheduler &scheduler;
-  CameraDevice &device;
-  ImageReader &images;
-  FlashWindow &flash;
-  WorkerQueue &worker; ///< measures brightness
-  Random &random;      ///< spreads the shots
+  Scheduler& scheduler;
+  CameraDevice& device;
+  ImageReader& images;
+  FlashWindow& flash;
+  WorkerQueue& worker;  ///< measures brightness
+  Random& random;       ///< spreads the shots
 };
 
-/// One photo series on a running camera: waits for the exposure, takes a first
-/// shot at once and further ones at irregular gaps, lights the screen when they
-/// are too dark. Destroying it cancels it.
+/// One photo series on a running camera: waits for the exposure, takes a first shot at once and
+/// further ones at irregular gaps, lights the screen when they are too dark. Destroying it cancels
+/// it.
 class PhotoSeries {
-public:
+ public:
   using ShotDone = std::function<void(std::optional<Bytes>)>;
-  /// Takes one shot and answers exactly once, unless the series is gone by
-  /// then.
+  /// Takes one shot and answers exactly once, unless the series is gone by then.
   using Take = std::function<void(ShotDone)>;
 
   struct Order {
@@ -45,7 +43,7 @@ public:
   PhotoSeries(CaptureServices services, Take take, Order order);
   void begin();
 
-private:
+ private:
   enum class State { warmUp, shooting, measuring, pausing, over };
 
   void step();
@@ -73,4 +71,4 @@ private:
   Lifetime lifetime_;
 };
 
-} // namespace brindle
+}  // namespace brindle
