@@ -1,0 +1,119 @@
+#include "platform/linux/image_jpeg.h"
+
+#include <gtest/gtest.h>
+
+#include <cstdio>
+#include <cstdlib>
+#include <fstream>
+#include <iterator>
+#include <random>
+
+#include "platform/contract/image_contract.h"
+
+// Last: it needs FILE and size_t to be declared.
+#include <jpeglib.h>
+
+namespace brindle {
+namespace {
+
+/// A gray picture with a sensor's noise, so that most of its bytes are picture data.
+Bytes encoded(double level, unsigned width = 320, unsigned height = 240, bool progressive = false) {
+  jpeg_error_mgr errors{};
+  jpeg_compress_struct info{};
+  info.err = jpeg_std_error(&errors);
+  jpeg_create_compress(&info);
+  unsigned char* out = nullptr;
+  unsigned long size = 0;
+  jpeg_mem_dest(&info, &out, &size);
+  info.image_width = width;
+  info.image_height = height;
+  info.input_components = 1;
+  info.in_color_space = JCS_GRAYSCALE;
+  jpeg_set_defaults(&info);
+  jpeg_set_quality(&info, 95, TRUE);
+  if (progressive) jpeg_simple_progression(&info);
+  jpeg_start_compress(&info, TRUE);
+  std::minstd_rand random(1);
+  Bytes row(width);
+  for (unsigned y = 0; y < height; ++y) {
+    for (auto& sample : row) {
+      const double noise = static_cast<double>(random() % 5) - 2;
+      sample = static_cast<std::uint8_t>(std::clamp(level * 255 + noise, 0.0, 255.0));
+    }
+    JSAMPROW pixels = row.data();
+    jpeg_write_scanlines(&info, &pixels, 1);
+  }
+  jpeg_finish_compress(&info);
+  jpeg_destroy_compress(&info);
+  Bytes bytes(out, out + size);
+  std::free(out);
+  return bytes;
+}
+
+struct JpegImages {
+  JpegImageReader images;
+  ImageReader& reader() { return images; }
+  Bytes picture(double level) { return encoded(level); }
+};
+INSTANTIATE_TYPED_TEST_SUITE_P(Jpeg, ImageContract, JpegImages);
+
+std::size_t find(const Bytes& bytes, std::uint8_t marker) {
+  const std::uint8_t sought[] = {0xff, marker};
+  const auto at = std::search(bytes.begin(), bytes.end(), std::begin(sought), std::end(sought));
+  return static_cast<std::size_t>(at - bytes.begin());
+}
+
+TEST(JpegImageReaderTest, PicturesOfEverySizeAndKind) {
+  const JpegImageReader reader;
+  const std::pair<unsigned, unsigned> sizes[] = {{1, 1}, {31, 33}, {64, 9}, {2000, 3}, {700, 500}};
+  for (const auto& [width, height] : sizes) {
+    for (const bool progressive : {false, true}) {
+      const auto mean = reader.meanBrightness(encoded(0.3, width, height, progressive));
+      ASSERT_TRUE(mean) << width;
+      EXPECT_NEAR(*mean, 0.3, 0.015) << width;
+    }
+  }
+}
+
+TEST(JpegImageReaderTest, DamageIsToldFromStrayBytes) {
+  const JpegImageReader reader;
+  constexpr std::uint8_t startOfScan = 0xda, startOfFrame = 0xc0;
+  Bytes stray = encoded(0.3);
+  const auto scan = static_cast<std::ptrdiff_t>(find(stray, startOfScan));
+  stray.insert(stray.begin() + scan, {0x12, 0x34});
+  EXPECT_TRUE(reader.meanBrightness(stray)) << "between two segments";
+
+  for (const bool progressive : {false, true}) {
+    Bytes cut = encoded(0.02, 320, 240, progressive);
+    cut.resize(cut.size() / 2);
+    cut.insert(cut.end(), {0xff, 0xd9});  // looks finished
+    EXPECT_FALSE(reader.meanBrightness(cut)) << "the gap is filled with gray";
+  }
+
+  Bytes huge = encoded(0.3);
+  const std::size_t frame = find(huge, startOfFrame);
+  std::fill_n(huge.begin() + static_cast<std::ptrdiff_t>(frame) + 5, 4, 0xfe);
+  EXPECT_FALSE(reader.meanBrightness(huge)) << "claims 65278 by 65278";
+}
+
+TEST(JpegImageReaderTest, TheSampleFramesCoverEveryThreshold) {
+  const struct {
+    const char* name;
+    double low, high;
+  } rows[] = {{"day", 0.3, 0.7},     {"dim", 0.12, 0.3},   {"dark", 0.055, 0.12},
+              {"black", 0.0, 0.055}, {"flash", 0.12, 0.3}, {"glare", 0.3, 0.7}};
+  for (const auto& row : rows) {
+    for (const char i : {'0', '1', '2', '3'}) {
+      const std::string path = std::string(BRINDLE_SAMPLE_FRAMES "/") + row.name + '-' + i + ".jpg";
+      std::ifstream file(path, std::ios::binary);
+      const Bytes bytes((std::istreambuf_iterator<char>(file)), std::istreambuf_iterator<char>());
+      const auto mean = JpegImageReader().meanBrightness(bytes);
+      ASSERT_TRUE(mean) << path;
+      EXPECT_GE(*mean, row.low) << path;
+      EXPECT_LT(*mean, row.high) << path;
+    }
+  }
+}
+
+}  // namespace
+}  // namespace brindle
