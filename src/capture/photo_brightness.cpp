@@ -1,6 +1,8 @@
 #include "capture/photo_brightness.h"
 
 #include <algorithm>
+#include <iterator>
+#include <utility>
 
 namespace brindle {
 namespace {
@@ -30,9 +32,12 @@ std::vector<CapturedPhoto> ShotList::chosen(std::size_t wanted) && {
   if (flashMark && usable() > 0) {
     shots.erase(shots.begin(), shots.begin() + static_cast<std::ptrdiff_t>(*flashMark));
   }
-  std::ranges::stable_partition(shots, isUsable);
-  if (shots.size() > wanted) shots.resize(wanted);
-  return std::move(shots);
+  std::vector<CapturedPhoto> best;
+  std::vector<CapturedPhoto> others;
+  for (CapturedPhoto& shot : shots) (isUsable(shot) ? best : others).push_back(std::move(shot));
+  std::ranges::move(others, std::back_inserter(best));
+  if (best.size() > wanted) best.resize(wanted);
+  return best;
 }
 
 }  // namespace brindle
