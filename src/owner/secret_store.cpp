@@ -96,6 +96,7 @@ void SecretStore::refresh(std::function<void(States)> done) {
     runOnWorker([work = work_, looked] { *looked = work->look(); },
                 [this, looked, tell] {
                   question_ = looked->question;
+                  if (looked->code != 0) unreadableCode_ = looked->code;
                   publish(looked->states);
                   return tell;
                 });
@@ -134,6 +135,7 @@ SecretCheck SecretStore::settle(const Try& attempt) {
   const SecretWork::Judged& judged = attempt.judged;
   if (judged.outcome == CheckOutcome::right) lock.clear();
   if (judged.outcome == CheckOutcome::wrong) lock.countWrong();
+  if (judged.outcome == CheckOutcome::unreadable) unreadableCode_ = judged.code;
   publish(attempt.which, judged.record);
   return {judged.outcome, lock.secondsLeft(), judged.code};
 }

@@ -66,6 +66,8 @@ class SecretStore final : public OwnerSecrets {
   void saveAnswer(std::string question, SecretText answer, SecretText repeat,
                   const OwnerProof* proof, std::function<void(AnswerSaved)> done);
 
+  /// Why a secret was last found unreadable, for the owner's eyes.
+  int unreadableCode() const { return unreadableCode_; }
   /// True when the system is likely to ask the owner about items of an earlier version.
   bool keychainMayAsk() const;
 
@@ -100,6 +102,7 @@ class SecretStore final : public OwnerSecrets {
   Lockout answer_;
   States states_;
   std::string question_;
+  int unreadableCode_ = 0;
   Listeners<States> listeners_;
   std::deque<Operation> waiting_;
   bool running_ = false;

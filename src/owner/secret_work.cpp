@@ -33,20 +33,26 @@ void SecretWork::upgrade(SecretKind which, const SecretText& secret) {
   log_.notice("hash upgrade not written: the old record is kept");
 }
 
-SecretState SecretWork::stateOf(std::string_view name) {
-  const auto exists = items_.exists(name);
-  if (!exists) return SecretState::unreadable;
-  return *exists ? SecretState::set : SecretState::notSet;
+SecretWork::Presence SecretWork::presenceOf(std::string_view name) {
+  KeychainRead record = items_.read(name);
+  wipe(record.data);
+  if (record.code == success) return {SecretState::set, 0};
+  if (record.code == itemNotFound) return {SecretState::notSet, 0};
+  return {SecretState::unreadable, record.code};
 }
 
 SecretWork::Looked SecretWork::look() {
-  Looked looked{{stateOf(secret_names::pin), stateOf(secret_names::answer)}, {}};
+  const Presence pin = presenceOf(secret_names::pin);
+  const Presence answer = presenceOf(secret_names::answer);
   const KeychainRead question = items_.read(secret_names::question);
+  Looked looked{{pin.state, answer.state}, {}, pin.code != 0 ? pin.code : answer.code};
   if (question.code == success) looked.question = repairedUtf8(textOf(question.data));
   return looked;
 }
 
-bool SecretWork::pinMayBeSet() { return stateOf(secret_names::pin) != SecretState::notSet; }
+bool SecretWork::pinMayBeSet() {
+  return presenceOf(secret_names::pin).state != SecretState::notSet;
+}
 
 bool SecretWork::savePin(const SecretText& pin) {
   const auto record = buildRecord(crypto_, random_, pin.view());
@@ -57,7 +63,7 @@ bool SecretWork::saveAnswer(const std::string& question, const SecretText& norma
   const auto record = buildRecord(crypto_, random_, normalisedAnswer.view());
   if (!record) return false;
   // Looking at both first moves both over if an earlier version wrote them: they stay a pair.
-  stateOf(secret_names::answer);
+  presenceOf(secret_names::answer);
   const KeychainRead before = items_.read(secret_names::question);
   if (items_.write(secret_names::question, viewOf(question)) != success) return false;
   if (items_.write(secret_names::answer, *record) == success) return true;

@@ -32,6 +32,7 @@ class SecretWork {
   struct Looked {
     OwnerSecrets::States states;
     std::string question;
+    int code = 0;  ///< why something was unreadable
   };
   Looked look();
 
@@ -42,7 +43,11 @@ class SecretWork {
   bool saveAnswer(const std::string& question, const SecretText& normalisedAnswer);
 
  private:
-  SecretState stateOf(std::string_view name);
+  struct Presence {
+    SecretState state = SecretState::unreadable;
+    int code = 0;
+  };
+  Presence presenceOf(std::string_view name);
   void upgrade(SecretKind which, const SecretText& secret);
   bool putBack(const KeychainRead& question);
 

@@ -1,0 +1,113 @@
+#pragma once
+
+#include <gtest/gtest.h>
+
+#include <string>
+#include <utility>
+#include <vector>
+
+#include "owner/fingerprint_check.h"
+#include "owner/keychain_items.h"
+#include "owner/keychain_marks.h"
+#include "owner/owner_gate.h"
+#include "owner/secret_store.h"
+#include "platform/memory/boot_clock_memory.h"
+#include "platform/memory/crypto_memory.h"
+#include "platform/memory/keychain_memory.h"
+#include "platform/memory/preferences_memory.h"
+#include "platform/memory/random_memory.h"
+#include "testing/recording_log.h"
+#include "testing/virtual_scheduler.h"
+#include "testing/virtual_worker_queue.h"
+
+namespace brindle {
+
+/// The guard store as the gate sees it, written down.
+struct RecordingSink final : ProofSink {
+  void proved(const OwnerProof& proof) override {
+    proofs.push_back(proof);
+    if (onProved) onProved();
+  }
+  bool ownerProved() const override { return kept; }
+  void wrongTry(WrongTry which) override { wrong.push_back(which); }
+  void ownerCheckOpened() override { ++open; }
+  void ownerCheckClosed() override { --open; }
+
+  std::vector<OwnerProof> proofs;
+  std::vector<WrongTry> wrong;
+  std::function<void()> onProved;
+  bool kept = false;
+  int open = 0;
+};
+
+/// The owner's secrets and their gate over memory backends, on virtual time.
+class OwnerFixture : public testing::Test {
+ protected:
+  static constexpr auto here = KeychainStore::dataProtection;
+  static constexpr auto legacy = KeychainStore::legacy;
+
+  VirtualScheduler time;
+  RecordingLog lines;
+  MemoryBootClock clock{time, [this] { return time.slept(); }};
+  MemoryPreferences preferences;
+  MemoryKeychain keychain;
+  MemoryCrypto crypto;
+  MemoryRandom random;
+  KeychainMarks marks{preferences, time};
+  KeychainItems items{keychain, marks, Log(lines), "com.corvane.brindle"};
+  VirtualWorkerQueue worker{time};
+  SecretStore secrets{services()};
+  RecordingSink sink;
+  NoFingerprintCheck noFingerprint;
+  OwnerGate gate{secrets, sink, noFingerprint, time};
+
+  SecretStore::Services services(std::string locale = "en_GB") {
+    return {items, crypto, random, preferences, clock, time, worker, Log(lines), std::move(locale)};
+  }
+  static KeychainItem item(std::string_view name) { return {std::string(name), "owner"}; }
+  Bytes stored(std::string_view name, KeychainStore where = here) {
+    return keychain.read(where, item(name)).data;
+  }
+  void put(std::string_view name, const Bytes& data, KeychainStore where = here) {
+    ASSERT_EQ(keychain.write(where, item(name), data), keychain_code::success);
+  }
+
+  SecretCheck check(SecretKind which, std::string_view entered) {
+    return checkIn(secrets, which, entered);
+  }
+  SecretCheck checkIn(SecretStore& store, SecretKind which, std::string_view entered) {
+    SecretCheck result;
+    store.check(which, SecretText(entered), [&](SecretCheck check) { result = check; });
+    time.run();
+    return result;
+  }
+  CheckOutcome pin(std::string_view entered) { return check(SecretKind::pin, entered).outcome; }
+  CheckOutcome answer(std::string_view entered) {
+    return check(SecretKind::answer, entered).outcome;
+  }
+
+  PinSaved savePin(std::string_view text, std::string_view repeat,
+                   const OwnerProof* proof = nullptr) {
+    PinSaved result = PinSaved::failed;
+    secrets.savePin(SecretText(text), SecretText(repeat), proof,
+                    [&](PinSaved saved) { result = saved; });
+    time.run();
+    return result;
+  }
+  AnswerSaved saveAnswer(std::string question, std::string_view text, std::string_view repeat,
+                         const OwnerProof* proof = nullptr) {
+    AnswerSaved result = AnswerSaved::failed;
+    secrets.saveAnswer(std::move(question), SecretText(text), SecretText(repeat), proof,
+                       [&](AnswerSaved saved) { result = saved; });
+    time.run();
+    return result;
+  }
+  OwnerSecrets::States refreshed() {
+    OwnerSecrets::States result;
+    secrets.refresh([&](OwnerSecrets::States states) { result = states; });
+    time.run();
+    return result;
+  }
+};
+
+}  // namespace brindle
