@@ -1,7 +1,4 @@
 # Lock signals, and what the application shell decides.
-if(NOT TARGET brindle_core)
-  brindle_library(brindle_core SOURCES menu_content.cpp LINKS brindle_core_records)
-endif()
 target_sources(brindle_core PRIVATE
   menu_content.cpp quit_request.cpp session_mark.cpp start_at_login.cpp unlock_monitor.cpp
   update_settle.cpp)

@@ -1,0 +1,23 @@
+#pragma once
+
+#include <string>
+
+namespace brindle {
+
+/// Where this person's files lie. All folders are private to the user.
+struct AppPaths {
+  std::string data;         ///< state.json, photos, the instance lock
+  std::string preferences;  ///< preferences.json
+  std::string runtime;      ///< the socket
+
+  std::string lockFile() const { return data + "/instance.lock"; }
+  std::string socketFile() const { return runtime + "/control.sock"; }
+
+  /// After the XDG Base Directory Specification 0.8; relative paths in the environment are ignored,
+  /// as it demands. Without a runtime folder the socket lies in the data folder.
+  static AppPaths fromEnvironment();
+  /// Everything below one private folder.
+  static AppPaths below(const std::string& folder);
+};
+
+}  // namespace brindle

@@ -1,0 +1,57 @@
+#include "app/brindle_app.h"
+
+#include <array>
+#include <ctime>
+
+#include "owner/answer_rules.h"
+
+namespace brindle {
+
+std::string localStamp() {
+  const std::time_t now = std::time(nullptr);
+  std::tm local{};
+  localtime_r(&now, &local);
+  std::array<char, 32> text{};
+  const std::size_t length = std::strftime(text.data(), text.size(), "%Y%m%d-%H%M%S", &local);
+  return {text.data(), length};
+}
+
+BrindleMacApp::BrindleMacApp(const Services& services, const std::string& folder)
+    : services_(services),
+      log_(services.log),
+      marks_(services.preferences, services.scheduler),
+      items_(services.keychain, marks_, log_),
+      freshInstall_(items_, services.preferences, services.files, services.secretWork, log_,
+                    folder),
+      secrets_({items_, services.crypto, services.random, services.preferences, services.bootClock,
+                services.scheduler, services.secretWork, log_, currentLocale()}),
+      vault_(services.files, folder, localStamp, log_),
+      camera_({services.scheduler, services.camera, services.images, services.flash,
+               services.imageWork, services.random}),
+      collaborators_(services.scheduler),
+      store_({services.scheduler, services.bootClock, services.screen, services.preferences,
+              services.notifications, services.random, services.fileWork, vault_, camera_, secrets_,
+              log_},
+             collaborators_.all()),
+      gate_(secrets_, store_, fingerprint_, services.scheduler),
+      startAtLogin_(services.loginItem, services.preferences, log_,
+                    [this](std::string_view name) { return collaborators_.features.on(name); }),
+      appDelegate_(store_, services.quitSender, log_) {}
+
+BrindleMacApp::~BrindleMacApp() {
+  // Work under way still uses what is about to go.
+  services_.secretWork.finish();
+  services_.fileWork.finish();
+  services_.imageWork.finish();
+}
+
+void BrindleMacApp::start(std::function<void()> started) {
+  freshInstall_.run(lifetime_.guard([this, started = std::move(started)] {
+    store_.start();
+    startAtLogin_.follow([this](auto changed) { return store_.onChange(std::move(changed)); },
+                         [this] { return store_.armed(); });
+    started();
+  }));
+}
+
+}  // namespace brindle

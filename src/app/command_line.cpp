@@ -1,0 +1,110 @@
+#include "app/command_line.h"
+
+#include <algorithm>
+#include <array>
+#include <charconv>
+
+#include "base/uuid.h"
+
+namespace brindle {
+namespace {
+
+using Read = Result<CommandLine, std::string>;
+using Mode = CommandLine::Mode;
+
+Failure<std::string> wrong(std::string why) { return Failure<std::string>(std::move(why)); }
+
+std::optional<std::int64_t> wholeNumber(std::string_view text) {
+  std::int64_t number = 0;
+  const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), number);
+  if (error != std::errc() || end != text.data() + text.size()) return std::nullopt;
+  return number;
+}
+
+Read readSetup(Request request, std::span<const std::string_view> rest) {
+  for (; !rest.empty(); rest = rest.subspan(2)) {
+    if (rest.size() < 2) return wrong(std::string(rest[0]) + " needs a value");
+    if (rest[0] == "--alert-delay") {
+      request.alertDelay = wholeNumber(rest[1]);
+      if (!request.alertDelay) return wrong("--alert-delay takes whole seconds");
+    } else if (rest[0] == "--start-at-login" && (rest[1] == "yes" || rest[1] == "no")) {
+      request.startAtLogin = rest[1] == "yes";
+    } else {
+      return wrong("setup takes --alert-delay SECONDS and --start-at-login yes|no");
+    }
+  }
+  return CommandLine{Mode::request, std::move(request)};
+}
+
+Read readDelete(Request request, std::span<const std::string_view> rest) {
+  if (rest.size() != 1) return wrong("delete takes EVENT, --photos or --all");
+  if (rest[0] == "--photos" || rest[0] == "--all") {
+    request.target = rest[0].substr(2);
+  } else if (const auto id = Uuid::parse(rest[0])) {
+    request.target = id->upper();
+  } else {
+    return wrong(std::string(rest[0]) + " is no event; \"brindle history\" shows them");
+  }
+  return CommandLine{Mode::request, std::move(request)};
+}
+
+Read readRequest(std::string_view name, std::span<const std::string_view> rest) {
+  Request request{.command = std::string(name)};
+  if (name == "setup") return readSetup(std::move(request), rest);
+  if (name == "delete") return readDelete(std::move(request), rest);
+  const bool hasJson = name == "status" || name == "history" || name == "doctor";
+  if (hasJson && rest.size() == 1 && rest[0] == "--json") {
+    request.json = true;
+    rest = {};
+  }
+  if (!rest.empty()) return wrong(std::string(name) + " does not take " + std::string(rest[0]));
+  return CommandLine{Mode::request, std::move(request)};
+}
+
+}  // namespace
+
+Result<CommandLine, std::string> readCommandLine(std::span<const std::string_view> arguments) {
+  if (arguments.empty()) return CommandLine{};
+  static constexpr std::array<std::pair<std::string_view, Mode>, 6> modes{{
+      {"guard", Mode::guard},
+      {"rehearse", Mode::rehearse},
+      {"help", Mode::help},
+      {"--help", Mode::help},
+      {"-h", Mode::help},
+      {"--version", Mode::version},
+  }};
+  static constexpr std::array<std::string_view, 8> requests{
+      "setup", "on", "off", "status", "history", "delete", "doctor", "confirm"};
+  const std::string_view name = arguments[0];
+  const auto rest = arguments.subspan(1);
+  const auto mode = std::ranges::find(modes, name, &std::pair<std::string_view, Mode>::first);
+  if (mode != modes.end()) {
+    if (!rest.empty()) return wrong(std::string(name) + " takes nothing more");
+    return CommandLine{mode->second, {}};
+  }
+  if (std::ranges::find(requests, name) != requests.end()) return readRequest(name, rest);
+  return wrong("no such command: " + std::string(name));
+}
+
+std::string_view usageText() {
+  return R"(usage: brindle [COMMAND]
+
+  (none)             run with windows and a menu (needs a desktop)
+  guard              run without windows; the owner proves themself in this terminal
+  setup              choose PIN, question and answer, alert delay
+                     [--alert-delay SECONDS] [--start-at-login yes|no]
+  on, off            turn the guard on or off
+  confirm            "that was me", for the unlock that waits for it
+  status [--json]    whether it is on, and whether it can do its work
+  history [--json]   what happened while it was on
+  delete EVENT       delete one event; --photos: all photos; --all: everything
+  doctor [--json]    every service: which backend, whether it answers, why not
+  rehearse           play the whole story on devices in memory, in a private folder
+
+Secrets are never taken from arguments or the environment. Exit codes: 0 done, 1 could not be
+done, 2 wrong usage, 3 no guard is running, 4 no proof was given, 5 the guard did not answer.
+doctor: 1 when lock signals, camera, keychain or files do not answer.
+)";
+}
+
+}  // namespace brindle

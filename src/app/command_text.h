@@ -1,0 +1,37 @@
+#pragma once
+
+#include <cstdint>
+#include <string>
+#include <vector>
+
+#include "core/guard_status.h"
+#include "core/unlock_event.h"
+#include "platform/service_report.h"
+
+namespace brindle {
+
+struct StatusFacts {
+  GuardStatus guard;
+  bool running = false;
+  std::int64_t alertDelay = 0;
+};
+
+/// What commands print: lines for a person, or one JSON document with stable keys for a program.
+std::string statusText(const StatusFacts& facts);
+std::string statusJson(const StatusFacts& facts);
+
+/// `photos` is the folder that photo names are relative to. The newest comes last.
+std::string historyText(const EventList& events);
+std::string historyJson(const EventList& events, const std::string& photos);
+
+/// `essential` names what the guard cannot do without.
+std::string doctorText(const std::vector<ServiceReport>& reports);
+std::string doctorJson(const std::vector<ServiceReport>& reports);
+/// The services without which the guard cannot do its work.
+bool isEssential(const ServiceReport& report);
+
+/// Told wherever a person may believe that unlocks are seen.
+inline constexpr std::string_view noLockSource =
+    "No source of lock signals answers on this machine, so unlocks go unseen.";
+
+}  // namespace brindle

@@ -1,0 +1,40 @@
+#include "app/doctor.h"
+
+#include <algorithm>
+#include <memory>
+
+#include "app/command_text.h"
+
+namespace brindle {
+
+void Doctor::ask(bool json, std::function<void(Reply)> done) {
+  auto keychain = std::make_shared<ServiceReport>();
+  services_.secretWork.run(
+      [keychain, &service = services_.keychain] { *keychain = service.report(); },
+      [this, keychain, json, done = std::move(done)] {
+        const auto reports = all(*keychain);
+        const bool fit = std::ranges::all_of(
+            reports, [](const auto& each) { return each.answered || !isEssential(each); });
+        done({.text = json ? doctorJson(reports) : doctorText(reports),
+              .exitCode = fit ? exit_code::done : exit_code::failed});
+      });
+}
+
+std::vector<ServiceReport> Doctor::all(ServiceReport keychain) {
+  return {services_.screen.report(),
+          services_.camera.report(),
+          std::move(keychain),
+          services_.files.report(),
+          window_,
+          services_.notifications.report(),
+          services_.loginItem.report(),
+          services_.quitSender.report(),
+          services_.preferences.report(),
+          services_.bootClock.report(),
+          services_.random.report(),
+          services_.crypto.report(),
+          services_.images.report(),
+          services_.flash.report()};
+}
+
+}  // namespace brindle

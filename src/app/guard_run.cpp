@@ -1,0 +1,40 @@
+#include "app/guard_run.h"
+
+#include <cstdio>
+
+namespace brindle {
+
+GuardRun::GuardRun(const AppPaths& paths, bool logToTerminal, ServiceReport window)
+    : paths_(paths),
+      services_(paths, logToTerminal),
+      log_(services_.log()),
+      app_(services_.services(), paths.data),
+      doctor_(services_.services(), std::move(window)),
+      commands_(app_, /*running=*/true,
+                [this](bool json, auto done) { doctor_.ask(json, std::move(done)); }),
+      socket_(services_.scheduler(), log_, [this](auto send) {
+        return std::make_unique<CommandSession>(commands_, app_.gate(), std::move(send));
+      }) {}
+
+void GuardRun::start(std::function<void()> started) {
+  app_.start([this, started = std::move(started)] {
+    // Only now: a command must not meet a store that has not read its history.
+    if (const auto why = socket_.listen(paths_.socketFile())) {
+      log_.notice("socket: not there: %{private}s", *why);
+    }
+    started();
+  });
+}
+
+int takeInstance(InstanceLock& lock, const AppPaths& paths) {
+  const auto outcome = lock.take(paths.lockFile());
+  if (outcome == InstanceLock::Outcome::taken) return exit_code::done;
+  if (outcome == InstanceLock::Outcome::heldByAnother) {
+    std::fputs("brindle: another Brindle of yours is at work already\n", stderr);
+    return exit_code::lost;
+  }
+  std::fprintf(stderr, "brindle: %s\n", lock.problem().c_str());
+  return exit_code::failed;
+}
+
+}  // namespace brindle

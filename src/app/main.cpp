@@ -1,0 +1,147 @@
+#include <unistd.h>
+
+#include <cstdio>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "app/command_line.h"
+#include "app/conversation.h"
+#include "app/guard_run.h"
+#include "app/harden.h"
+#include "app/rehearsal.h"
+#include "app/terminal_guard.h"
+
+namespace {
+
+using namespace brindle;
+
+ServiceReport terminalAsWindow() {
+  const bool terminal = isatty(STDIN_FILENO) == 1;
+  return {"guarded window", terminal ? "terminal" : "none", terminal,
+          terminal ? "asks in this terminal; covers no screen"
+                   : "no window in this process; prove it was you with: brindle confirm"};
+}
+
+/// The windows are a program of their own, kept alive by a keeper: a guard without windows need not
+/// carry them.
+int runDesktop() {
+  const std::string keeper = ownProgram("brindle-keeper"), desktop = ownProgram("brindle-desktop");
+  execl(keeper.c_str(), keeper.c_str(), desktop.c_str(), static_cast<char*>(nullptr));
+  std::perror("brindle: the desktop program cannot be run");
+  return exit_code::failed;
+}
+
+int runGuard(const AppPaths& paths) {
+  InstanceLock lock;
+  if (const int code = takeInstance(lock, paths)) return code;
+  GuardRun run(paths, /*logToTerminal=*/true, terminalAsWindow());
+  int exitCode = exit_code::done;
+  run.app().appDelegate().quit = [&](bool saved) {
+    exitCode = saved ? exit_code::done : exit_code::failed;
+    run.services().scheduler().stop();
+  };
+  std::unique_ptr<TerminalGuard> terminal;
+  run.start([&] {
+    terminal = std::make_unique<TerminalGuard>(run.services().scheduler(), run.app().store(),
+                                               run.app().gate(), STDIN_FILENO);
+  });
+  run.services().scheduler().run();
+  return exitCode;
+}
+
+int runDoctor(const AppPaths& paths, const Request& request) {
+  LinuxServices services(paths, false);
+  Doctor doctor(services.services(), terminalAsWindow());
+  int exitCode = exit_code::failed;
+  doctor.ask(request.json, [&](Reply reply) {
+    std::fputs(reply.text.c_str(), stdout);
+    exitCode = reply.exitCode;
+    services.scheduler().stop();
+  });
+  services.scheduler().run();
+  return exitCode;
+}
+
+/// No guard runs: the same request, by the same handler, in this process.
+int runHere(const AppPaths& paths, Request request, Conversation& conversation) {
+  InstanceLock lock;
+  if (const int code = takeInstance(lock, paths)) return code;
+  LinuxServices services(paths, false);
+  BrindleMacApp app(services.services(), paths.data);
+  GuardCommands commands(app, /*running=*/false, {});
+  std::unique_ptr<CommandSession> session;
+  bool saved = true;
+  app.appDelegate().quit = [&](bool all) {
+    saved = all;
+    services.scheduler().stop();
+  };
+  const auto leave = [&] { app.store().prepareToQuit(app.appDelegate().quit); };
+  session = std::make_unique<CommandSession>(commands, app.gate(), [&](Reply reply) {
+    auto next = conversation.next(reply);
+    const bool more = next.has_value();
+    services.scheduler().post(
+        [&, more, next = std::make_shared<std::optional<Request>>(std::move(next))] {
+          if (!more || !session->receive(std::move(**next))) leave();
+        });
+  });
+  app.start([&] { static_cast<void>(session->receive(std::move(request))); });
+  services.scheduler().run();
+  return saved ? conversation.exitCode() : exit_code::failed;
+}
+
+int runRequest(const AppPaths& paths, Request request) {
+  StandardTerminal terminal;
+  Conversation conversation(terminal);
+  if (!conversation.prepare(request)) return conversation.exitCode();
+  ControlClient client;
+  switch (client.connect(paths.socketFile())) {
+    case ControlClient::Outcome::nobodyThere:
+      if (request.command == "doctor") return runDoctor(paths, request);
+      return runHere(paths, std::move(request), conversation);
+    case ControlClient::Outcome::failed:
+      std::fputs("brindle: the socket of the running guard cannot be used\n", stderr);
+      return exit_code::lost;
+    case ControlClient::Outcome::connected:
+      break;
+  }
+  for (std::optional<Request> next(std::move(request)); next;) {
+    if (!client.send(*next)) return exit_code::lost;
+    const auto reply = client.receive();
+    if (!reply) {
+      std::fputs("brindle: the running guard does not answer\n", stderr);
+      return exit_code::lost;
+    }
+    next = conversation.next(*reply);
+  }
+  return conversation.exitCode();
+}
+
+}  // namespace
+
+int main(int argc, char** argv) {
+  harden();
+  const std::vector<std::string_view> arguments(argv + 1, argv + argc);
+  auto line = readCommandLine(arguments);
+  if (!line) {
+    std::fprintf(stderr, "brindle: %s\n%s", line.error().c_str(), std::string(usageText()).c_str());
+    return exit_code::usage;
+  }
+  switch (line->mode) {
+    case CommandLine::Mode::desktop:
+      return runDesktop();
+    case CommandLine::Mode::guard:
+      return runGuard(AppPaths::fromEnvironment());
+    case CommandLine::Mode::rehearse:
+      return runRehearsal();
+    case CommandLine::Mode::help:
+      std::fputs(std::string(usageText()).c_str(), stdout);
+      return exit_code::done;
+    case CommandLine::Mode::version:
+      std::puts("brindle " BRINDLE_VERSION);
+      return exit_code::done;
+    case CommandLine::Mode::request:
+      return runRequest(AppPaths::fromEnvironment(), std::move(line->request));
+  }
+  return exit_code::usage;
+}

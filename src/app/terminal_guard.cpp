@@ -1,0 +1,100 @@
+#include "app/terminal_guard.h"
+
+#include <sys/epoll.h>
+#include <unistd.h>
+
+#include <array>
+#include <cstdio>
+
+namespace brindle {
+namespace {
+
+void show(std::string_view text) {
+  std::fwrite(text.data(), 1, text.size(), stdout);
+  std::fflush(stdout);
+}
+
+}  // namespace
+
+TerminalGuard::TerminalGuard(LinuxScheduler& scheduler, NightjarStore& store, OwnerGate& gate,
+                             int input)
+    : scheduler_(scheduler),
+      store_(store),
+      gate_(gate),
+      input_(input),
+      terminal_(isatty(input) == 1),
+      changes_(store.onChange([this] { follow(); })) {
+  follow();
+}
+
+void TerminalGuard::follow() {
+  const auto pending = store_.pendingConfirm();
+  if (pending == asked_) return;
+  if (asked_) close();
+  asked_ = pending;
+  if (asked_) open();
+}
+
+void TerminalGuard::open() {
+  show("\nThis Mac is guarded.\n");
+  if (!terminal_) return show("Prove that it was you: brindle confirm\n");
+  sitting_ = gate_.open(OwnerPurpose::confirmUnlock);
+  show(std::string(sitting_->heading()) + "\n");
+  quiet_ = std::make_unique<EchoOff>(input_);
+  watch_ = scheduler_.watch(input_, EPOLLIN, [this](std::uint32_t) { readable(); });
+  prompt();
+}
+
+void TerminalGuard::close() {
+  watch_.end();
+  quiet_.reset();
+  sitting_.reset();
+  answering_ = trying_ = false;
+  show("Confirmed.\n");
+}
+
+void TerminalGuard::prompt() {
+  if (answering_) return show(sitting_->question() + " ");
+  show(sitting_->answerOpen() ? "Brindle PIN (empty: answer the secret question): "
+                              : "Brindle PIN: ");
+}
+
+/// A terminal hands over a line at a time.
+void TerminalGuard::readable() {
+  std::array<char, 4096> bytes;
+  const ssize_t got = read(input_, bytes.data(), bytes.size());
+  if (got <= 0) {
+    // The terminal is gone; the socket is still there.
+    watch_.end();
+    return;
+  }
+  std::string_view line(bytes.data(), static_cast<std::size_t>(got));
+  line = line.substr(0, line.find('\n'));
+  SecretText text(line);
+  wipe(bytes.data(), bytes.size());
+  if (sitting_ && !trying_) entered(std::move(text));
+}
+
+void TerminalGuard::entered(SecretText line) {
+  if (line.empty()) {
+    answering_ = !answering_ && sitting_->answerOpen();
+    return prompt();
+  }
+  trying_ = true;
+  auto done = [this](GateAnswer answer) { answered(std::move(answer)); };
+  if (std::exchange(answering_, false)) {
+    sitting_->tryAnswer(std::move(line), std::move(done));
+  } else {
+    sitting_->tryPin(std::move(line), std::move(done));
+  }
+}
+
+void TerminalGuard::answered(GateAnswer answer) {
+  trying_ = false;
+  // After a right one the store's change closes this.
+  if (answer.outcome == GateAnswer::Outcome::right) return;
+  show(answer.message + "\n");
+  prompt();
+}
+
+}  // namespace brindle
