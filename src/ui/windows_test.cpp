@@ -1,0 +1,191 @@
+#include <QApplication>
+#include <QLineEdit>
+#include <QListWidget>
+#include <QPushButton>
+#include <QTest>
+
+#include "core/start_at_login.h"
+#include "owner/fingerprint_check.h"
+#include "owner/keychain_items.h"
+#include "owner/keychain_marks.h"
+#include "platform/memory/crypto_memory.h"
+#include "platform/memory/keychain_memory.h"
+#include "platform/memory/login_item_memory.h"
+#include "testing/guard_fixture.h"
+#include "ui/guarded_window.h"
+#include "ui/key_window.h"
+
+namespace brindle {
+namespace {
+
+constexpr auto pinText = "271828";
+
+/// The store of the fixture with real secrets and the real gate, and windows over both.
+class WindowsTest : public GuardFixture {
+ protected:
+  void SetUp() override {
+    GuardFixture::SetUp();
+    keeper.savePin(SecretText(pinText), SecretText(pinText), nullptr,
+                   [](PinSaved saved) { ASSERT_EQ(saved, PinSaved::saved); });
+    settle();
+    gate = std::make_unique<OwnerGate>(keeper, *store, noFingerprint, scheduler);
+  }
+  void TearDown() override {
+    guarded.reset();
+    window.reset();
+    gate.reset();
+    GuardFixture::TearDown();
+  }
+
+  void settle() {
+    scheduler.run();
+    QCoreApplication::sendPostedEvents();
+    QCoreApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete);
+  }
+  /// What a person sees: the visible widget of a kind that carries this name or text.
+  template <class W>
+  W* seen(const QString& name) {
+    for (QWidget* widget : QApplication::allWidgets()) {
+      auto* match = qobject_cast<W*>(widget);
+      if (match && match->isVisible() && nameOf(match) == name) return match;
+    }
+    return nullptr;
+  }
+  static QString nameOf(QLineEdit* field) { return field->accessibleName(); }
+  static QString nameOf(QPushButton* button) { return button->text(); }
+  static QString nameOf(QLabel* label) { return label->text(); }
+  static QString nameOf(QListWidget* list) { return list->accessibleName(); }
+
+  void enterPin(const QString& digits) {
+    auto* field = seen<QLineEdit>("Brindle PIN");
+    ASSERT_TRUE(field);
+    QTest::keyClicks(field, digits);
+    QTest::keyClick(field, Qt::Key_Return);
+    settle();
+  }
+  void openWindow() {
+    window = std::make_unique<KeyWindow>(KeyWindow::Parts{
+        {*store, *gate, keeper, startAtLogin, "The keyring is a file."}, *vault, [this] {
+          return lockProblem;
+        }});
+    window->show(KeyWindow::Page::guard);
+    settle();
+  }
+  void press(const QString& text) {
+    auto* button = seen<QPushButton>(text);
+    ASSERT_TRUE(button) << text.toStdString();
+    button->click();
+    settle();
+  }
+
+  MemoryKeychain keychain;
+  MemoryCrypto crypto;
+  KeychainMarks marks{defaults, scheduler};
+  KeychainItems items{keychain, marks, Log(lines), "com.corvane.brindle"};
+  VirtualWorkerQueue secretWork{scheduler};
+  SecretStore keeper{
+      {items, crypto, random, defaults, clock, scheduler, secretWork, Log(lines), "en_GB"}};
+  NoFingerprintCheck noFingerprint;
+  MemoryLoginItem loginItem;
+  StartAtLoginOnArm startAtLogin{loginItem, defaults, Log(lines), [](auto) { return true; }};
+  std::string lockProblem;
+  std::unique_ptr<OwnerGate> gate;
+  std::unique_ptr<GuardedWindow> guarded;
+  std::unique_ptr<KeyWindow> window;
+};
+
+TEST_F(WindowsTest, GuardedWindowStaysUntilTheRightPin) {
+  turnOn();
+  guarded = std::make_unique<GuardedWindow>(*store, *gate, screen);
+  EXPECT_FALSE(guarded->shown());
+  unlockAndSettle();
+  settle();
+  ASSERT_TRUE(guarded->shown());
+  EXPECT_TRUE(seen<QLabel>("This Mac is guarded."));
+
+  for (QWidget* top : QApplication::topLevelWidgets()) top->close();
+  EXPECT_TRUE(guarded->shown());
+  EXPECT_TRUE(seen<QLineEdit>("Brindle PIN")) << "closed from outside";
+
+  enterPin("1111");
+  EXPECT_TRUE(seen<QLabel>("Wrong PIN. Photo taken."));
+  EXPECT_EQ(last()->wrongPINs, 1);
+  EXPECT_TRUE(seen<QLineEdit>("Brindle PIN")->text().isEmpty());
+
+  enterPin(pinText);
+  EXPECT_FALSE(guarded->shown());
+  scheduler.advance(std::chrono::seconds(10));
+  ASSERT_EQ(store->events().size(), 1U);
+  EXPECT_TRUE(last()->attemptOnly) << "the wrong try stays";
+}
+
+TEST_F(WindowsTest, LockedOutFormCountsDownAndLetsGo) {
+  turnOn();
+  guarded = std::make_unique<GuardedWindow>(*store, *gate, screen);
+  unlockAndSettle();
+  settle();
+  for (int i = 0; i < 6; ++i) enterPin("1111");
+  EXPECT_TRUE(seen<QLabel>("Too many wrong PINs. Try again in 60 seconds."));
+  EXPECT_EQ(last()->wrongPINs, 5) << "a locked try is not counted";
+  scheduler.advance(std::chrono::seconds(60));
+  enterPin(pinText);
+  EXPECT_FALSE(guarded->shown());
+}
+
+TEST_F(WindowsTest, IntrudersEventIsKeptWhenTheOwnerSaysSo) {
+  turnOn();
+  guarded = std::make_unique<GuardedWindow>(*store, *gate, screen);
+  const Uuid id = unlockAndSettle();
+  settle();
+  press("It wasn't me");
+  enterPin(pinText);
+  scheduler.advance(std::chrono::seconds(1));
+  settle();
+  EXPECT_FALSE(guarded->shown());
+  ASSERT_TRUE(store->event(id));
+  EXPECT_TRUE(store->event(id)->resolved);
+}
+
+TEST_F(WindowsTest, HistoryOpensOnlyWithProofAndForgetsBehindAClosedDoor) {
+  turnOn();
+  unlockAndSettle();
+  openWindow();
+  window->show(KeyWindow::Page::history);
+  settle();
+  EXPECT_FALSE(seen<QListWidget>("History"));
+  press("Show the history…");
+  enterPin(pinText);
+  settle();
+  auto* list = seen<QListWidget>("History");
+  ASSERT_TRUE(list);
+  EXPECT_EQ(list->count(), 1);
+  store->lockHistory();
+  settle();
+  EXPECT_FALSE(list->isVisible());
+  EXPECT_EQ(list->count(), 0);
+}
+
+TEST_F(WindowsTest, GuardPageSaysWhyItStaysOffAndWhatItCannotNotice) {
+  openWindow();
+  EXPECT_TRUE(seen<QLabel>("Brindle is off"));
+  secrets.now = {SecretState::notSet, SecretState::notSet};
+  store->turnOn(ArmSource::owner());
+  settle();
+  EXPECT_TRUE(seen<QLabel>("Brindle has no PIN on this Mac, so it stays off."));
+  store->clearStateNotice();
+  lockProblem = "no session";
+  settle();
+  EXPECT_TRUE(seen<QLabel>("no session"));
+  window->show(KeyWindow::Page::settings);
+  EXPECT_TRUE(seen<QLabel>("The keyring is a file."));
+}
+
+}  // namespace
+}  // namespace brindle
+
+int main(int argc, char** argv) {
+  qputenv("QT_QPA_PLATFORM", "offscreen");
+  QApplication app(argc, argv);
+  testing::InitGoogleTest(&argc, argv);
+  return RUN_ALL_TESTS();
+}
