@@ -3,6 +3,7 @@
 #include <poll.h>
 #include <sys/epoll.h>
 
+#include <atomic>
 #include <optional>
 
 #include "platform/contract/boot_clock_contract.h"
@@ -80,11 +81,13 @@ class LinuxSchedulerTest : public testing::Test {
 TEST_F(LinuxSchedulerTest, TellsWatchersOfADescriptorUntilTheyEnd) {
   int first = 0;
   int second = 0;
-  Subscription one = loop.scheduler->watch(ends[0], EPOLLIN, [&](std::uint32_t events) {
-    EXPECT_EQ(events, unsigned{EPOLLIN});
-    ++first;
-    one.end();
-  });
+  Subscription one;
+  one = loop.scheduler->watch(ends[0], EPOLLIN,
+                              [&, step = std::make_shared<int>(1)](std::uint32_t events) {
+                                EXPECT_EQ(events, unsigned{EPOLLIN});
+                                one.end();
+                                first += *step;  // what it captured is still there
+                              });
   const Subscription two =
       loop.scheduler->watch(ends[0], EPOLLIN, [&](std::uint32_t) { ++second; });
   const Subscription writable =
@@ -144,6 +147,25 @@ TEST_F(LinuxSchedulerTest, ATaskMayRunTheLoopAndOrderIsKept) {
   loop.scheduler->post([&] { order += 'b'; });
   EXPECT_TRUE(loop.runUntil([&] { return order.size() == 3; }));
   EXPECT_EQ(order, "abc");
+}
+
+TEST(ThreadWorkerQueueTest, FinishWaitsForThePieceUnderWay) {
+  LinuxLoop loop;
+  std::atomic<bool> begun = false;
+  std::atomic<bool> ended = false;
+  loop.queue->run(
+      [&] {
+        begun = true;
+        begun.notify_one();
+        const Duration until = loop.scheduler->awakeTime() + milliseconds(5);
+        while (loop.scheduler->awakeTime() < until) {
+        }
+        ended = true;
+      },
+      nullptr);
+  begun.wait(false);
+  loop.queue->finish();
+  EXPECT_TRUE(ended);
 }
 
 // RFC 7914, section 11; the first half of each 64-byte value, which is its own block.
