@@ -17,7 +17,7 @@ class FingerprintCheck {
   virtual void ask(const std::string& reason, std::function<void(Answer)> done) = 0;
 };
 
-/// For machines without one: says so instead of pretending to ask.
+/// For machines without one. The gate does not ask where nothing is offered; whoever does is told.
 class NoFingerprintCheck final : public FingerprintCheck {
  public:
   bool offered() const override { return false; }

@@ -143,10 +143,11 @@ GateAnswer GateSitting::answerFor(WrongTry which, const SecretCheck& check) {
 
 void GateSitting::tryFingerprint(Done done) {
   using Answer = FingerprintCheck::Answer;
-  auto settle = [this, tell = lifetime_.guard(std::move(done))](Answer given) mutable {
-    tell(answerFor(given));
-  };
-  gate_.fingerprint_.ask(std::string(heading()), lifetime_.guard(std::move(settle)));
+  auto settle = lifetime_.guard([this, tell = lifetime_.guard(std::move(done))](
+                                    Answer given) mutable { tell(answerFor(given)); });
+  if (fingerprintOffered())
+    return gate_.fingerprint_.ask(std::string(heading()), std::move(settle));
+  gate_.scheduler_.post([settle = std::move(settle)]() mutable { settle(Answer::notOffered); });
 }
 
 GateAnswer GateSitting::answerFor(FingerprintCheck::Answer given) {

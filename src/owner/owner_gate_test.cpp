@@ -162,6 +162,8 @@ TEST_F(OwnerGateTest, FingerprintsCountNowhere) {
   sitting->tryFingerprint(keep);
   EXPECT_FALSE(window->fingerprintOffered());
   window->tryFingerprint(keep);
+  EXPECT_EQ(outcomes.size(), 2u) << "never from inside the call";
+  time.run();
   EXPECT_EQ(outcomes, (std::vector{Outcome::refused, Outcome::right, Outcome::notOffered}));
   EXPECT_TRUE(sink.wrong.empty());
   ASSERT_EQ(sink.proofs.size(), 1u);
