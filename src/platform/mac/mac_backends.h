@@ -1,0 +1,49 @@
+#pragma once
+
+#include <memory>
+#include <string>
+
+#include "base/log.h"
+#include "platform/boot_clock.h"
+#include "platform/camera.h"
+#include "platform/flash_window.h"
+#include "platform/image.h"
+#include "platform/keychain.h"
+#include "platform/login_item.h"
+#include "platform/notifications.h"
+#include "platform/posix/files_posix.h"
+#include "platform/preferences.h"
+#include "platform/random.h"
+#include "platform/screen_lock.h"
+#include "platform/worker_queue.h"
+
+namespace brindle {
+
+// The services of macOS 14 and later behind the platform headers. Each is made on the main thread
+// and destroyed there; what comes back from the system is handed on by the main dispatch queue. The
+// scheduler and the quit sender have headers of their own, because the application also drives
+// them; the primitives of platform/crypto.h are those of OpenSSL, as on every system.
+
+std::unique_ptr<BootClock> makeMacBootClock();
+/// `home` is the folder that its report is about.
+std::unique_ptr<PosixFiles> makeMacFiles(std::string home);
+std::unique_ptr<Keychain> makeMacKeychain();
+std::unique_ptr<Preferences> makeMacPreferences();
+std::unique_ptr<Random> makeMacRandom();
+
+/// `label` names the queue in crash reports and samples.
+std::unique_ptr<WorkerQueue> makeMacWorkerQueue(const char* label);
+
+std::unique_ptr<LoginItem> makeMacLoginItem();
+/// Made before the application has finished launching, or a click that launched it is not told.
+std::unique_ptr<Notifications> makeMacNotifications();
+std::unique_ptr<ScreenLock> makeMacScreenLock();
+
+std::unique_ptr<CameraDevice> makeMacCamera();
+std::unique_ptr<FlashWindow> makeMacFlashWindow();
+std::unique_ptr<ImageReader> makeMacImageReader();
+
+/// The unified log. Private arguments reach the system as such, so that it does its own redaction.
+std::unique_ptr<LogSink> makeOsLogSink();
+
+}  // namespace brindle
