@@ -40,10 +40,11 @@ void AlertHold::look(const Uuid& event) {
 }
 
 Duration heldSoFar(WallTime eventDate, WallTime now) {
-  if (eventDate >= now) return Duration::zero();
-  // Longer than any delay, and far from what nanoseconds can hold.
+  // Longer than any delay; compared before it is subtracted, since dates reach further than
+  // durations do.
   constexpr auto enough = std::chrono::hours(24);
-  return now - eventDate > enough ? enough : Duration(now - eventDate);
+  if (eventDate >= now) return Duration::zero();
+  return eventDate < now - enough ? enough : Duration(now - eventDate);
 }
 
 }  // namespace brindle

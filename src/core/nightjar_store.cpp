@@ -47,11 +47,13 @@ void NightjarStore::start() {
 
   const SessionMark mark = currentSessionMark(services_.clock);
   takeUp(sinceLastRun(readSessionMark(services_.defaults), mark));
-  // The mark follows the event it gives rise to: a crash in between must not lose the event.
-  saving_.whenRecorded(lifetime_.guard([this, mark] {
-    (void)writeSessionMark(services_.defaults, mark);  // the next start then looks once more
-  }));
-
+  // The mark follows the event it gives rise to: a crash in between must not lose the event, and a
+  // run that cannot read whether the guard was on leaves the question to the next.
+  if (loaded.how != PhotoVault::StateLoad::unreadable) {
+    saving_.whenRecorded(lifetime_.guard([this, mark] {
+      (void)writeSessionMark(services_.defaults, mark);  // the next start then looks once more
+    }));
+  }
   cancellables_.push_back(services_.secrets.onChange(
       [this](const OwnerSecrets::States& states) { secretsAre(states); }));
   cancellables_.push_back(

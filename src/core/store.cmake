@@ -5,3 +5,7 @@ brindle_library(brindle_core
     occurrence_extras.cpp opening_folding.cpp owner_secrets.cpp quit_wait.cpp relaunch.cpp
     report_retry.cpp state_saving.cpp unlock_handling.cpp
   LINKS brindle_core_records)
+
+brindle_test(guard_store_test
+  SOURCES guard_rules_test.cpp guard_random_test.cpp nightjar_store_test.cpp relaunch_test.cpp
+  LINKS brindle_guard_testing)

@@ -1,0 +1,136 @@
+#include <cstdlib>
+#include <random>
+#include <set>
+
+#include "testing/guard_fixture.h"
+#include "testing/stand_in_gate.h"
+
+namespace brindle {
+namespace {
+
+using namespace std::chrono_literals;
+
+/// Does anything in any order, with a disk that fails now and then, and knows what must be true.
+class RandomGuard : public GuardWorld {
+ public:
+  explicit RandomGuard(std::uint64_t seed) : GuardWorld(seed), dice_(seed) { launch(); }
+  ~RandomGuard() { kill(); }
+
+  void step() {
+    switch (dice_() % 16) {
+      case 0:
+      case 1:
+        return screen.setLocked(true);
+      case 2:
+      case 3:
+      case 4:
+        return screen.setLocked(false);
+      case 5:
+        return store->occurred({std::string(trigger_kind::lidClosed), "Lid"});
+      case 6:
+        return store->opened({"watched-file", std::to_string(dice_() % 5)});
+      case 7:
+        return store->wrongTry(dice_() % 2 == 0 ? WrongTry::pin : WrongTry::answer);
+      case 8:
+        return confirm();
+      case 9:
+        return removeSome();
+      case 10:
+        return diskFails_ ? mend() : spoil();
+      case 11:
+        return dice_() % 3 == 0 ? relaunch() : sleep();
+      case 12:
+        camera.photosPerSeries = static_cast<int>(dice_() % 5);
+        return;
+      default:
+        scheduler.advance(std::chrono::milliseconds(dice_() % 9000));
+    }
+  }
+
+  void check() {
+    EXPECT_TRUE(store->armed()) << "the guard stays on";
+    const std::vector<FileName> names = photos();
+    const std::set<FileName> there(names.begin(), names.end());
+    for (const EventRef& event : onDisk().events) {
+      for (const FileName& name : event->files()) {
+        EXPECT_TRUE(there.contains(name)) << name << " is named and not there";
+      }
+      if (store->status().saved) recorded_.insert(event->id);
+    }
+    for (const Uuid& id : recorded_) {
+      const bool kept = store->event(id) != nullptr;
+      EXPECT_TRUE(kept || allowedToGo_.contains(id)) << "a recorded event is lost";
+    }
+    EXPECT_EQ(store->pendingConfirm().has_value(), store->unconfirmedUnlock() != nullptr);
+  }
+
+  void end() {
+    mend();
+    scheduler.advance(20min);
+    EXPECT_TRUE(store->status().saved);
+    const SavedState state = onDisk();
+    EXPECT_EQ(state.events.size(), store->events().size());
+    std::set<FileName> named;
+    for (const EventRef& event : state.events) {
+      EXPECT_FALSE(event->photoPending);
+      for (const FileName& name : event->files()) named.insert(name);
+    }
+    EXPECT_GE(photos().size(), named.size());
+  }
+
+ private:
+  void confirm() {
+    if (const auto pending = store->pendingConfirm()) allowedToGo_.insert(*pending);
+    store->proved(OwnerGate::prove(OwnerPurpose::confirmUnlock));
+  }
+  void removeSome() {
+    if (store->events().empty()) return;
+    const Uuid id = store->events()[dice_() % store->events().size()]->id;
+    allowedToGo_.insert(id);
+    store->deleteEvent(id, OwnerGate::prove(OwnerPurpose::action));
+  }
+  void spoil() {
+    diskFails_ = true;
+    files.failAfter(dice_() % 12, {FileError::Kind::noSpace, 28});
+  }
+  void mend() {
+    diskFails_ = false;
+    files.failNothing();
+  }
+  void sleep() {
+    screen.suspend();
+    scheduler.run();
+    scheduler.sleepFor(std::chrono::minutes(dice_() % 60));
+    screen.resume();
+  }
+  void relaunch() {
+    mend();
+    crash();
+    launch();
+  }
+
+  std::mt19937_64 dice_;
+  std::set<Uuid> recorded_;     // on disk for good at some time
+  std::set<Uuid> allowedToGo_;  // confirmed or deleted by the owner
+  bool diskFails_ = false;
+};
+
+TEST(GuardRandomTest, NothingRecordedIsLostWhateverHappens) {
+  const char* chosen = std::getenv("BRINDLE_SEED");
+  std::uint64_t seed = chosen ? std::strtoull(chosen, nullptr, 10) : std::random_device{}();
+  for (int round = 0; round < (chosen ? 1 : 40); ++round, ++seed) {
+    SCOPED_TRACE("BRINDLE_SEED=" + std::to_string(seed));
+    RandomGuard guard(seed);
+    guard.turnOn();
+    for (int i = 0; i < 120 && !testing::Test::HasFailure(); ++i) {
+      guard.step();
+      guard.scheduler.run();
+      guard.check();
+    }
+    guard.end();
+    if (testing::Test::HasFailure()) return;
+  }
+}
+
+}  // namespace
+}  // namespace brindle

@@ -1,0 +1,181 @@
+#include "core/alert_hold.h"
+#include "core/arming.h"
+#include "core/opening_folding.h"
+#include "testing/guard_fixture.h"
+
+namespace brindle {
+namespace {
+
+using namespace std::chrono_literals;
+
+UnlockEvent eventAt(WallTime date) {
+  UnlockEvent event;
+  event.date = date;
+  event.resolved = false;
+  return event;
+}
+
+TEST(OpeningFoldingTest, FoldsIntoTheEventBeingHandledOrElseTheLastForThreeSeconds) {
+  const WallTime t{1h};
+  UnlockEvent resolved = eventAt(t), tries = eventAt(t);
+  resolved.resolved = true;
+  tries.attemptOnly = true;
+  const auto ref = [](const UnlockEvent& e) { return std::make_shared<const UnlockEvent>(e); };
+  const EventRef now = ref(eventAt(t)), old = ref(eventAt(t - 1min));
+
+  EXPECT_EQ(OpeningFolding::target(nullptr, nullptr, t), nullptr);
+  EXPECT_EQ(OpeningFolding::target(nullptr, now, t + 3s), now) << "exactly three seconds fold";
+  EXPECT_EQ(OpeningFolding::target(nullptr, now, t + 3s + 1us), nullptr);
+  EXPECT_EQ(OpeningFolding::target(nullptr, now, t - 1us), nullptr) << "the clock was set back";
+  EXPECT_EQ(OpeningFolding::target(old, now, t + 1s), nullptr) << "the one being handled decides";
+  EXPECT_EQ(OpeningFolding::target(now, old, t + 1s), now);
+  EXPECT_EQ(OpeningFolding::target(nullptr, ref(resolved), t), nullptr);
+  EXPECT_EQ(OpeningFolding::target(nullptr, ref(tries), t), nullptr);
+}
+
+TEST(ArmingTest, NothingIsTurnedOnThatNobodyCouldTurnOff) {
+  using enum SecretState;
+  const struct {
+    bool armed;
+    OwnerSecrets::States secrets;
+    TurnOnOutcome outcome;
+  } rows[] = {
+      {true, {notSet, notSet}, TurnOnOutcome::alreadyOn},
+      {false, {notSet, unreadable}, TurnOnOutcome::noPIN},
+      {false, {unreadable, set}, TurnOnOutcome::unreadable},
+      {false, {set, unreadable}, TurnOnOutcome::unreadable},
+      {false, {unknown, unknown}, TurnOnOutcome::unreadable},
+      {false, {set, notSet}, TurnOnOutcome::on},
+      {false, {set, set}, TurnOnOutcome::on},
+  };
+  for (const auto& row : rows) {
+    EXPECT_EQ(judgeTurnOn(row.armed, row.secrets), row.outcome) << &row - rows;
+  }
+}
+
+class AlertHoldTest : public testing::Test {
+ protected:
+  VirtualScheduler scheduler;
+  MemoryBootClock clock{scheduler, [this] { return scheduler.slept(); }};
+  std::vector<Uuid> released;
+  AlertHold hold{scheduler, clock, [this](const Uuid& id) { released.push_back(id); }};
+  Uuid one{{1}}, two{{2}};
+};
+
+TEST_F(AlertHoldTest, WhatIsLeftIsRoundedUpToWholeSecondsAndNothingIsReleasedInline) {
+  const struct {
+    Duration elapsed;
+    std::int64_t left;
+  } rows[] = {{0s, 30}, {1ns, 30}, {3200ms, 27}, {29s, 1}, {29999ms, 1}, {30s, 0}, {24h, 0}};
+  for (const auto& row : rows) {
+    released.clear();
+    hold.begin(one, 30s, row.elapsed);
+    EXPECT_EQ(hold.secondsLeft(one), row.left);
+    EXPECT_TRUE(released.empty());
+    scheduler.advance(std::chrono::seconds(row.left) - 1ns);
+    EXPECT_EQ(released.size(), row.left == 0 ? 1u : 0u);
+    scheduler.advance(1ns);
+    EXPECT_EQ(released.size(), 1u);
+    EXPECT_FALSE(hold.running(one));
+  }
+}
+
+TEST_F(AlertHoldTest, SleepCountsAndASetClockDoesNot) {
+  hold.begin(one, 30s);
+  scheduler.advance(10s);
+  scheduler.sleepFor(19s);
+  EXPECT_EQ(hold.secondsLeft(one), 1);
+  scheduler.setWallTime(scheduler.wallTime() + 24h * 365);
+  EXPECT_TRUE(released.empty()) << "set forward";
+  scheduler.setWallTime(scheduler.wallTime() - 24h * 700);
+  scheduler.advance(1s);
+  EXPECT_EQ(released.size(), 1u) << "set back";
+
+  hold.begin(one, 30s);
+  hold.begin(two, 60s);
+  scheduler.sleepFor(9h);
+  scheduler.run();
+  EXPECT_EQ(released, (std::vector{one, one, two})) << "slept over, released on wake";
+
+  hold.begin(one, 30s);
+  hold.end(one);
+  scheduler.advance(1min);
+  EXPECT_EQ(released.size(), 3u);
+  EXPECT_EQ(scheduler.pending(), 0u);
+}
+
+TEST(HeldSoFarTest, ADateAheadHasUsedUpNothingAndAnOldOneEverything) {
+  const WallTime t{1000h};
+  EXPECT_EQ(heldSoFar(t, t + 5s), 5s);
+  EXPECT_EQ(heldSoFar(t + 1h, t), 0s);
+  EXPECT_GT(heldSoFar(WallTime::min(), t), 1h);
+}
+
+class StateSavingTest : public testing::Test {
+ protected:
+  std::size_t saves() {
+    std::size_t renames = 0;
+    for (const FileStep& step : files.steps()) renames += step.op == FileOp::rename;
+    return renames;
+  }
+  VirtualScheduler scheduler;
+  VirtualWorkerQueue worker{scheduler};
+  MemoryFiles files;
+  RecordingLog lines;
+  PhotoVault vault{files, "/Brindle", [] { return std::string("20260302-100000"); }, Log(lines)};
+  int snapshots = 0, recorded = 0;
+  StateSaving saving{vault, worker, scheduler, [this] {
+                       ++snapshots;
+                       return SavedState{};
+                     }};
+  void SetUp() override { vault.load(); }
+};
+
+TEST_F(StateSavingTest, OneTurnSharesASaveAndARunningSaveIsFollowedByExactlyOne) {
+  saving.changed();
+  saving.changed();
+  saving.whenRecorded([this] { ++recorded; });
+  EXPECT_FALSE(saving.saved());
+  worker.hold();
+  scheduler.run();
+  EXPECT_EQ(snapshots, 1);
+  saving.changed();
+  saving.whenRecorded([this] { recorded += 10; });
+  saving.changed();
+  scheduler.run();
+  EXPECT_EQ(recorded, 0) << "nothing is recorded before it is on disk";
+  worker.release();
+  scheduler.run();
+  EXPECT_EQ(snapshots, 2);
+  EXPECT_EQ(saves(), 2u);
+  EXPECT_EQ(recorded, 11);
+  EXPECT_TRUE(saving.saved());
+  saving.whenRecorded([this] { ++recorded; });
+  EXPECT_EQ(recorded, 11) << "not inline";
+  scheduler.run();
+  EXPECT_EQ(recorded, 12);
+}
+
+TEST_F(StateSavingTest, AFailedSaveIsTriedAgainWithoutAChangeAndTheEndDoesNotWaitForIt) {
+  files.failAll({FileError::Kind::noSpace, 28});
+  saving.changed();
+  saving.whenRecorded([this] { ++recorded; });
+  std::vector<bool> finished;
+  saving.finish([&](bool saved) { finished.push_back(saved); });
+  scheduler.run();
+  EXPECT_EQ(finished, std::vector{false});
+  scheduler.advance(2s);
+  EXPECT_EQ(saving.failures(), 2u);
+  EXPECT_TRUE(lines.has("state.json not saved: the write failed"));
+  files.failNothing();
+  scheduler.advance(10s);
+  EXPECT_EQ(recorded, 1);
+  EXPECT_EQ(saving.failures(), 0u);
+  EXPECT_EQ(scheduler.pending(), 0u);
+  saving.finish([&](bool saved) { finished.push_back(saved); });
+  scheduler.run();
+  EXPECT_EQ(finished, (std::vector{false, true}));
+}
+
+}  // namespace
+}  // namespace brindle

@@ -1,0 +1,457 @@
+#include "core/nightjar_store.h"
+
+#include "testing/guard_fixture.h"
+#include "testing/stand_in_gate.h"
+
+namespace brindle {
+namespace {
+
+using namespace std::chrono_literals;
+
+class NightjarStoreTest : public GuardFixture {
+ protected:
+  void prove(OwnerPurpose purpose) {
+    store->proved(OwnerGate::prove(purpose));
+    scheduler.run();
+  }
+  void wrongTry(WrongTry which) {
+    store->wrongTry(which);
+    scheduler.advance(3s);
+  }
+  const OwnerProof action = OwnerGate::prove(OwnerPurpose::action);
+};
+
+TEST_F(NightjarStoreTest, TurningOnIsRecordedWithItsSourceAndToldToTheOthers) {
+  const WallTime start = scheduler.wallTime();
+  const Occurrence occurrence{Uuid{{7}}, start, start + 1h, "monday"};
+  std::optional<TurnOnOutcome> outcome;
+  int told = 0;
+  auto subscription = store->onChange([&] { ++told; });
+  store->turnOn(ArmSource::schedule(occurrence), [&](TurnOnOutcome how) { outcome = how; });
+  EXPECT_FALSE(store->armed()) << "the keychain is asked first";
+  scheduler.run();
+  EXPECT_EQ(outcome, TurnOnOutcome::on);
+  EXPECT_EQ(told, 1) << "once per turn of the loop";
+  EXPECT_EQ(others.calls,
+            (std::vector<std::string>{"watch start", "on schedule", "turned-on schedule"}));
+  EXPECT_EQ(onDisk().armedBy, ArmSource::schedule(occurrence));
+  EXPECT_EQ(onDisk().armedAt, start);
+  EXPECT_EQ(onDisk().armedAtMonotonicNs, static_cast<std::uint64_t>(clock.uptime().count()));
+  EXPECT_TRUE(onDisk().armedAtBoot);
+
+  store->turnOn(ArmSource::remote(), [&](TurnOnOutcome how) { outcome = how; });
+  scheduler.run();
+  EXPECT_EQ(outcome, TurnOnOutcome::alreadyOn);
+  EXPECT_EQ(store->armedBy(), ArmSource::schedule(occurrence));
+
+  store->requestTurnOff();
+  EXPECT_TRUE(store->turnOffRequested());
+  EXPECT_TRUE(store->armed());
+  prove(OwnerPurpose::turnOff);
+  EXPECT_FALSE(store->armed() || store->turnOffRequested());
+  EXPECT_FALSE(onDisk().armedAt || onDisk().armedBy || onDisk().armedAtMonotonicNs);
+  EXPECT_TRUE(others.was("off"));
+}
+
+TEST_F(NightjarStoreTest, ARefusedTurnOnSaysWhyAndSavesNothing) {
+  secrets.now = {SecretState::notSet, SecretState::notSet};
+  turnOn();
+  EXPECT_FALSE(store->armed());
+  EXPECT_EQ(store->stateNotice(), "Brindle has no PIN on this Mac, so it stays off.");
+  EXPECT_FALSE(files.exists("/home/Brindle/state.json").value());
+
+  secrets.now = {SecretState::set, SecretState::unreadable};
+  turnOn();
+  EXPECT_FALSE(store->armed());
+  EXPECT_TRUE(store->turnOnRefused());
+  EXPECT_TRUE(store->answerUnreadable() && !store->pinUnreadable());
+  EXPECT_TRUE(lines.has("turn on refused: a record can't be read"));
+  store->askAgain();
+  EXPECT_TRUE(store->askingAgain());
+  scheduler.run();
+  EXPECT_TRUE(store->stillCantRead() && !store->askingAgain());
+  secrets.now = {SecretState::set, SecretState::set};
+  store->askAgain();
+  scheduler.run();
+  EXPECT_FALSE(store->stillCantRead() || store->turnOnRefused());
+  turnOn();
+  EXPECT_TRUE(store->armed());
+  EXPECT_FALSE(store->stateNotice());
+}
+
+TEST_F(NightjarStoreTest, AnUnlockIsToldPhotographedRecordedAndAwaitsItsAnswer) {
+  lock();
+  unlock();
+  EXPECT_TRUE(store->events().empty()) << "an unlock while off records nothing";
+  turnOn();
+  others.calls.clear();
+  lock();
+  unlock();
+  ASSERT_EQ(store->events().size(), 1u);
+  const Uuid id = last()->id;
+  EXPECT_EQ(store->pendingConfirm(), id);
+  EXPECT_EQ(others.calls, std::vector<std::string>{"pending unlock"});
+  EXPECT_EQ(onDisk().events.size(), 1u) << "on disk before any photo";
+  EXPECT_TRUE(onDisk().events[0]->photoPending && !onDisk().events[0]->resolved);
+  EXPECT_EQ(notifications.shown().at(id.upper()).title, "This Mac is guarded.");
+
+  scheduler.advance(100ms);
+  const FileName first = photoFileName(id, 0);
+  EXPECT_EQ(onDisk().events[0]->photoFiles, std::vector{first}) << "the first photo at once";
+  EXPECT_TRUE(others.was("first photo " + first));
+  EXPECT_TRUE(lines.has("camera started in 0 ms") && lines.has("photo saved in 100 ms"));
+  EXPECT_TRUE(lines.has("clip wanted false, sound false, location false, state off"));
+  scheduler.advance(2s);
+  EXPECT_EQ(camera.wantedCounts, std::vector{4});
+  EXPECT_EQ(onDisk().events[0]->photoFiles.size(), 4u);
+  EXPECT_FALSE(onDisk().events[0]->photoPending || onDisk().events[0]->photoProblem);
+  EXPECT_EQ(photos(), onDisk().events[0]->photoFiles);
+
+  prove(OwnerPurpose::confirmUnlock);
+  EXPECT_TRUE(store->events().empty() && !store->pendingConfirm());
+  EXPECT_TRUE(onDisk().events.empty());
+  EXPECT_TRUE(photos().empty());
+  EXPECT_TRUE(notifications.shown().empty());
+  EXPECT_TRUE(others.was("cancel") && others.was("delete copies") && others.was("log confirmed 0"));
+  scheduler.advance(1min);
+  EXPECT_FALSE(others.was("report")) << "the hold went with it";
+}
+
+TEST_F(NightjarStoreTest, ConfirmingDuringTheSeriesEndsItAndLeavesNoFile) {
+  turnOn();
+  lock();
+  unlock();
+  worker->hold();  // the first photo is being written
+  scheduler.advance(100ms);
+  prove(OwnerPurpose::confirmUnlock);
+  worker->release();
+  scheduler.advance(3s);
+  EXPECT_EQ(camera.running(), 0u);
+  EXPECT_TRUE(onDisk().events.empty() && photos().empty());
+}
+
+TEST_F(NightjarStoreTest, AnUnlockNobodyConfirmsIsReportedAndTriedAgainFiveTimes) {
+  others.handOvers.assign(6, HandOver::notHandedOver);
+  turnOn();
+  lock();
+  unlock();
+  const Uuid id = last()->id;
+  scheduler.advance(30s - 1ns);
+  EXPECT_EQ(store->holdSecondsLeft(id), 1);
+  EXPECT_FALSE(others.was("report"));
+  scheduler.advance(1ns);
+  EXPECT_TRUE(others.was("log unconfirmed 0") && others.was("keep copies"));
+  EXPECT_TRUE(others.was("alarm unconfirmed"));
+  std::ptrdiff_t reports = 1;
+  for (const Duration wait : {30s, 120s, 600s, 600s, 600s}) {
+    scheduler.advance(wait - 1ns);
+    EXPECT_EQ(others.count("report"), reports);
+    scheduler.advance(1ns);
+    EXPECT_EQ(others.count("report"), ++reports);
+  }
+  EXPECT_EQ(lines.count("report: email owed, not handed over; held copy kept"), 6u);
+  scheduler.advance(24h);
+  EXPECT_EQ(others.count("report"), 6);
+  EXPECT_EQ(vault->removePhotos(photos()), 0u) << "the photos of an owed report are kept";
+
+  others.handOvers.assign(1, HandOver::handedOver);
+  store->prepareToQuit([](bool) {});
+  scheduler.run();
+  EXPECT_EQ(onDisk().events[0]->alert, AlertState::queued) << "once more before the end";
+}
+
+TEST_F(NightjarStoreTest, WrongTriesOutliveTheUnlockTheyWereMadeAt) {
+  turnOn();
+  const Uuid id = unlockAndSettle();
+  wrongTry(WrongTry::pin);
+  wrongTry(WrongTry::answer);
+  EXPECT_EQ(camera.wantedCounts, (std::vector{4, 2, 2}));
+  EXPECT_EQ(last()->photoFiles.size(), 8u);
+  EXPECT_EQ(last()->photoFiles.back(), photoFileName(id, 7));
+  prove(OwnerPurpose::confirmUnlock);
+  ASSERT_EQ(onDisk().events.size(), 1u);
+  const UnlockEvent left = *onDisk().events[0];
+  EXPECT_TRUE(left.attemptOnly && left.resolved && !left.photoPending);
+  EXPECT_EQ(left.wrongPINs + 10 * left.wrongAnswers, 11);
+  EXPECT_EQ(left.photoFiles.size(), 4u);
+  EXPECT_EQ(left.vaultPhotos.back().kind, UnlockEvent::VaultPhoto::Kind::wrongPassword);
+  EXPECT_EQ(photos(), left.photoFiles) << "the unlock's own photos are gone";
+  EXPECT_TRUE(others.was("log confirmed 2"));
+}
+
+TEST_F(NightjarStoreTest, WrongTriesElsewhereShareAnEventThatIsHeldLikeAnUnlock) {
+  wrongTry(WrongTry::pin);
+  wrongTry(WrongTry::answer);
+  ASSERT_EQ(store->events().size(), 1u);
+  EXPECT_TRUE(last()->attemptOnly && !last()->resolved);
+  EXPECT_EQ(last()->photoFiles.size(), 4u);
+  EXPECT_FALSE(store->pendingConfirm());
+  EXPECT_TRUE(others.was("pending wrong-pin"));
+  prove(OwnerPurpose::history);
+  EXPECT_TRUE(store->historyUnlocked());
+  EXPECT_TRUE(last()->resolved) << "the owner mistyped; the record stays, no report goes";
+  scheduler.advance(1min);
+  EXPECT_FALSE(others.was("report"));
+
+  wrongTry(WrongTry::answer);
+  EXPECT_EQ(store->events().size(), 2u);
+  EXPECT_TRUE(others.was("pending wrong-answer"));
+  scheduler.advance(1min);
+  EXPECT_EQ(others.count("report"), 1);
+  EXPECT_TRUE(others.was("log wrong-pin 1"));
+  EXPECT_TRUE(last()->resolved);
+  EXPECT_EQ(photos().size(), 6u);
+}
+
+TEST_F(NightjarStoreTest, EachUnlockHasItsOwnHoldAndItsOwnAnswer) {
+  turnOn();
+  const Uuid earlier = unlockAndSettle();
+  const Uuid newest = unlockAndSettle();  // a minute later: the earlier one was reported
+  ASSERT_EQ(store->events().size(), 2u);
+  EXPECT_EQ(others.count("report"), 1);
+  EXPECT_EQ(store->pendingConfirm(), newest);
+  store->occurred({std::string(trigger_kind::lidClosed), "Lid"});
+  store->occurred({std::string(trigger_kind::powerUnplugged), "Power"});
+  scheduler.advance(3s);
+  const Uuid power = last()->id;
+  prove(OwnerPurpose::confirmUnlock);
+  EXPECT_FALSE(store->event(power));
+  EXPECT_EQ(store->unresolved().size(), 3u);
+  EXPECT_FALSE(store->pendingConfirm()) << "the others wait in the history";
+  EXPECT_TRUE(store->holdSecondsLeft(newest)) << "and keep their hold";
+
+  EXPECT_TRUE(store->thatWasMe(newest, action));
+  EXPECT_FALSE(store->thatWasMe(newest, action));
+  EXPECT_TRUE(store->keepInHistory(last()->id, action));
+  EXPECT_EQ(others.count("report"), 2) << "not the owner: no reason to wait";
+  EXPECT_EQ(store->unresolved().size(), 1u);
+  EXPECT_EQ(store->unresolved()[0]->id, earlier);
+  prove(OwnerPurpose::turnOff);
+  store->occurred({std::string(trigger_kind::idleReturn), "Idle"});
+  EXPECT_EQ(store->events().size(), 2u) << "nothing is recorded while off";
+}
+
+TEST_F(NightjarStoreTest, OpeningsFoldIntoTheUnlockOncePerSitting) {
+  const auto kindOf = [](std::string_view kind, std::string name) {
+    return Trigger{std::string(kind), std::move(name)};
+  };
+  const Trigger file = kindOf(trigger_kind::watchedFile, "Diary");
+  store->opened(file);
+  EXPECT_TRUE(store->events().empty()) << "off";
+  turnOn();
+  lock();
+  unlock();
+  scheduler.advance(2s);
+  store->opened(file);
+  store->opened(file);
+  scheduler.advance(1s);
+  store->opened(kindOf(trigger_kind::watchedFolder, "Letters"));
+  scheduler.advance(3s);
+  ASSERT_EQ(store->events().size(), 1u);
+  const UnlockEvent unlocked = *onDisk().events[0];
+  EXPECT_EQ(unlocked.watchedOpenings, 2);
+  EXPECT_EQ(unlocked.alsoOpened[0], file);
+  EXPECT_EQ(unlocked.openingPhotos.size(), 4u);
+  EXPECT_EQ(unlocked.photoFiles.size(), 4u);
+  EXPECT_EQ(photos().size(), 8u);
+
+  store->opened(kindOf(trigger_kind::watchedApp, "Mail"));
+  ASSERT_EQ(store->events().size(), 2u) << "6 s after the unlock: its own event";
+  EXPECT_EQ(last()->trigger, kindOf(trigger_kind::watchedApp, "Mail"));
+  EXPECT_TRUE(others.was("pending watched-app"));
+  scheduler.advance(10s);
+  store->opened(file);
+  EXPECT_EQ(store->events().size(), 2u) << "known in this sitting";
+  lock();
+  store->opened(file);
+  store->opened(kindOf(trigger_kind::tripwire, "Passwords"));
+  EXPECT_EQ(store->events().size(), 3u);
+  EXPECT_EQ(last()->watchedOpenings, 1);
+}
+
+TEST_F(NightjarStoreTest, EveryLockSignalButWakeForgetsTheProof) {
+  turnOn();
+  const struct {
+    SystemNotice notice;
+    bool forgets;
+  } rows[] = {{SystemNotice::screenLocked, true},    {SystemNotice::sessionResignedActive, true},
+              {SystemNotice::screensDidSleep, true}, {SystemNotice::willSleep, true},
+              {SystemNotice::willPowerOff, true},    {SystemNotice::didWake, false}};
+  for (const auto& row : rows) {
+    prove(OwnerPurpose::history);
+    prove(OwnerPurpose::quit);
+    EXPECT_TRUE(store->quitApproved());
+    screen.announce(row.notice);
+    scheduler.run();
+    EXPECT_EQ(store->ownerProved(), !row.forgets);
+    EXPECT_EQ(store->historyUnlocked(), !row.forgets);
+    EXPECT_EQ(store->quitApproved(), !row.forgets);
+    EXPECT_EQ(store->armedThisSitting(), false);
+  }
+}
+
+TEST_F(NightjarStoreTest, AnUpdateWaitsWhileAnUnlockIsDealtWith) {
+  turnOn();
+  int installs = 0;
+  others.updateReady([&] { ++installs; });
+  scheduler.run();
+  EXPECT_TRUE(store->updateWaitsForLock());
+  unlockAndSettle();
+  EXPECT_EQ(installs, 1) << "settled before the unlock";
+  others.updateReady([&] { ++installs; });
+  screen.setLocked(true);
+  scheduler.advance(10s);
+  EXPECT_TRUE(
+      lines.has("lock (%{public}s) while an unlock is dealt with: waits for the next lock"));
+  EXPECT_EQ(installs, 1);
+  scheduler.advance(1min);  // the hold is over, and with it the handling
+  screen.announce(SystemNotice::screensDidSleep);
+  scheduler.advance(5s);
+  EXPECT_EQ(installs, 2);
+}
+
+TEST_F(NightjarStoreTest, TheProblemOfASeriesIsWrittenIntoItsEvent) {
+  const struct {
+    bool allowed;
+    int photos;
+    double brightness;
+    bool diskFull;
+    std::optional<PhotoProblem> problem;
+  } rows[] = {{false, 9, 0.5, false, PhotoProblem::cameraDenied},
+              {true, 0, 0.5, false, PhotoProblem::cameraFailed},
+              {true, 9, 0.05, false, PhotoProblem::dark},
+              {true, 9, 0.5, true, PhotoProblem::cameraFailed},
+              {true, 9, 0.5, false, std::nullopt}};
+  turnOn();
+  for (const auto& row : rows) {
+    camera.allowed = row.allowed;
+    camera.photosPerSeries = row.photos;
+    camera.brightness = row.brightness;
+    lock();
+    unlock();
+    if (row.diskFull) files.failAll({FileError::Kind::noSpace, 28});
+    scheduler.advance(3s);
+    files.failNothing();
+    scheduler.advance(20s);
+    EXPECT_EQ(onDisk().events.back()->photoProblem, row.problem) << &row - rows;
+    EXPECT_FALSE(last()->photoPending);
+  }
+  EXPECT_EQ(lines.count("no photo in 2000 ms"), 2u) << "not without an attempt";
+  EXPECT_EQ(camera.wantedCounts.size(), 4u);
+}
+
+TEST_F(NightjarStoreTest, AClipIsAttachedOnceAndNeverLeftBehind) {
+  others.clipWish = {true, true, "ready"};
+  others.locationWanted = true;
+  turnOn();
+  const auto clipOf = [this](const char* name) {
+    EXPECT_TRUE(vault->savePhoto(name, bytesOf("clip")));
+    return ClipRecording::Clip{name, false, true};
+  };
+  const Uuid id = unlockAndSettle();
+  EXPECT_TRUE(lines.has("clip wanted true, sound true, location true, state ready"));
+  EXPECT_EQ(last()->location->lat, 1.5);
+  const auto record = others.clipDone;
+  record(clipOf("a.mov"));
+  EXPECT_TRUE(lines.has("clip attached to the unlock"));
+  EXPECT_EQ(last()->videoFile, "a.mov");
+  EXPECT_TRUE(store->clipsWithSound().contains(id));
+  record(clipOf("b.mov"));
+  EXPECT_TRUE(lines.has("clip saved but its unlock is gone or already has one: removed"));
+  record({std::nullopt, true, false});
+  EXPECT_TRUE(lines.has("clip not kept: saved false, cancelled true"));
+  prove(OwnerPurpose::confirmUnlock);
+  record(clipOf("c.mov"));
+  EXPECT_EQ(lines.count("clip saved but its unlock is gone or already has one: removed"), 2u);
+  scheduler.run();
+  EXPECT_TRUE(photos().empty());
+}
+
+TEST_F(NightjarStoreTest, DeletingRemovesTheRecordFirstAndThenItsFiles) {
+  turnOn();
+  const Uuid first = unlockAndSettle();
+  const Uuid second = unlockAndSettle();
+  EXPECT_TRUE(store->deleteEvent(first, action));
+  EXPECT_FALSE(store->deleteEvent(first, action));
+  files.failAll({FileError::Kind::denied, 13});
+  scheduler.run();
+  files.failNothing();
+  EXPECT_EQ(photos().size(), 8u) << "as long as the document names them";
+  EXPECT_FALSE(store->status().saved);
+  scheduler.advance(2s);
+  EXPECT_EQ(photos().size(), 4u);
+
+  wrongTry(WrongTry::pin);
+  store->deletePhotos(action);
+  scheduler.run();
+  EXPECT_TRUE(photos().empty());
+  EXPECT_EQ(onDisk().events.size(), 1u);
+  wrongTry(WrongTry::pin);
+  EXPECT_EQ(last()->photoFiles.front(), photoFileName(second, 6)) << "no name is used twice";
+
+  EXPECT_TRUE(vault->savePhoto("stray.jpg", bytesOf("x")));
+  lock();
+  unlock();
+  std::optional<PhotoVault::DeletedAll> deleted;
+  store->deleteAll(action, [&](PhotoVault::DeletedAll all) { deleted = all; });
+  scheduler.advance(3s);
+  EXPECT_TRUE(deleted && deleted->complete);
+  EXPECT_TRUE(photos().empty() && onDisk().events.empty() && store->events().empty());
+  EXPECT_TRUE(store->armed()) << "the guard stays on";
+  EXPECT_TRUE(
+      lines.has("delete all: %{public}ld files no unlock named and %{public}ld kept copies "
+                "of state.json removed"));
+}
+
+TEST_F(NightjarStoreTest, TheEndWaitsEightSecondsForReportsAndClosesWhatIsUnfinished) {
+  turnOn();
+  unlockAndSettle();
+  others.reportsHang = true;
+  scheduler.advance(30s);
+  camera.photosPerSeries = 0;
+  lock(1s);
+  unlock();
+  std::optional<bool> saved;
+  const Duration begun = scheduler.awakeTime();
+  store->prepareToQuit([&](bool done) { saved = done; });
+  while (!saved) scheduler.advance(100ms);
+  EXPECT_EQ(scheduler.awakeTime() - begun, 8s);
+  EXPECT_TRUE(*saved);
+  EXPECT_EQ(onDisk().events.back()->photoProblem, PhotoProblem::closedEarly);
+  EXPECT_EQ(onDisk().events.front()->photoProblem, std::nullopt);
+  EXPECT_EQ(camera.running(), 0u);
+  EXPECT_TRUE(onDisk().armedAt) << "quitting does not turn the guard off";
+}
+
+TEST_F(NightjarStoreTest, TheAlertDelayIsTheOwnersAndBounded) {
+  EXPECT_EQ(store->alertDelay(), 30);
+  EXPECT_TRUE(store->setAlertDelay(90));
+  EXPECT_FALSE(store->setAlertDelay(-1));
+  EXPECT_FALSE(store->setAlertDelay(3601));
+  turnOn();
+  EXPECT_FALSE(store->setAlertDelay(3600)) << "on: only with a proof";
+  EXPECT_EQ(store->holdSecondsLeft(unlockAndSettle()), 87);
+  EXPECT_TRUE(store->setAlertDelay(0, &action));
+  EXPECT_TRUE(defaults.set(NightjarStore::alertDelayKey, std::int64_t{999'999}));
+  EXPECT_EQ(store->alertDelay(), 30) << "nobody meant that";
+}
+
+TEST_F(NightjarStoreTest, OwnerChecksAreCountedAndBuyTimeAtTheWatch) {
+  turnOn();
+  unlockAndSettle();
+  store->ownerCheckOpened();
+  EXPECT_TRUE(others.was("extend"));
+  EXPECT_EQ(store->ownerChecksOpen(), 1);
+  store->ownerCheckClosed();
+  store->ownerCheckClosed();
+  EXPECT_EQ(store->ownerChecksOpen(), 0);
+  prove(OwnerPurpose::alarm);
+  EXPECT_TRUE(others.was("stop"));
+  EXPECT_TRUE(store->unconfirmedUnlock()) << "silencing the alarm confirms nothing";
+  const GuardStatus status = store->status();
+  EXPECT_TRUE(status.armed && status.saved && status.lockSourceReachable);
+  EXPECT_EQ(status.events + 10 * status.unresolved, 11u);
+}
+
+}  // namespace
+}  // namespace brindle

@@ -1,0 +1,112 @@
+#include "core/relaunch.h"
+
+#include "testing/guard_fixture.h"
+#include "testing/stand_in_gate.h"
+
+namespace brindle {
+namespace {
+
+using namespace std::chrono_literals;
+
+class RelaunchTest : public GuardFixture {};
+
+TEST_F(RelaunchTest, AnUnresolvedUnlockGetsItsWindowAndTheRestOfItsHoldBack) {
+  turnOn();
+  const Uuid id = unlockAndSettle();
+  scheduler.advance(7s);
+  kill();
+  others.calls.clear();
+  scheduler.advance(5s);
+  launch();
+  EXPECT_TRUE(store->armed());
+  EXPECT_TRUE(others.was("on owner") && others.was("watch start"));
+  EXPECT_EQ(store->pendingConfirm(), id);
+  EXPECT_EQ(store->events().size(), 1u);
+  EXPECT_EQ(store->holdSecondsLeft(id), 15);
+  kill();
+  scheduler.advance(1h);
+  launch();
+  scheduler.run();
+  EXPECT_EQ(others.count("report"), 1) << "ran out meanwhile: released at once";
+  EXPECT_EQ(store->pendingConfirm(), id) << "and still asks";
+}
+
+TEST_F(RelaunchTest, ARestartOrLoginWhileOnIsAnUnlock) {
+  turnOn();
+  kill();
+  launch();
+  EXPECT_TRUE(store->events().empty()) << "the same session";
+  kill();
+  clock.setSessionId("2");
+  launch();
+  ASSERT_EQ(store->events().size(), 1u);
+  EXPECT_EQ(store->pendingConfirm(), last()->id);
+  scheduler.advance(3s);
+  EXPECT_EQ(onDisk().events[0]->photoFiles.size(), 4u);
+
+  kill();
+  clock.reboot("another boot");
+  files.failAll({FileError::Kind::other, 5});
+  launch();
+  EXPECT_FALSE(store->armed()) << "nothing can be read";
+  kill();
+  files.failNothing();
+  files.failNext(FileOp::write, {FileError::Kind::noSpace, 28});
+  launch();
+  EXPECT_EQ(store->events().size(), 2u);
+  kill();
+  launch();
+  EXPECT_EQ(store->events().size(), 2u) << "the mark does not pass an unrecorded event";
+  kill();
+  launch();
+  EXPECT_EQ(store->events().size(), 2u) << "but a recorded one";
+  store->proved(OwnerGate::prove(OwnerPurpose::turnOff));
+  scheduler.run();
+  kill();
+  clock.reboot("a third boot");
+  launch();
+  EXPECT_EQ(store->events().size(), 2u) << "off";
+}
+
+TEST_F(RelaunchTest, APhotoIsTakenInThatItsRecordMissedAndAnEmptyEventWasClosedEarly) {
+  turnOn();
+  lock();
+  unlock();
+  const Uuid id = last()->id;
+  kill();
+  const std::string photo = photoFileName(id, 0);
+  launch();
+  EXPECT_EQ(last()->photoProblem, PhotoProblem::closedEarly);
+  EXPECT_FALSE(last()->photoPending);
+
+  lock();
+  unlock();
+  const Uuid second = last()->id;
+  kill();
+  const std::string folder = "/home/Brindle/photos/";
+  ASSERT_TRUE(files.writeWhole(folder + photoFileName(second, 0), viewOf("jpeg")));
+  launch();
+  EXPECT_EQ(last()->photoFiles, std::vector{photoFileName(second, 0)});
+  EXPECT_FALSE(last()->photoProblem || last()->photoPending);
+}
+
+TEST_F(RelaunchTest, APowerCutAfterTheUnlockWasRecordedLosesNothing) {
+  turnOn();
+  lock();
+  screen.setLocked(false);
+  bool recorded = false;
+  scheduler.runPosted();
+  ASSERT_EQ(store->events().size(), 1u);
+  store->whenRecorded([&] { recorded = true; });
+  scheduler.run();
+  EXPECT_TRUE(recorded);
+  scheduler.advance(150ms);
+  crash();
+  launch();
+  ASSERT_EQ(store->events().size(), 1u);
+  EXPECT_TRUE(store->armed());
+  EXPECT_EQ(last()->photoFiles.size(), 1u);
+}
+
+}  // namespace
+}  // namespace brindle

@@ -1,0 +1,114 @@
+#pragma once
+
+#include <algorithm>
+#include <deque>
+#include <string>
+#include <vector>
+
+#include "core/guard_collaborators.h"
+#include "core/owner_secrets.h"
+#include "platform/scheduler.h"
+
+namespace brindle {
+
+/// Every collaborator of the guard store in one: writes down what it is told, answers as told.
+class RecordedCollaborators final : public AlertWatching,
+                                    public AlertReporting,
+                                    public VaultUploading,
+                                    public OtherDeviceNotices,
+                                    public WatchMonitoring,
+                                    public AlarmSounding,
+                                    public UnlockLogging,
+                                    public UpdateInstalling,
+                                    public ClipRecording,
+                                    public Locating,
+                                    public FeatureSwitches {
+ public:
+  explicit RecordedCollaborators(Scheduler& scheduler) : scheduler_(scheduler) {}
+  GuardCollaborators all() {
+    return {*this, *this, *this, *this, *this, *this, *this, *this, *this, *this, *this};
+  }
+
+  void guardOn(const ArmSource& source) override { told("on " + std::string(source.rawValue())); }
+  void guardOff() override { told("off"); }
+  void pending(const WatchedUnlock& unlock) override { told("pending " + unlock.kind); }
+  void firstPhoto(const Uuid&, const FileName& name) override { told("first photo " + name); }
+  void extend(const Uuid&) override { told("extend"); }
+  void cancel(const Uuid&) override { told("cancel"); }
+
+  void handOver(const UnlockEvent& event, std::function<void(HandOver)> done) override {
+    told("report " + event.id.upper());
+    if (reportsHang) return;
+    const HandOver answer = handOvers.empty() ? HandOver::nothingOwed : handOvers.front();
+    if (!handOvers.empty()) handOvers.pop_front();
+    scheduler_.post([done = std::move(done), answer] { done(answer); });
+  }
+  void withdraw(const Uuid&) override {}
+
+  void keepCopies(const UnlockEvent&) override { told("keep copies"); }
+  void deleteCopies(const UnlockEvent&) override { told("delete copies"); }
+  void send(std::string_view notice, std::string_view detail) override {
+    told(std::string(notice) + " " + std::string(detail));
+  }
+  void start() override { told("watch start"); }
+  void occurred(const UnlockEvent&) override {}
+  void unconfirmed(const UnlockEvent&) override { told("alarm unconfirmed"); }
+  void stop() override { told("stop"); }  // the watch monitor's, and the alarm's
+  void record(const Uuid&, WallTime, Outcome outcome, std::int64_t wrongTries) override {
+    static constexpr std::array names{"confirmed", "unconfirmed", "wrong-pin"};
+    told(std::string("log ") + names[static_cast<std::size_t>(outcome)] + " " +
+         std::to_string(wrongTries));
+  }
+  [[nodiscard]] Subscription onReady(std::function<void(std::function<void()>)> ready) override {
+    updateReady = std::move(ready);
+    return Subscription([this] { updateReady = nullptr; });
+  }
+
+  Wish wish() const override { return clipWish; }
+  void record(const Uuid&, std::function<void(Clip)> done) override { clipDone = std::move(done); }
+
+  bool wanted() const override { return locationWanted; }
+  [[nodiscard]] Subscription locate(
+      std::function<void(std::optional<UnlockLocation>)> done) override {
+    scheduler_.post([done = std::move(done)] { done(UnlockLocation{1.5, 2.5, 10, {}, {}}); });
+    return Subscription([] {});
+  }
+  bool on(std::string_view) const override { return true; }
+
+  bool was(const std::string& what) const { return count(what) > 0; }
+  std::ptrdiff_t count(const std::string& what) const {
+    return std::ranges::count_if(calls, [&](const auto& call) { return call.starts_with(what); });
+  }
+
+  std::vector<std::string> calls;
+  std::deque<HandOver> handOvers;  ///< the coming answers; nothing owed after them
+  bool reportsHang = false;
+  Wish clipWish{false, false, "off"};
+  std::function<void(Clip)> clipDone;
+  bool locationWanted = false;
+  std::function<void(std::function<void()>)> updateReady;
+
+ private:
+  void told(std::string what) { calls.push_back(std::move(what)); }
+  Scheduler& scheduler_;
+};
+
+/// Secrets whose states are as told.
+class ScriptedSecrets final : public OwnerSecrets {
+ public:
+  explicit ScriptedSecrets(Scheduler& scheduler) : scheduler_(scheduler) {}
+  States states() const override { return now; }
+  void refresh(std::function<void(States)> done) override {
+    scheduler_.post([done = std::move(done), states = now] { done(states); });
+  }
+  [[nodiscard]] Subscription onChange(std::function<void(States)> changed) override {
+    return listeners_.add(std::move(changed));
+  }
+  States now{SecretState::set, SecretState::set};
+
+ private:
+  Scheduler& scheduler_;
+  Listeners<States> listeners_;
+};
+
+}  // namespace brindle
