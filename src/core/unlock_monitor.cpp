@@ -30,8 +30,8 @@ void UnlockMonitor::start() {
   }
   for (const auto& [signal, notice] : sources) {
     NoticeCenter& center = notice == SystemNotice::screenLocked ? distributed_ : workspace_;
-    tokens_.push_back(center.observe(notice, [this, signal = signal] {
-      if (onLock) onLock(signal, now());
+    tokens_.push_back(center.observe(notice, [this, lockSignal = signal] {
+      if (onLock) onLock(lockSignal, now());
     }));
   }
 }
