@@ -22,8 +22,9 @@ void SetUp::go(int step) {
     self->done_(
         {.text = self->saved_ + std::string(problem) + "\n", .exitCode = exit_code::failed});
   };
-  if (step == 0) return savePin(next);
-  if (step == 1) return saveAnswer(next);
+  // The PIN comes last of the two: once it is set, an answer without a proof is refused.
+  if (step == 0) return saveAnswer(next);
+  if (step == 1) return savePin(next);
   if (step == 2) return saveAlertDelay(next);
   if (step == 3) return chooseStart(next);
   done_({.text = saved_, .exitCode = exit_code::done});
