@@ -1,5 +1,6 @@
 #include "base/iso8601.h"
 
+#include <algorithm>
 #include <array>
 
 namespace brindle {
@@ -9,14 +10,6 @@ using std::chrono::floor;
 using std::chrono::hours;
 using std::chrono::minutes;
 using std::chrono::seconds;
-
-void appendDigits(std::string& out, unsigned value, int width) {
-  std::array<char, 10> digits;
-  for (int i = width - 1; i >= 0; --i, value /= 10) {
-    digits[static_cast<std::size_t>(i)] = static_cast<char>('0' + value % 10);
-  }
-  out.append(digits.data(), static_cast<std::size_t>(width));
-}
 
 /// Takes fixed pieces off the front of a text; `ok` stays false after the first that does not fit.
 class Cursor {
@@ -67,18 +60,22 @@ void appendIsoSeconds(std::string& out, WallTime time) {
     out += '-';
     year = -year;
   }
-  appendDigits(out, static_cast<unsigned>(year), year > 9999 ? 5 : 4);
-  out += '-';
-  appendDigits(out, static_cast<unsigned>(date.month()), 2);
-  out += '-';
-  appendDigits(out, static_cast<unsigned>(date.day()), 2);
-  out += 'T';
-  appendDigits(out, static_cast<unsigned>(clock.hours().count()), 2);
-  out += ':';
-  appendDigits(out, static_cast<unsigned>(clock.minutes().count()), 2);
-  out += ':';
-  appendDigits(out, static_cast<unsigned>(clock.seconds().count()), 2);
-  out += 'Z';
+  if (year > 9999) out += static_cast<char>('0' + year / 10000);
+  constexpr std::string_view form = "0000-00-00T00:00:00Z";
+  std::array<char, 20> text;
+  std::ranges::copy(form, text.begin());
+  const auto put = [&text](std::size_t at, unsigned value) {
+    text[at] = static_cast<char>('0' + value / 10 % 10);
+    text[at + 1] = static_cast<char>('0' + value % 10);
+  };
+  put(0, static_cast<unsigned>(year / 100 % 100));
+  put(2, static_cast<unsigned>(year % 100));
+  put(5, static_cast<unsigned>(date.month()));
+  put(8, static_cast<unsigned>(date.day()));
+  put(11, static_cast<unsigned>(clock.hours().count()));
+  put(14, static_cast<unsigned>(clock.minutes().count()));
+  put(17, static_cast<unsigned>(clock.seconds().count()));
+  out.append(text.data(), text.size());
 }
 
 std::string isoSeconds(WallTime time) {

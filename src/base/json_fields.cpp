@@ -1,26 +1,14 @@
 #include "base/json_fields.h"
 
 #include <cmath>
-#include <limits>
 
 #include "base/iso8601.h"
+#include "base/whole_number.h"
 
 namespace brindle {
 namespace {
 
 constexpr std::size_t deepestNesting = 64;
-
-/// The integer a number stands for, if it is one and fits.
-template <class I>
-bool wholeNumber(double value, I& out) {
-  // 2^63 and 2^64 are exact in a double while the largest integers are not, so compare with "less
-  // than".
-  const double limit = std::is_signed_v<I> ? 0x1.0p63 : 0x1.0p64;
-  const double lowest = std::is_signed_v<I> ? -0x1.0p63 : 0.0;
-  if (!(value >= lowest && value < limit) || std::trunc(value) != value) return false;
-  out = static_cast<I>(value);
-  return true;
-}
 
 }  // namespace
 
@@ -90,10 +78,6 @@ bool readJson(const Json& json, WallTime& out) {
   const auto time = parseIsoSeconds({text->data(), text->size()});
   if (time) out = *time;
   return time.has_value();
-}
-
-const Json* JsonFields::find(std::string_view key) const {
-  return object_ ? object_->if_contains({key.data(), key.size()}) : nullptr;
 }
 
 }  // namespace brindle

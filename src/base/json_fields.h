@@ -8,6 +8,7 @@
 #include <vector>
 
 #include "base/enum_names.h"
+#include "base/json_members.h"
 #include "base/times.h"
 #include "base/uuid.h"
 
@@ -30,34 +31,54 @@ bool readJson(const Json& json, std::string& out);
 bool readJson(const Json& json, Uuid& out);
 bool readJson(const Json& json, WallTime& out);  ///< RFC 3339 with whole seconds
 
-template <class T>
-bool readJson(const Json& json, std::vector<T>& out) {
-  const auto* array = json.if_array();
-  if (!array) return false;
-  std::vector<T> all;
-  all.reserve(array->size());
-  for (const Json& each : *array) {
-    T value{};
-    if (!readJson(each, value)) return false;
-    all.push_back(std::move(value));
+inline bool isNull(const Json& json) { return json.is_null(); }
+inline std::optional<std::string_view> jsonText(const Json& json) {
+  const auto* text = json.if_string();
+  return text ? std::optional(std::string_view(text->data(), text->size())) : std::nullopt;
+}
+template <class Use>
+bool forEachElement(const Json& json, Use use) {
+  const auto* list = json.if_array();
+  if (!list) return false;
+  for (const Json& each : *list) {
+    if (!use(each)) return false;
   }
-  out = std::move(all);
   return true;
 }
+template <>
+class JsonMembers<Json> {
+ public:
+  explicit JsonMembers(const Json& json) : object_(json.if_object()) {}
+  bool isObject() const { return object_ != nullptr; }
+  const Json* find(std::string_view key) {
+    return object_ ? object_->if_contains({key.data(), key.size()}) : nullptr;
+  }
 
-template <class T>
-bool readJson(const Json& json, std::optional<T>& out) {
+ private:
+  const boost::json::object* object_;
+};
+
+template <class Node, class T>
+bool readJson(const Node& json, std::vector<T>& out) {
+  std::vector<T> all;
+  const bool readable =
+      forEachElement(json, [&all](const Node& each) { return readJson(each, all.emplace_back()); });
+  if (readable) out = std::move(all);
+  return readable;
+}
+
+template <class Node, class T>
+bool readJson(const Node& json, std::optional<T>& out) {
   T value{};
   if (!readJson(json, value)) return false;
   out = std::move(value);
   return true;
 }
 
-template <class E, std::size_t N>
-bool readEnum(const Json& json, const EnumNames<E, N>& names, E& out) {
-  const auto* text = json.if_string();
-  if (!text) return false;
-  const auto value = names.parse(std::string_view(text->data(), text->size()));
+template <class Node, class E, std::size_t N>
+bool readEnum(const Node& json, const EnumNames<E, N>& names, E& out) {
+  const auto text = jsonText(json);
+  const auto value = text ? names.parse(*text) : std::nullopt;
   if (value) out = *value;
   return value.has_value();
 }
@@ -66,27 +87,27 @@ bool readEnum(const Json& json, const EnumNames<E, N>& names, E& out) {
 /// required: absent or unreadable spoils the record. strict: absent keeps the default, unreadable
 /// spoils the record. lenient: either keeps the default. For strict and lenient fields null counts
 /// as absent. The last argument of each, where given, reads the value instead of `readJson`.
+template <class Node>
 class JsonFields {
  public:
-  explicit JsonFields(const Json& json)
-      : object_(json.if_object()), readable_(object_ != nullptr) {}
+  explicit JsonFields(const Node& json) : members_(json), readable_(members_.isObject()) {}
 
   template <class T, class Read>
   JsonFields& required(std::string_view key, T& out, Read read) {
-    const Json* value = find(key);
+    const Node* value = find(key);
     if (!value || !read(*value, out)) readable_ = false;
     return *this;
   }
   template <class T, class Read>
   JsonFields& strict(std::string_view key, T& out, Read read) {
-    const Json* value = find(key);
-    if (value && !value->is_null() && !read(*value, out)) readable_ = false;
+    const Node* value = find(key);
+    if (value && !isNull(*value) && !read(*value, out)) readable_ = false;
     return *this;
   }
   template <class T, class Read>
   JsonFields& lenient(std::string_view key, T& out, Read read) {
-    const Json* value = find(key);
-    if (value && !value->is_null()) read(*value, out);
+    const Node* value = find(key);
+    if (value && !isNull(*value)) read(*value, out);
     return *this;
   }
   template <class T>
@@ -104,22 +125,22 @@ class JsonFields {
 
   bool readable() const { return readable_; }
   /// Null when the record has no such key.
-  const Json* find(std::string_view key) const;
+  const Node* find(std::string_view key) { return members_.find(key); }
 
  private:
   template <class T>
-  static bool plain(const Json& json, T& out) {
+  static bool plain(const Node& json, T& out) {
     return readJson(json, out);
   }
 
-  const boost::json::object* object_;
+  JsonMembers<Node> members_;
   bool readable_;
 };
 
 /// A reader that fills an optional by way of the reader of its value.
 template <class T, class Read>
 auto optionally(Read read) {
-  return [read](const Json& json, std::optional<T>& out) {
+  return [read](const auto& json, std::optional<T>& out) {
     T value{};
     if (!read(json, value)) return false;
     out = std::move(value);
@@ -129,7 +150,7 @@ auto optionally(Read read) {
 
 template <class E, std::size_t N>
 auto namedBy(const EnumNames<E, N>& names) {
-  return [&names](const Json& json, E& out) { return readEnum(json, names, out); };
+  return [&names](const auto& json, E& out) { return readEnum(json, names, out); };
 }
 
 }  // namespace brindle

@@ -3,6 +3,7 @@
 #include <array>
 #include <charconv>
 #include <cmath>
+#include <cstring>
 
 #include "base/iso8601.h"
 #include "base/utf8.h"
@@ -36,14 +37,54 @@ void appendEscaped(std::string& out, char c) {
   }
 }
 
+constexpr std::size_t longestNumber = 32;
+
+char* put(char* at, std::string_view part) {
+  std::memcpy(at, part.data(), part.size());
+  return at + part.size();
+}
+
 template <class N>
-void appendNumber(std::string& out, N value) {
-  std::array<char, 32> text;
-  const auto end = std::to_chars(text.data(), text.data() + text.size(), value).ptr;
-  out.append(text.data(), end);
+char* putNumber(char* at, N value) {
+  return std::to_chars(at, at + longestNumber, value).ptr;
+}
+
+/// ASCII that stands in a document as it is. Looks at eight bytes at a time.
+bool isPlain(std::string_view text) {
+  constexpr std::uint64_t ones = 0x0101010101010101, highs = 0x8080808080808080;
+  // The high bit of a byte is set in the result when that byte was zero (and perhaps after such a
+  // one).
+  const auto zeroes = [](std::uint64_t bytes) { return (bytes - ones) & ~bytes & highs; };
+  const auto odd = [&zeroes](std::uint64_t bytes) {
+    const std::uint64_t controls = (bytes - ones * 0x20) & ~bytes & highs;
+    return (bytes & highs) | controls | zeroes(bytes ^ ones * '"') | zeroes(bytes ^ ones * '\\');
+  };
+  std::size_t at = 0;
+  for (; at + 8 <= text.size(); at += 8) {
+    std::uint64_t bytes;
+    std::memcpy(&bytes, text.data() + at, 8);
+    if (odd(bytes) != 0) return false;
+  }
+  std::uint64_t rest = ones * ' ';
+  std::memcpy(&rest, text.data() + at, text.size() - at);
+  return odd(rest) == 0;
 }
 
 }  // namespace
+
+/// Appends at most `most` characters and the comma that may be due, written in place by `fill`,
+/// which returns where it stopped. Several small appends in its stead take three times as long.
+template <class Fill>
+JsonWriter& JsonWriter::stretch(std::size_t most, Fill fill) {
+  const std::size_t before = out_.size();
+  out_.resize_and_overwrite(before + most + 1, [&](char* text, std::size_t) {
+    char* at = text + before;
+    if (needsComma_) *at++ = ',';
+    return static_cast<std::size_t>(fill(at) - text);
+  });
+  needsComma_ = true;
+  return *this;
+}
 
 void JsonWriter::separate() {
   if (needsComma_) out_ += ',';
@@ -64,10 +105,10 @@ JsonWriter& JsonWriter::close(char bracket) {
 }
 
 JsonWriter& JsonWriter::key(std::string_view name) {
-  separate();
-  out_ += '"';
-  out_ += name;
-  out_ += "\":";
+  stretch(name.size() + 3, [name](char* at) {
+    *at++ = '"';
+    return put(put(at, name), "\":");
+  });
   needsComma_ = false;
   return *this;
 }
@@ -76,12 +117,20 @@ JsonWriter& JsonWriter::value(bool value) { return raw(value ? "true" : "false")
 
 JsonWriter& JsonWriter::value(double value) {
   if (!std::isfinite(value)) return null();
-  separate();
-  appendNumber(out_, value);
-  return *this;
+  // Without a fraction it would read back as the integer 0, which has no sign.
+  if (value == 0 && std::signbit(value)) return raw("-0.0");
+  return stretch(longestNumber, [value](char* at) { return putNumber(at, value); });
 }
 
 JsonWriter& JsonWriter::value(std::string_view text) {
+  if (isPlain(text)) {
+    return stretch(text.size() + 2, [text](char* at) {
+      *at++ = '"';
+      at = put(at, text);
+      *at++ = '"';
+      return at;
+    });
+  }
   separate();
   std::string repaired;
   if (!isUtf8(text)) text = repaired = repairedUtf8(text);
@@ -99,11 +148,8 @@ JsonWriter& JsonWriter::value(std::string_view text) {
 }
 
 JsonWriter& JsonWriter::value(const Uuid& id) {
-  separate();
-  out_ += '"';
-  out_ += id.upper();
-  out_ += '"';
-  return *this;
+  const auto text = id.upperText();
+  return value(std::string_view(text.data(), text.size()));
 }
 
 JsonWriter& JsonWriter::value(WallTime time) {
@@ -115,15 +161,11 @@ JsonWriter& JsonWriter::value(WallTime time) {
 }
 
 JsonWriter& JsonWriter::integer(std::int64_t value) {
-  separate();
-  appendNumber(out_, value);
-  return *this;
+  return stretch(longestNumber, [value](char* at) { return putNumber(at, value); });
 }
 
 JsonWriter& JsonWriter::unsignedInteger(std::uint64_t value) {
-  separate();
-  appendNumber(out_, value);
-  return *this;
+  return stretch(longestNumber, [value](char* at) { return putNumber(at, value); });
 }
 
 JsonWriter& JsonWriter::null() { return raw("null"); }

@@ -49,6 +49,8 @@ class JsonWriter {
   }
 
  private:
+  template <class Fill>
+  JsonWriter& stretch(std::size_t most, Fill fill);
   JsonWriter& open(char bracket);
   JsonWriter& close(char bracket);
   JsonWriter& integer(std::int64_t value);

@@ -5,47 +5,62 @@
 namespace brindle {
 namespace {
 
-std::string hexText(const Uuid& id, const char* digits) {
-  std::string text;
-  text.reserve(36);
+constexpr std::size_t textLength = 36;
+
+/// Where the two digits of each byte stand in 8-4-4-4-12.
+constexpr std::array<std::uint8_t, 16> digitPlaces{0,  2,  4,  6,  9,  11, 14, 16,
+                                                   19, 21, 24, 26, 28, 30, 32, 34};
+constexpr std::array<std::uint8_t, 4> hyphenPlaces{8, 13, 18, 23};
+
+constexpr std::array<std::uint8_t, 256> hexValues = [] {
+  std::array<std::uint8_t, 256> values{};
+  values.fill(0xff);
+  for (std::uint8_t i = 0; i < 10; ++i) values['0' + i] = i;
+  for (std::uint8_t i = 0; i < 6; ++i) {
+    values['a' + i] = values['A' + i] = static_cast<std::uint8_t>(10 + i);
+  }
+  return values;
+}();
+
+std::array<char, textLength> hexText(const Uuid& id, const char* digits) {
+  std::array<char, textLength> text;
+  for (const std::uint8_t place : hyphenPlaces) text[place] = '-';
   for (std::size_t i = 0; i < id.bytes.size(); ++i) {
-    if (i == 4 || i == 6 || i == 8 || i == 10) text += '-';
-    text += digits[id.bytes[i] >> 4];
-    text += digits[id.bytes[i] & 15];
+    text[digitPlaces[i]] = digits[id.bytes[i] >> 4];
+    text[digitPlaces[i] + 1u] = digits[id.bytes[i] & 15];
   }
   return text;
 }
 
-int hexValue(char c) {
-  if (c >= '0' && c <= '9') return c - '0';
-  if (c >= 'a' && c <= 'f') return c - 'a' + 10;
-  if (c >= 'A' && c <= 'F') return c - 'A' + 10;
-  return -1;
-}
-
-bool isHyphenPlace(std::size_t i) { return i == 8 || i == 13 || i == 18 || i == 23; }
-
 }  // namespace
 
-std::string Uuid::upper() const { return hexText(*this, "0123456789ABCDEF"); }
-std::string Uuid::lower() const { return hexText(*this, "0123456789abcdef"); }
+std::array<char, 36> Uuid::upperText() const { return hexText(*this, "0123456789ABCDEF"); }
+
+std::string Uuid::upper() const {
+  const auto text = upperText();
+  return {text.data(), text.size()};
+}
+
+std::string Uuid::lower() const {
+  const auto text = hexText(*this, "0123456789abcdef");
+  return {text.data(), text.size()};
+}
 
 std::optional<Uuid> Uuid::parse(std::string_view text) {
-  if (text.size() != 36) return std::nullopt;
-  Uuid id;
-  std::size_t nibble = 0;
-  for (std::size_t i = 0; i < text.size(); ++i) {
-    if (isHyphenPlace(i)) {
-      if (text[i] != '-') return std::nullopt;
-      continue;
-    }
-    const int value = hexValue(text[i]);
-    if (value < 0) return std::nullopt;
-    std::uint8_t& byte = id.bytes[nibble / 2];
-    byte = static_cast<std::uint8_t>(nibble % 2 == 0 ? value << 4 : byte | value);
-    ++nibble;
+  if (text.size() != textLength) return std::nullopt;
+  for (const std::uint8_t place : hyphenPlaces) {
+    if (text[place] != '-') return std::nullopt;
   }
-  return id;
+  Uuid id;
+  unsigned wrong = 0;
+  for (std::size_t i = 0; i < id.bytes.size(); ++i) {
+    const unsigned high = hexValues[static_cast<unsigned char>(text[digitPlaces[i]])];
+    const unsigned low = hexValues[static_cast<unsigned char>(text[digitPlaces[i] + 1u])];
+    wrong |= high | low;
+    id.bytes[i] = static_cast<std::uint8_t>(high << 4 | low);
+  }
+  // No digit's value has a bit above the lowest four.
+  return wrong > 15 ? std::nullopt : std::optional(id);
 }
 
 Uuid Uuid::fromRandom(std::array<std::uint8_t, 16> random) {

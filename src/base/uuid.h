@@ -18,6 +18,7 @@ struct Uuid {
 
   /// Canonical text with hyphens; upper case is the form used in file names.
   std::string upper() const;
+  std::array<char, 36> upperText() const;
   std::string lower() const;
   /// Accepts 8-4-4-4-12 hexadecimal digits in either case, nothing else.
   static std::optional<Uuid> parse(std::string_view text);
