@@ -1,0 +1,178 @@
+#include "core/saved_state_json.h"
+
+#include <gmock/gmock.h>
+
+#include <fstream>
+#include <random>
+
+namespace brindle {
+namespace {
+
+using testing::ElementsAre;
+
+std::string golden(const std::string& name) {
+  std::ifstream in(std::string(BRINDLE_TEST_DATA) + "/" + name + ".json");
+  return {std::istreambuf_iterator<char>(in), {}};
+}
+
+std::string written(const SavedState& state) { return SavedStateWriter().write(state) + "\n"; }
+
+SavedState stateOf(std::size_t events) {
+  SavedState state;
+  for (std::size_t i = 0; i < events; ++i) {
+    UnlockEvent event;
+    event.wrongPINs = static_cast<std::int64_t>(i);
+    state.events.push_back(std::make_shared<UnlockEvent>(event));
+  }
+  return state;
+}
+
+TEST(SavedStateJsonTest, TheCurrentDocumentIsWrittenAsItWasRead) {
+  const auto read = readSavedState(golden("current"));
+  ASSERT_TRUE(read);
+  EXPECT_TRUE(read->reading.complete());
+  const SavedState& state = read->state;
+  EXPECT_EQ(written(state), golden("current"));
+  EXPECT_EQ(state.armedAtMonotonicNs, std::numeric_limits<std::uint64_t>::max());
+  EXPECT_EQ(state.armedBy->rawValue(), "schedule");
+  EXPECT_EQ(state.updateInstall,
+            R"({"version": "2.0", "size":12345678901234567890123, "x":[1.50, "}\""]})");
+  const UnlockEvent& event = *state.events.at(0);
+  EXPECT_EQ(event.vaultPhotos.at(2).kind, UnlockEvent::VaultPhoto::Kind::wrongPassword);
+  EXPECT_EQ(event.location->place, "Köpenick \"am See\"");
+  EXPECT_EQ(event.location->lat, 52.520008);
+  EXPECT_EQ(event.photoProblem, PhotoProblem::dark);
+}
+
+TEST(SavedStateJsonTest, AnOldDocumentReadsWholeAndIsWrittenAnew) {
+  const auto read = readSavedState(golden("old"));
+  ASSERT_TRUE(read);
+  EXPECT_TRUE(read->reading.complete());
+  EXPECT_EQ(written(read->state), golden("old_written"));
+}
+
+TEST(SavedStateJsonTest, DamageCostsOnlyTheDamagedFieldOrEvent) {
+  const auto read = readSavedState(golden("damaged"));
+  ASSERT_TRUE(read);
+  EXPECT_EQ(read->reading.skippedEvents, 3u);
+  EXPECT_THAT(read->reading.unreadableFields,
+              ElementsAre("armedAt", "cameraOff", "armedBy", "armedAtMonotonicNs", "armedAtBoot"));
+  EXPECT_EQ(read->reading.armedByProblem, "Unknown arm source thursday");
+  const SavedState& state = read->state;
+  EXPECT_EQ(state.events.size(), 2u);
+  EXPECT_FALSE(state.armedAt || state.armedBy || state.armedAtMonotonicNs || state.armedAtBoot ||
+               state.updateInstall);
+  EXPECT_TRUE(state.cameraOff.empty());
+}
+
+TEST(SavedStateJsonTest, ADocumentIsAStateByItsKeys) {
+  const std::string deep(100'000, '[');
+  const std::string deepEvent =
+      R"({"events":[)" + std::string(200, '[') + std::string(200, ']') + "]}";
+  const std::pair<std::string, std::string_view> rows[] = {
+      {"", "is not JSON"},
+      {"{", "is not JSON"},
+      {R"({"events":[]} x)", "is not JSON"},
+      {R"({"events":[],})", "is not JSON"},
+      {"{\"events\":[],\"x\":\"\xff\"}", "is not JSON"},
+      {"{\"events\":[],\"x\":\"\xed\xa0\x80\"}", "is not JSON"},
+      {R"({"events":[],"x":"\ud800"})", "is not JSON"},
+      {std::string("{\"events\":[]}\0", 14), "is not JSON"},
+      {deep, "is not JSON"},
+      {deepEvent, "is not JSON"},
+      {"[]", "is not a state"},
+      {R"([{"events":[]}])", "is not a state"},
+      {"7", "is not a state"},
+      {"\"events\"", "is not a state"},
+      {"{}", "is not a state"},
+      {R"({"x":{"events":[]},"y":["\u0061",1.5,{"a":"b"}]})", "is not a state"},
+      {" {\"ev\\u0065nts\" : null }\n", ""},
+      {R"({"armedAt":null})", ""},
+      {R"({"x":{"events":7},"updateInstall":null})", ""},
+  };
+  for (const auto& [text, reason] : rows) {
+    const auto read = readSavedState(text);
+    EXPECT_EQ(read ? "" : reasonText(read.error()), reason) << text.substr(0, 60);
+    if (!read) continue;
+    EXPECT_TRUE(read->reading.complete() && sameContent(read->state, {})) << text;
+  }
+}
+
+TEST(SavedStateJsonTest, TopLevelFieldsFailOneByOne) {
+  const std::string id = R"("00000000-0000-4000-8000-00000000000A")";
+  const std::pair<std::string, std::string> rows[] = {
+      {R"("events":5)", "events"},
+      {R"("events":[],"events":{})", "events"},
+      {R"("events":{},"events":[])", ""},
+      {R"("armedAt":"2026-02-30T00:00:00Z")", "armedAt"},
+      {R"("armedAt":5,"armedAt":"2026-02-28T00:00:00Z")", ""},
+      {R"("armedBy":{"by":"owner","occurrence":5})", ""},
+      {R"("armedBy":{"by":"iphone-away"})", ""},
+      {R"("armedBy":{"by":"remote"})", ""},
+      {R"("armedBy":{"by":"schedule"})", "armedBy"},
+      {R"("armedBy":{"by":"schedule","occurrence":{"windowID":)" + id + "}}", "armedBy"},
+      {R"("armedBy":"owner")", "armedBy"},
+      {R"("armedBy":5,"armedBy":null)", ""},
+      {R"("armedAtMonotonicNs":3.0)", ""},
+      {R"("armedAtMonotonicNs":18446744073709551615)", ""},
+      {R"("armedAtMonotonicNs":18446744073709551616)", "armedAtMonotonicNs"},
+      {R"("cameraOff":[])", ""},
+      {R"("cameraOff":[{"id":)" + id + R"(,"at":"1970-01-01T00:00:00Z"}])", "cameraOff"},
+      {R"("updateInstall":7)", ""},
+      {R"("update\u0049nstall":7)", "updateInstall"},
+  };
+  for (const auto& [json, field] : rows) {
+    const auto read = readSavedState("{" + json + "}");
+    ASSERT_TRUE(read) << json;
+    const auto& names = read->reading.unreadableFields;
+    EXPECT_EQ(names, field.empty() ? std::vector<std::string>{} : std::vector{field}) << json;
+    const auto again = readSavedState(written(read->state));
+    ASSERT_TRUE(again) << json;
+    EXPECT_TRUE(again->reading.complete() && sameContent(again->state, read->state)) << json;
+  }
+}
+
+TEST(SavedStateJsonTest, WhatCannotBeWrittenNeverSpoilsTheDocument) {
+  SavedState state = stateOf(1);
+  UnlockEvent event;
+  event.trigger = Trigger{"tripwire", "a\xff\xfe b\n\x01"};
+  event.location = UnlockLocation{std::numeric_limits<double>::quiet_NaN(), 1, 1, {}, {}};
+  state.events.push_back(std::make_shared<UnlockEvent>(event));
+  state.updateInstall = "{half";
+  const auto read = readSavedState(written(state));
+  ASSERT_TRUE(read);
+  ASSERT_TRUE(read->reading.complete());
+  EXPECT_EQ(read->state.events.at(1)->trigger->name, "a\uFFFD b\n\x01");
+  EXPECT_FALSE(read->state.updateInstall || read->state.events.at(1)->location);
+}
+
+/// A writer that remembers the last document gives the same bytes as one that does not.
+TEST(SavedStateJsonTest, EveryNextDocumentIsWhatAFreshWriterWouldWrite) {
+  constexpr unsigned seed = 20261031;
+  std::mt19937 random(seed);
+  const auto below = [&random](std::size_t n) { return static_cast<std::ptrdiff_t>(random() % n); };
+  SavedStateWriter writer;
+  SavedState state;
+  for (int step = 0; step < 600; ++step) {
+    EventList& events = state.events;
+    const auto fresh = stateOf(static_cast<std::size_t>(step % 12) + 1).events.back();
+    const auto at = events.begin() + below(events.size() + 1);
+    if (const auto what = below(6); what == 0 && at != events.end()) {
+      events.erase(at);
+    } else if (what == 1 && at != events.end()) {
+      *at = fresh;
+    } else if (what == 2 && at != events.end()) {
+      std::swap(*at, events.front());
+    } else if (what == 3 && step % 40 == 0) {
+      events.clear();
+    } else {
+      events.insert(what == 4 ? events.end() : at, fresh);
+    }
+    state.armedAt = step % 2 ? std::optional(WallTime{}) : std::nullopt;
+    ASSERT_EQ(writer.write(state), SavedStateWriter().write(state))
+        << "seed " << seed << ", step " << step;
+  }
+}
+
+}  // namespace
+}  // namespace brindle
