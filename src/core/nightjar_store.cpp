@@ -354,9 +354,12 @@ void NightjarStore::prepareToQuit(std::function<void(bool saved)> done) {
   photos_.stopTaking();
   reports_.hurry();
   quitWait_.begin([this] { return reports_.underWay() || photos_.underWay(); },
-                  [this, done = std::move(done)]() mutable {
+                  [this, done = std::move(done)] {
                     closeUnfinished(history_);
-                    saving_.finish(std::move(done));
+                    saving_.finish(lifetime_.guard([this, done](bool saved) {
+                      // Behind the removal of files that the last save no longer names.
+                      services_.files.run([] {}, lifetime_.guard([done, saved] { done(saved); }));
+                    }));
                   });
 }
 

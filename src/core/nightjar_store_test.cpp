@@ -423,6 +423,16 @@ TEST_F(NightjarStoreTest, TheEndWaitsEightSecondsForReportsAndClosesWhatIsUnfini
   EXPECT_TRUE(onDisk().armedAt) << "quitting does not turn the guard off";
 }
 
+TEST_F(NightjarStoreTest, TheEndWaitsForTheFilesOfAnEventThatWasJustConfirmed) {
+  turnOn();
+  unlockAndSettle();
+  store->proved(OwnerGate::prove(OwnerPurpose::confirmUnlock));
+  std::optional<std::size_t> left;
+  store->prepareToQuit([&](bool) { left = photos().size(); });
+  scheduler.run();
+  EXPECT_EQ(left, 0u);
+}
+
 TEST_F(NightjarStoreTest, TheAlertDelayIsTheOwnersAndBounded) {
   EXPECT_EQ(store->alertDelay(), 30);
   EXPECT_TRUE(store->setAlertDelay(90));

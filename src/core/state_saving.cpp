@@ -47,13 +47,11 @@ void StateSaving::ended(bool saved) {
   if (!saved) endedBadly();
   const Recorded recorded = saved ? std::exchange(waitForRunning_, {}) : Recorded{};
   if (saved) failures_ = 0;
-  if (changedMeanwhile) {
-    schedule();
-  } else {
-    const auto finishers = std::exchange(finishers_, {});
-    for (const auto& done : finishers) done(saved);
-  }
   for (const auto& done : recorded) done();
+  if (changedMeanwhile || (saved && dirty_)) return schedule();
+  // Last: what was recorded may have work for the worker, and whoever finishes waits for that too.
+  const auto finishers = std::exchange(finishers_, {});
+  for (const auto& done : finishers) done(saved);
 }
 
 void StateSaving::endedBadly() {
