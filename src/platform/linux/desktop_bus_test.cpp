@@ -1,0 +1,312 @@
+#include <fcntl.h>
+#include <gtest/gtest.h>
+#include <sdbus-c++/sdbus-c++.h>
+
+#include <algorithm>
+#include <cstdlib>
+#include <filesystem>
+#include <fstream>
+#include <map>
+#include <mutex>
+#include <thread>
+
+#include "platform/contract/notifications_contract.h"
+#include "platform/contract/screen_lock_contract.h"
+#include "platform/linux/keyring_choice.h"
+#include "platform/linux/notifications_linux.h"
+#include "platform/linux/screen_lock_linux.h"
+#include "platform/memory/files_memory.h"
+#include "platform/memory/preferences_memory.h"
+#include "testing/child_process.h"
+#include "testing/linux_loop.h"
+#include "testing/recording_log.h"
+
+// The desktop's services as private processes see them: a bus daemon of the test's own, and peers
+// that answer on it from a thread of their own.
+namespace brindle {
+namespace {
+
+class PrivateBus {
+ public:
+  PrivateBus() {
+    char folder[] = "/tmp/brindle-bus-XXXXXX";
+    folder_ = mkdtemp(folder);
+    setenv("DBUS_SESSION_BUS_ADDRESS", address().c_str(), 1);
+    setenv("DBUS_SYSTEM_BUS_ADDRESS", "unix:path=/nonexistent", 1);
+    setenv("XDG_DATA_DIRS", folder_.c_str(), 1);
+    start();
+  }
+  ~PrivateBus() {
+    stop();
+    std::filesystem::remove_all(folder_);
+  }
+  std::string address() const { return "unix:path=" + folder_ + "/bus"; }
+  const std::string& folder() const { return folder_; }
+  /// Ready when it has printed its address into the pipe.
+  void start() {
+    const std::string ready = folder_ + "/ready";
+    mkfifo(ready.c_str(), 0600);
+    daemon_ = std::make_unique<ChildProcess>(
+        std::vector<std::string>{"bash", "-c",
+                                 "exec dbus-daemon --config-file=" BRINDLE_PEERS
+                                 "/bus.conf --nofork --nopidfile --address=" +
+                                     address() + " --print-address=3 3>" + ready + " 2>/dev/null"});
+    std::string line;
+    std::getline(std::ifstream(ready) >> std::ws, line);
+  }
+  void stop() { daemon_.reset(); }
+
+ private:
+  std::string folder_;
+  std::unique_ptr<ChildProcess> daemon_;
+};
+
+struct Desktop {
+  PrivateBus bus;
+  RecordingLog lines;
+  LinuxScheduler scheduler;
+  DbusLink system{scheduler, Log(lines), DbusBus::system};
+  DbusLink session{scheduler, Log(lines), DbusBus::session};
+  bool until(const std::function<bool()>& done) { return runUntil(scheduler, done); }
+};
+
+class Peer {
+ public:
+  Peer(const std::string& address, std::string name, const std::string& path)
+      : connection_(sdbus::createSessionBusConnectionWithAddress(address)),
+        object_(sdbus::createObject(*connection_, path)),
+        name_(std::move(name)) {}
+  virtual ~Peer() {
+    connection_->leaveEventLoop();
+    if (thread_.joinable()) thread_.join();
+  }
+  void serve() {
+    object_->finishRegistration();
+    connection_->requestName(name_);
+    thread_ = std::thread([this] {
+      try {
+        connection_->enterEventLoop();
+      } catch (const sdbus::Error&) {
+        // the bus ended, as one test wants it to
+      }
+    });
+  }
+  void leave() { connection_->releaseName(name_); }
+  void comeBack() { connection_->requestName(name_); }
+  sdbus::IObject& object() { return *object_; }
+  sdbus::IConnection& connection() { return *connection_; }
+  const std::string& name() const { return name_; }
+
+ private:
+  std::unique_ptr<sdbus::IConnection> connection_;
+  std::unique_ptr<sdbus::IObject> object_;
+  std::string name_;
+  std::thread thread_;
+};
+
+class ScreensaverPeer : public Peer {
+ public:
+  explicit ScreensaverPeer(const std::string& address, const std::string& path)
+      : Peer(address, "org.freedesktop.ScreenSaver", path) {
+    object().registerMethod("GetActive").onInterface(name()).implementedAs([this] {
+      return active_.load();
+    });
+    object().registerSignal("ActiveChanged").onInterface(name()).withParameters<bool>();
+    serve();
+  }
+  void set(bool active) {
+    active_ = active;
+    object().emitSignal("ActiveChanged").onInterface(name()).withArguments(active);
+  }
+  void setSilently(bool active) { active_ = active; }
+
+ private:
+  std::atomic<bool> active_ = false;
+};
+
+constexpr const char* saverPath = "/org/freedesktop/ScreenSaver";
+
+struct ScreensaverBackend : Desktop {
+  ScreensaverPeer peer{bus.address(), saverPath};
+  LogindSession logind{system, Log(lines)};
+  LinuxScreenLock lock{logind, system, session, Log(lines)};
+  void lockScreen() { peer.set(true); }
+  void unlockScreen() { peer.set(false); }
+  void leave() { peer.leave(); }
+  void comeBack() { peer.comeBack(); }
+};
+INSTANTIATE_TYPED_TEST_SUITE_P(Screensaver, ScreenLockContract, ScreensaverBackend);
+
+class ScreensaverTest : public testing::Test {
+ protected:
+  ScreensaverBackend desktop;
+  std::vector<SystemNotice> seen;
+  Subscription locked = observe(SystemNotice::screenLocked);
+  Subscription unlocked = observe(SystemNotice::screenUnlocked);
+  Subscription observe(SystemNotice notice) {
+    return desktop.lock.distributed().observe(notice, [this, notice] { seen.push_back(notice); });
+  }
+};
+
+TEST_F(ScreensaverTest, AChangeMissedWhileTheBusWasAwayIsToldOnReturn) {
+  desktop.peer.set(true);
+  ASSERT_TRUE(desktop.until([&] { return seen.size() == 1; }));
+  desktop.bus.stop();
+  ASSERT_TRUE(desktop.until([&] { return !desktop.lock.reachable(); }));
+  EXPECT_TRUE(desktop.lock.screenLocked()) << "a lost bus is no unlock";
+  EXPECT_EQ(desktop.lines.count("%{public}s bus: away (%{public}s), trying again"), 2U)
+      << "the system bus was never there; " << desktop.lines.all();
+  desktop.bus.start();
+  ScreensaverPeer successor(desktop.bus.address(), saverPath);
+  ASSERT_TRUE(desktop.until([&] { return seen.size() == 2; }));
+  EXPECT_EQ(seen, (std::vector{SystemNotice::screenLocked, SystemNotice::screenUnlocked}));
+  EXPECT_TRUE(desktop.lock.reachable());
+  EXPECT_TRUE(desktop.lines.has("session bus: connected"));
+}
+
+TEST_F(ScreensaverTest, AScreensaverThatVanishesUncoversTheScreen) {
+  desktop.peer.set(true);
+  ASSERT_TRUE(desktop.until([&] { return seen.size() == 1; }));
+  desktop.peer.leave();
+  ASSERT_TRUE(desktop.until([&] { return seen.size() == 2; }));
+  EXPECT_FALSE(desktop.lock.screenLocked());
+  EXPECT_TRUE(desktop.lines.has("org.freedesktop.ScreenSaver: gone from the bus"));
+  desktop.peer.comeBack();
+  ASSERT_TRUE(desktop.until([&] { return seen.size() == 3; })) << "it is still active";
+  EXPECT_TRUE(desktop.lines.has("org.freedesktop.ScreenSaver: back on the bus"));
+}
+
+TEST_F(ScreensaverTest, ASignalThatSomebodyElseSendsUsIsNotBelieved) {
+  desktop.peer.set(true);
+  ASSERT_TRUE(desktop.until([&] { return seen.size() == 1; }));
+  // Sent straight to our connection, it passes every match rule.
+  const auto forger = sdbus::createSessionBusConnectionWithAddress(desktop.bus.address());
+  const auto object = sdbus::createObject(*forger, saverPath);
+  auto forged = object->createSignal("org.freedesktop.ScreenSaver", "ActiveChanged");
+  forged << false;
+  forged.setDestination(desktop.session.connection()->getUniqueName());
+  forged.send();
+  // A call through the bus comes back after everything the forger sent before.
+  sdbus::createProxy(*forger, "org.freedesktop.DBus", "/")
+      ->callMethod("Ping")
+      .onInterface("org.freedesktop.DBus.Peer");
+  desktop.peer.set(true);
+  std::optional<bool> answered;
+  DbusService fence(desktop.session, Log(desktop.lines), "org.freedesktop.ScreenSaver");
+  fence.call(saverPath, "org.freedesktop.ScreenSaver", "GetActive", {},
+             [&](const DbusAnswer& answer) { answered = answer.reply != nullptr; });
+  ASSERT_TRUE(desktop.until([&] { return answered.has_value(); }));
+  EXPECT_TRUE(*answered);
+  EXPECT_TRUE(desktop.lock.screenLocked());
+  EXPECT_EQ(seen.size(), 1U);
+}
+
+TEST(ScreenLockLinuxTest, WithoutAnySourceItSaysSo) {
+  Desktop desktop;
+  LogindSession logind(desktop.system, Log(desktop.lines));
+  LinuxScreenLock lock(logind, desktop.system, desktop.session, Log(desktop.lines));
+  EXPECT_FALSE(lock.reachable());
+  EXPECT_FALSE(lock.screenLocked());
+  EXPECT_FALSE(lock.report().answered);
+  EXPECT_NE(lock.report().detail.find("system bus: "), std::string::npos) << lock.report().detail;
+}
+
+class NotificationsPeer : public Peer {
+ public:
+  explicit NotificationsPeer(const std::string& address)
+      : Peer(address, "org.freedesktop.Notifications", "/org/freedesktop/Notifications") {
+    using Text = const std::string&;
+    object().registerMethod("Notify").onInterface(name()).implementedAs(
+        [this](Text, std::uint32_t replaces, Text, Text title, Text body,
+               const std::vector<std::string>&, const std::map<std::string, sdbus::Variant>&,
+               std::int32_t) {
+          const std::lock_guard lock(mutex_);
+          const std::uint32_t number = replaces ? replaces : ++last_;
+          shown_[number] = {title, body};
+          return number;
+        });
+    object()
+        .registerMethod("CloseNotification")
+        .onInterface(name())
+        .implementedAs([this](std::uint32_t number) {
+          const std::lock_guard lock(mutex_);
+          shown_.erase(number);
+        });
+    object()
+        .registerSignal("ActionInvoked")
+        .onInterface(name())
+        .withParameters<std::uint32_t, std::string>();
+    serve();
+  }
+  std::map<std::uint32_t, std::pair<std::string, std::string>> shown() {
+    const std::lock_guard lock(mutex_);
+    return shown_;
+  }
+  void click(std::uint32_t number) {
+    object()
+        .emitSignal("ActionInvoked")
+        .onInterface(name())
+        .withArguments(number, std::string("default"));
+  }
+
+ private:
+  std::mutex mutex_;
+  std::map<std::uint32_t, std::pair<std::string, std::string>> shown_;
+  std::uint32_t last_ = 40;
+};
+
+struct NotificationsBackend : Desktop {
+  NotificationsPeer peer{bus.address()};
+  LinuxNotifications notifications{session, Log(lines)};
+  NotificationsBackend() { session.settle(std::chrono::seconds(10)); }
+  std::vector<std::string> shown() {
+    std::vector<std::string> titles;
+    for (const auto& [number, text] : peer.shown()) titles.push_back(text.first);
+    std::ranges::sort(titles);
+    return titles;
+  }
+  void click(const std::string& id) { peer.click(id == "a" ? 41 : 42); }
+  void leave() {
+    peer.leave();
+    until([&] { return !notifications.report().answered; });
+  }
+};
+INSTANTIATE_TYPED_TEST_SUITE_P(Bus, NotificationsContract, NotificationsBackend);
+
+TEST(NotificationsLinuxTest, ABodyIsNoMarkup) {
+  NotificationsBackend desktop;
+  bool done = false;
+  desktop.notifications.post({"a", "<1>", "a & <b>"}, [&](bool) { done = true; });
+  ASSERT_TRUE(desktop.until([&] { return done; }));
+  EXPECT_EQ(desktop.peer.shown().begin()->second,
+            (std::pair<std::string, std::string>("<1>", "a &amp; &lt;b&gt;")));
+}
+
+TEST(DbusAddressTest, AnInstalledProgramTakesTheSystemBusAtItsFixedPathOnly) {
+  setenv("DBUS_SYSTEM_BUS_ADDRESS", "unix:path=/tmp/mine", 1);
+  EXPECT_EQ(dbusAddress(DbusBus::system, true), "unix:path=/tmp/mine");
+  EXPECT_EQ(dbusAddress(DbusBus::system, false), "unix:path=/run/dbus/system_bus_socket");
+  unsetenv("DBUS_SYSTEM_BUS_ADDRESS");
+  unsetenv("DBUS_SESSION_BUS_ADDRESS");
+  setenv("XDG_RUNTIME_DIR", "/run/user/7", 1);
+  EXPECT_EQ(dbusAddress(DbusBus::session), "unix:path=/run/user/7/bus");
+  unsetenv("XDG_RUNTIME_DIR");
+  EXPECT_EQ(dbusAddress(DbusBus::session), "");
+}
+
+TEST(KeyringChoiceTest, ASecretServiceIsSeenRunningOrInstalled) {
+  PrivateBus bus;
+  EXPECT_FALSE(secretServiceEverSeen());
+  {
+    Peer service(bus.address(), "org.freedesktop.secrets", "/org/freedesktop/secrets");
+    service.serve();
+    EXPECT_TRUE(secretServiceEverSeen());
+  }
+  EXPECT_FALSE(secretServiceEverSeen());
+  std::filesystem::create_directories(bus.folder() + "/dbus-1/services");
+  std::ofstream(bus.folder() + "/dbus-1/services/org.freedesktop.secrets.service") << "x";
+  EXPECT_TRUE(secretServiceEverSeen()) << "installed, though not running";
+}
+
+}  // namespace
+}  // namespace brindle
