@@ -211,6 +211,33 @@ TEST(ScreenLockLinuxTest, WithoutAnySourceItSaysSo) {
   EXPECT_NE(lock.report().detail.find("system bus: "), std::string::npos) << lock.report().detail;
 }
 
+TEST(DisplayPowerTest, TheCompositorsPowerSavingIsTheDisplaysSleep) {
+  ScreensaverBackend desktop;
+  Peer mutter(desktop.bus.address(), "org.gnome.Mutter.DisplayConfig",
+              "/org/gnome/Mutter/DisplayConfig");
+  std::atomic<int> mode = 3;
+  mutter.object().registerProperty("PowerSaveMode").onInterface(mutter.name()).withGetter([&] {
+    return mode.load();
+  });
+  const auto becomes = [&](int next) {
+    mode = next;
+    mutter.object().emitPropertiesChangedSignal(mutter.name(), {"PowerSaveMode"});
+  };
+  std::vector<SystemNotice> seen;
+  const auto record = [&](SystemNotice notice) {
+    return desktop.lock.workspace().observe(notice, [&seen, notice] { seen.push_back(notice); });
+  };
+  const auto sleeps = record(SystemNotice::screensDidSleep);
+  const auto wakes = record(SystemNotice::screensDidWake);
+  mutter.serve();
+  ASSERT_TRUE(desktop.until([&] { return seen.size() == 1; })) << "asleep when first met";
+  EXPECT_TRUE(desktop.lock.displayAsleep());
+  becomes(0);
+  ASSERT_TRUE(desktop.until([&] { return seen.size() == 2; }));
+  EXPECT_FALSE(desktop.lock.displayAsleep());
+  EXPECT_EQ(seen, (std::vector{SystemNotice::screensDidSleep, SystemNotice::screensDidWake}));
+}
+
 class NotificationsPeer : public Peer {
  public:
   explicit NotificationsPeer(const std::string& address)
