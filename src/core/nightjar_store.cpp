@@ -90,6 +90,7 @@ void NightjarStore::takeUp(SinceLastRun since) {
 
 void NightjarStore::onUnlock() {
   lastUnlockSeenAt_ = services_.scheduler.wallTime();
+  forgetProof();  // whoever unlocks had locked, even if that signal was missed
   updateSettle_.unlockSeen();
   if (armed()) unlocks_.begin(std::nullopt);
 }
@@ -103,11 +104,15 @@ void NightjarStore::onLock(LockSignal signal, WallTime date) {
     lastLockSignalAt_ = date;
     folding_.newSitting();
     attempts_.newSitting();
-    ownerProvedAt_.reset();
+    forgetProof();
     armedThisSitting_ = false;
-    historyUnlocked_ = quitApproved_ = false;
   }
   updateSettle_.lockSignal(signal);
+}
+
+void NightjarStore::forgetProof() {
+  ownerProvedAt_.reset();
+  historyUnlocked_ = quitApproved_ = false;
   publish();
 }
 

@@ -114,6 +114,7 @@ class NightjarStore final : public ProofSink {
  private:
   void onUnlock();
   void onLock(LockSignal signal, WallTime date);
+  void forgetProof();
   void takeUp(SinceLastRun since);
   TurnOnOutcome applyTurnOn(ArmSource source, const OwnerSecrets::States& secrets);
   void switchOn(ArmSource source);

@@ -269,14 +269,15 @@ TEST_F(NightjarStoreTest, OpeningsFoldIntoTheUnlockOncePerSitting) {
   EXPECT_EQ(last()->watchedOpenings, 1);
 }
 
-TEST_F(NightjarStoreTest, EveryLockSignalButWakeForgetsTheProof) {
+TEST_F(NightjarStoreTest, EveryLockSignalButWakeForgetsTheProofAndSoDoesAnUnlock) {
   turnOn();
   const struct {
     SystemNotice notice;
     bool forgets;
   } rows[] = {{SystemNotice::screenLocked, true},    {SystemNotice::sessionResignedActive, true},
               {SystemNotice::screensDidSleep, true}, {SystemNotice::willSleep, true},
-              {SystemNotice::willPowerOff, true},    {SystemNotice::didWake, false}};
+              {SystemNotice::willPowerOff, true},    {SystemNotice::screenUnlocked, true},
+              {SystemNotice::didWake, false}};
   for (const auto& row : rows) {
     prove(OwnerPurpose::history);
     prove(OwnerPurpose::quit);
