@@ -5,34 +5,22 @@
 #define _BITS_STDINT_INTN_H 1
 #define _BITS_STDINT_UINTN_H 1
 #define _BITS_STDINT_LEAST_H 1
-typedef __INT8_TYPE__ int8_t;
-typedef __INT_LEAST8_TYPE__ int_least8_t;
-typedef __INT_FAST8_TYPE__ int_fast8_t;
-typedef __UINT8_TYPE__ uint8_t;
-typedef __UINT_LEAST8_TYPE__ uint_least8_t;
-typedef __UINT_FAST8_TYPE__ uint_fast8_t;
-typedef __INT16_TYPE__ int16_t;
-typedef __INT_LEAST16_TYPE__ int_least16_t;
-typedef __INT_FAST16_TYPE__ int_fast16_t;
-typedef __UINT16_TYPE__ uint16_t;
-typedef __UINT_LEAST16_TYPE__ uint_least16_t;
-typedef __UINT_FAST16_TYPE__ uint_fast16_t;
-typedef __INT32_TYPE__ int32_t;
-typedef __INT_LEAST32_TYPE__ int_least32_t;
-typedef __INT_FAST32_TYPE__ int_fast32_t;
-typedef __UINT32_TYPE__ uint32_t;
-typedef __UINT_LEAST32_TYPE__ uint_least32_t;
-typedef __UINT_FAST32_TYPE__ uint_fast32_t;
-typedef __INT64_TYPE__ int64_t;
-typedef __INT_LEAST64_TYPE__ int_least64_t;
-typedef __INT_FAST64_TYPE__ int_fast64_t;
-typedef __UINT64_TYPE__ uint64_t;
-typedef __UINT_LEAST64_TYPE__ uint_least64_t;
-typedef __UINT_FAST64_TYPE__ uint_fast64_t;
+#define BRINDLE_INTEGERS(n)                           \
+  typedef __INT##n##_TYPE__ int##n##_t;               \
+  typedef __UINT##n##_TYPE__ uint##n##_t;             \
+  typedef __INT_LEAST##n##_TYPE__ int_least##n##_t;   \
+  typedef __UINT_LEAST##n##_TYPE__ uint_least##n##_t; \
+  typedef __INT_FAST##n##_TYPE__ int_fast##n##_t;     \
+  typedef __UINT_FAST##n##_TYPE__ uint_fast##n##_t
+BRINDLE_INTEGERS(8);
+BRINDLE_INTEGERS(16);
+BRINDLE_INTEGERS(32);
+BRINDLE_INTEGERS(64);
 typedef __INTPTR_TYPE__ intptr_t;
 typedef __UINTPTR_TYPE__ uintptr_t;
 typedef __INTMAX_TYPE__ intmax_t;
 typedef __UINTMAX_TYPE__ uintmax_t;
+#undef BRINDLE_INTEGERS
 #define INT8_MAX __INT8_MAX__
 #define INT8_MIN (-INT8_MAX - 1)
 #define UINT8_MAX __UINT8_MAX__
@@ -55,12 +43,12 @@ typedef __UINTMAX_TYPE__ uintmax_t;
 #define PTRDIFF_MIN (-PTRDIFF_MAX - 1)
 #define SIZE_MAX __SIZE_MAX__
 #define INT8_C(c) c
-#define INT16_C(c) c
-#define INT32_C(c) c
-#define INT64_C(c) c##LL
 #define UINT8_C(c) c
+#define INT16_C(c) c
 #define UINT16_C(c) c
+#define INT32_C(c) c
 #define UINT32_C(c) c##U
+#define INT64_C(c) c##LL
 #define UINT64_C(c) c##ULL
 #define INTMAX_C(c) c##L
 #define UINTMAX_C(c) c##UL
