@@ -1,6 +1,5 @@
 #include "base/iso8601.h"
 
-#include <algorithm>
 #include <array>
 
 namespace brindle {
@@ -50,32 +49,35 @@ class Cursor {
 
 }  // namespace
 
-void appendIsoSeconds(std::string& out, WallTime time) {
+char* putIsoSeconds(char* at, WallTime time) {
   const auto whole = floor<seconds>(time);
   const auto day = floor<std::chrono::days>(whole);
   const std::chrono::year_month_day date(day);
-  const std::chrono::hh_mm_ss clock(whole - day);
+  const auto second = static_cast<unsigned>((whole - day).count());
   int year = static_cast<int>(date.year());
   if (year < 0) {
-    out += '-';
+    *at++ = '-';
     year = -year;
   }
-  if (year > 9999) out += static_cast<char>('0' + year / 10000);
-  constexpr std::string_view form = "0000-00-00T00:00:00Z";
-  std::array<char, 20> text;
-  std::ranges::copy(form, text.begin());
-  const auto put = [&text](std::size_t at, unsigned value) {
-    text[at] = static_cast<char>('0' + value / 10 % 10);
-    text[at + 1] = static_cast<char>('0' + value % 10);
+  if (year > 9999) *at++ = static_cast<char>('0' + year / 10000);
+  const auto put = [&at](unsigned value, char behind) {
+    *at++ = static_cast<char>('0' + value / 10);
+    *at++ = static_cast<char>('0' + value % 10);
+    if (behind != 0) *at++ = behind;
   };
-  put(0, static_cast<unsigned>(year / 100 % 100));
-  put(2, static_cast<unsigned>(year % 100));
-  put(5, static_cast<unsigned>(date.month()));
-  put(8, static_cast<unsigned>(date.day()));
-  put(11, static_cast<unsigned>(clock.hours().count()));
-  put(14, static_cast<unsigned>(clock.minutes().count()));
-  put(17, static_cast<unsigned>(clock.seconds().count()));
-  out.append(text.data(), text.size());
+  put(static_cast<unsigned>(year / 100 % 100), 0);
+  put(static_cast<unsigned>(year % 100), '-');
+  put(static_cast<unsigned>(date.month()), '-');
+  put(static_cast<unsigned>(date.day()), 'T');
+  put(second / 3600, ':');
+  put(second / 60 % 60, ':');
+  put(second % 60, 'Z');
+  return at;
+}
+
+void appendIsoSeconds(std::string& out, WallTime time) {
+  std::array<char, longestIsoSeconds> text;
+  out.append(text.data(), putIsoSeconds(text.data(), time));
 }
 
 std::string isoSeconds(WallTime time) {

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <cstddef>
 #include <optional>
 #include <string>
 #include <string_view>
@@ -12,6 +13,9 @@ namespace brindle {
 /// Writing: UTC with "Z"; a fraction of a second is cut off downwards.
 std::string isoSeconds(WallTime time);
 void appendIsoSeconds(std::string& out, WallTime time);
+/// Writes at most `longestIsoSeconds` characters at `at` and returns where it stopped.
+char* putIsoSeconds(char* at, WallTime time);
+inline constexpr std::size_t longestIsoSeconds = 24;
 
 /// Reading: "2026-03-29T02:30:00Z" or with a numeric offset ("+02:00", "-0330" is not one). A
 /// fraction makes the text unreadable, as do a space for the "T" and days that the month does not

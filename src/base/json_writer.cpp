@@ -148,16 +148,22 @@ JsonWriter& JsonWriter::value(std::string_view text) {
 }
 
 JsonWriter& JsonWriter::value(const Uuid& id) {
-  const auto text = id.upperText();
-  return value(std::string_view(text.data(), text.size()));
+  return stretch(id.bytes.size() * 2 + 6, [&id](char* at) {
+    const auto text = id.upperText();
+    *at++ = '"';
+    at = put(at, {text.data(), text.size()});
+    *at++ = '"';
+    return at;
+  });
 }
 
 JsonWriter& JsonWriter::value(WallTime time) {
-  separate();
-  out_ += '"';
-  appendIsoSeconds(out_, time);
-  out_ += '"';
-  return *this;
+  return stretch(longestIsoSeconds + 2, [time](char* at) {
+    *at++ = '"';
+    at = putIsoSeconds(at, time);
+    *at++ = '"';
+    return at;
+  });
 }
 
 JsonWriter& JsonWriter::integer(std::int64_t value) {
