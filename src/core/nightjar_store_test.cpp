@@ -85,6 +85,7 @@ TEST_F(NightjarStoreTest, AnUnlockIsToldPhotographedRecordedAndAwaitsItsAnswer) 
   EXPECT_TRUE(store->events().empty()) << "an unlock while off records nothing";
   turnOn();
   others.calls.clear();
+  camera.onAsked = [this] { EXPECT_TRUE(others.was("pending")) << "the watch is told first"; };
   lock();
   unlock();
   ASSERT_EQ(store->events().size(), 1u);
@@ -196,9 +197,16 @@ TEST_F(NightjarStoreTest, WrongTriesElsewhereShareAnEventThatIsHeldLikeAnUnlock)
   wrongTry(WrongTry::answer);
   EXPECT_EQ(store->events().size(), 2u);
   EXPECT_TRUE(others.was("pending wrong-answer"));
+  camera.photosPerSeries = 0;
+  wrongTry(WrongTry::pin);
+  EXPECT_FALSE(last()->photoProblem) << "it has photos of the first try";
+  lock(1s);
+  wrongTry(WrongTry::pin);
+  EXPECT_EQ(store->events().size(), 3u) << "another sitting";
+  EXPECT_EQ(last()->photoProblem, PhotoProblem::cameraFailed);
   scheduler.advance(1min);
-  EXPECT_EQ(others.count("report"), 1);
-  EXPECT_TRUE(others.was("log wrong-pin 1"));
+  EXPECT_EQ(others.count("report"), 2);
+  EXPECT_TRUE(others.was("log wrong-pin 2") && others.was("log wrong-pin 1"));
   EXPECT_TRUE(last()->resolved);
   EXPECT_EQ(photos().size(), 6u);
 }
@@ -398,6 +406,14 @@ TEST_F(NightjarStoreTest, DeletingRemovesTheRecordFirstAndThenItsFiles) {
   scheduler.advance(3s);
   EXPECT_TRUE(deleted && deleted->complete);
   EXPECT_TRUE(photos().empty() && onDisk().events.empty() && store->events().empty());
+  worker->hold();
+  store->deleteAll(action);
+  store->occurred({std::string(trigger_kind::lidClosed), "Lid"});
+  scheduler.advance(100ms);  // its first photo is being written
+  worker->release();
+  scheduler.run();
+  EXPECT_EQ(photos(), onDisk().events.at(0)->photoFiles) << "what comes meanwhile stays";
+  EXPECT_EQ(photos().size(), 1u);
   EXPECT_TRUE(store->armed()) << "the guard stays on";
   EXPECT_TRUE(
       lines.has("delete all: %{public}ld files no unlock named and %{public}ld kept copies "

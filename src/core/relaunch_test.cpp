@@ -25,9 +25,12 @@ TEST_F(RelaunchTest, AnUnresolvedUnlockGetsItsWindowAndTheRestOfItsHoldBack) {
   EXPECT_EQ(store->holdSecondsLeft(id), 15);
   kill();
   scheduler.advance(1h);
+  others.handOvers.assign(1, HandOver::handedOver);
   launch();
-  scheduler.run();
   EXPECT_EQ(others.count("report"), 1) << "ran out meanwhile: released at once";
+  kill();
+  launch();
+  EXPECT_EQ(others.count("report"), 1) << "and only once";
   EXPECT_EQ(store->pendingConfirm(), id) << "and still asks";
 }
 

@@ -23,6 +23,7 @@ class ScriptedCamera final : public CameraCapturing {
   [[nodiscard]] Subscription takePhoto(int wanted, FirstPhoto first, Series done) override {
     const int id = ++series_;
     wantedCounts.push_back(wanted);
+    if (onAsked) onAsked();
     auto photos = std::make_shared<std::vector<CapturedPhoto>>();
     for (int i = 0; i < std::min(wanted, photosPerSeries); ++i) {
       const std::string name = "photo " + std::to_string(id) + "/" + std::to_string(i);
@@ -43,6 +44,7 @@ class ScriptedCamera final : public CameraCapturing {
   bool allowed = true;
   int photosPerSeries = 9;
   std::optional<double> brightness = 0.5;
+  std::function<void()> onAsked;
   std::vector<int> wantedCounts;  ///< of each series asked for
 
  private:
