@@ -72,6 +72,7 @@ int runDesktop(QApplication& qt) {
 
 int main(int argc, char** argv) {
   harden();
+  holdQuitSignals();
   if (!hasWindowSystem()) {
     std::fputs("brindle: no window system here; \"brindle guard\" works without one\n", stderr);
     return exit_code::failed;

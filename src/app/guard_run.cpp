@@ -1,8 +1,15 @@
 #include "app/guard_run.h"
 
+#include <chrono>
 #include <cstdio>
+#include <thread>
 
 namespace brindle {
+namespace {
+
+constexpr auto longestCommand = std::chrono::seconds(10);
+
+}  // namespace
 
 GuardRun::GuardRun(const AppPaths& paths, bool logToTerminal, ServiceReport window)
     : paths_(paths),
@@ -27,7 +34,17 @@ void GuardRun::start(std::function<void()> started) {
 }
 
 int takeInstance(InstanceLock& lock, const AppPaths& paths) {
-  const auto outcome = lock.take(paths.lockFile());
+  // A command that works without a guard holds the lock for a moment; the guard must not stay off
+  // for that. Only a guard listens.
+  const auto giveUp = std::chrono::steady_clock::now() + longestCommand;
+  auto outcome = lock.take(paths.lockFile());
+  while (outcome == InstanceLock::Outcome::heldByAnother &&
+         std::chrono::steady_clock::now() < giveUp) {
+    ControlClient other;
+    if (other.connect(paths.socketFile()) == ControlClient::Outcome::connected) break;
+    std::this_thread::sleep_for(std::chrono::milliseconds(50));
+    outcome = lock.take(paths.lockFile());
+  }
   if (outcome == InstanceLock::Outcome::taken) return exit_code::done;
   if (outcome == InstanceLock::Outcome::heldByAnother) {
     std::fputs("brindle: another Brindle of yours is at work already\n", stderr);

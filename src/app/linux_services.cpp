@@ -53,6 +53,8 @@ CameraSource cameraSource() {
 
 }  // namespace
 
+void holdQuitSignals() { LinuxQuitSender::blockSignals(); }
+
 std::unique_ptr<LogSink> makeLinuxLog(bool terminal) {
   return std::make_unique<LinuxLog>(terminal);
 }

@@ -30,6 +30,10 @@ class LinuxServices {
   std::unique_ptr<All> all_;
 };
 
+/// First thing in a program whose window toolkit starts threads before `LinuxServices` exists:
+/// orders to quit must not end the process from one of those.
+void holdQuitSignals();
+
 /// Writes each line to the journal where there is one, and to standard error where that was asked
 /// for. A command's own output says what a person must know, so commands do not ask for it.
 std::unique_ptr<LogSink> makeLinuxLog(bool terminal);

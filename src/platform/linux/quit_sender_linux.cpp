@@ -27,8 +27,8 @@ std::string describe(const signalfd_siginfo& info) {
 
 LinuxQuitSender::LinuxQuitSender(LinuxScheduler& scheduler, LogindSession& logind)
     : logind_(logind) {
+  blockSignals();
   const sigset_t signals = quitSignals();
-  pthread_sigmask(SIG_BLOCK, &signals, nullptr);
   descriptor_ = signalfd(-1, &signals, SFD_CLOEXEC | SFD_NONBLOCK);
   if (descriptor_ < 0) return;
   watch_ = scheduler.watch(descriptor_, EPOLLIN, [this](std::uint32_t) { readSignals(); });
@@ -36,10 +36,18 @@ LinuxQuitSender::LinuxQuitSender(LinuxScheduler& scheduler, LogindSession& login
 
 LinuxQuitSender::~LinuxQuitSender() {
   watch_.end();
+  // One that still waits would kill the process once it is let through, and whoever keeps the
+  // program alive would take that for a crash; it has been asked to end anyway.
+  signalfd_siginfo waiting{};
+  while (read(descriptor_, &waiting, sizeof waiting) > 0) continue;
   if (descriptor_ >= 0) close(descriptor_);
-  // A signal that is still waiting would end the process here; it has been asked to end anyway.
   const sigset_t signals = quitSignals();
   pthread_sigmask(SIG_UNBLOCK, &signals, nullptr);
+}
+
+void LinuxQuitSender::blockSignals() {
+  const sigset_t signals = quitSignals();
+  pthread_sigmask(SIG_BLOCK, &signals, nullptr);
 }
 
 void LinuxQuitSender::readSignals() {

@@ -11,8 +11,8 @@ namespace brindle {
 /// or the end of our login session, makes one the system's; any other signal is a person's.
 class LinuxQuitSender final : public QuitSender {
  public:
-  /// Blocks the three signals for this thread and those started after: make it before any other
-  /// thread.
+  /// Blocks the three signals for this thread and those started after it, as `blockSignals` does: a
+  /// program that has other threads by then (a window toolkit's) calls that first thing.
   LinuxQuitSender(LinuxScheduler& scheduler, LogindSession& logind);
   ~LinuxQuitSender() override;
   LinuxQuitSender(const LinuxQuitSender&) = delete;
@@ -22,6 +22,8 @@ class LinuxQuitSender final : public QuitSender {
     return listeners_.add(std::move(ordered));
   }
   ServiceReport report() const override;
+
+  static void blockSignals();
 
  private:
   void readSignals();

@@ -1,0 +1,180 @@
+"""The whole chain on real peers: real logind with a locker, a file-fed camera through GStreamer, gnome-keyring, a window
+on a real display. Run by tests/e2e/run inside its prepared place.  guarded_unlock.py BRINDLE FRAMES KEEP
+
+Set up by command line, turned on, locked, unlocked; photographed; the guarded window on the screen; a wrong PIN and then the
+right one by keyboard; the history holds exactly the wrong try. In between the window is attacked. Screenshots go to KEEP."""
+import json, os, pty, re, select, signal, subprocess, sys, time
+
+BRINDLE, FRAMES, KEEP = sys.argv[1:4]
+DATA = os.path.join(os.environ["XDG_DATA_HOME"], "Brindle")
+PIN, WRONG = "271828", "1111"
+COVER = (18, 20, 26)  # the covers' colour
+
+os.environ["BRINDLE_CAMERA_SOURCE"] = (
+    f"multifilesrc location={FRAMES}/day-%d.jpg loop=true caps=image/jpeg,framerate=10/1")
+
+
+def sh(command, **more):
+    return subprocess.run(["bash", "-c", command], capture_output=True, text=True, timeout=30, **more)
+
+
+def check(condition, what):
+    if not condition:
+        screenshot("failed")
+        sys.exit(f"FAILED: {what}")
+    print(f"ok: {what}", flush=True)
+
+
+def until(question, what, seconds=15):
+    end = time.monotonic() + seconds
+    while time.monotonic() < end:
+        answer = question()
+        if answer:
+            print(f"ok: {what}", flush=True)
+            return answer
+        time.sleep(0.05)
+    screenshot("failed")
+    sys.exit(f"FAILED: {what} (waited {seconds} s); the document: {state()}")
+
+
+def in_terminal(arguments, dialogue, seconds=20):
+    """Runs the program in a terminal of its own and answers its prompts; returns (exit status, what it said)."""
+    pid, terminal = pty.fork()
+    if pid == 0:
+        os.execv(BRINDLE, [BRINDLE, *arguments])
+    said, seen, waiting, end = "", 0, list(dialogue), time.monotonic() + seconds
+    while time.monotonic() < end:
+        try:
+            if select.select([terminal], [], [], 0.2)[0]:
+                piece = os.read(terminal, 4096)
+                said += piece.decode(errors="replace")
+        except OSError:
+            break
+        while waiting and waiting[0][0] in said[seen:]:
+            seen = said.index(waiting[0][0], seen) + len(waiting[0][0])
+            os.write(terminal, waiting.pop(0)[1].encode() + b"\n")
+    else:
+        os.kill(pid, signal.SIGKILL)
+    os.close(terminal)
+    return os.waitstatus_to_exitcode(os.waitpid(pid, 0)[1]), said
+
+
+def screenshot(name):
+    path = os.path.join(KEEP, name + ".png")
+    subprocess.run(["import", "-window", "root", path], check=True, timeout=20)
+    return path
+
+
+def covered():
+    """Both halves of the screen (two outputs later on) show the cover in their corners and nothing on top of it."""
+    points = [(5, 5), (630, 790), (645, 5), (1270, 790), (5, 790), (1270, 5)]
+    pixels = "".join(f"%[pixel:p{{{x},{y}}}]\n" for x, y in points)
+    out = sh(f"import -window root png:- | convert - -depth 8 -format '{pixels}' info:").stdout
+    colours = [tuple(int(n) for n in re.findall(r"\d+", line)[:3]) for line in out.split("\n") if line]
+    return len(colours) == len(points) and all(colour == COVER for colour in colours)
+
+
+def state():
+    try:
+        return json.load(open(os.path.join(DATA, "state.json"), encoding="utf-8"))
+    except FileNotFoundError:
+        return {"events": []}
+
+
+def type_pin(digits):
+    sh(f"xdotool type --delay 20 {digits}; xdotool key Return")
+
+
+def desktop_pid():
+    out = sh("pgrep -x brindle-desktop").stdout.split()
+    return int(out[0]) if out else None
+
+
+def doctor_names_real_backends():
+    # Without a window of its own the command asks the running program.
+    report = json.loads(sh(f"'{BRINDLE}' doctor --json").stdout)
+    services = {entry["service"]: entry for entry in report}
+    for name in ("screen lock", "camera", "keychain", "files", "guarded window"):
+        entry = services.get(name)
+        check(entry and "memory" not in entry["backend"].lower() and entry["answered"],
+              f"doctor: {name} is real and answers ({entry})")
+
+
+def attack_the_window():
+    sh("xdotool key alt+F4")
+    time.sleep(0.3)
+    until(covered, "covered after Alt-F4", 1)
+    # An ordinary window, and one that no window manager holds back, both above everything.
+    rivals = [subprocess.Popen(["xmessage", "-geometry", "400x300+0+0", "rival"], stderr=subprocess.DEVNULL)]
+    sh("xdotool search --sync --onlyvisible --name xmessage windowraise windowfocus")
+    until(covered, "covered after a competing window", 1)
+    sh("xrandr --setmonitor left 640/170x800/210+0+0 screen; xrandr --setmonitor right 640/170x800/210+640+0 none")
+    until(covered, "covered after an output was plugged in", 1)
+    screenshot("two-outputs")
+    for rival in rivals:
+        rival.kill()
+    before = desktop_pid()
+    os.kill(before, signal.SIGKILL)
+    started = time.monotonic()
+    until(lambda: desktop_pid() not in (None, before) and covered(), "covered again after kill -9", 3)
+    print(f"note: {time.monotonic() - started:.2f} s from kill -9 to covered, screenshots included")
+
+
+def main():
+    code, said = in_terminal(["setup"], [
+        ("New PIN", PIN), ("Again:", PIN), ("Secret question", "First pet?"), ("Its answer:", "Rex the dog"),
+        ("Again:", "Rex the dog"), ("Seconds before", "60")])
+    check(code == 0, f"setup in a terminal ({code}: {said!r})")
+
+    program = subprocess.Popen([BRINDLE], stdout=open(os.path.join(KEEP, "program.log"), "w"), stderr=subprocess.STDOUT)
+    until(lambda: '"running":true' in sh(f"'{BRINDLE}' status --json").stdout, "the program runs")
+    doctor_names_real_backends()
+    check(sh(f"'{BRINDLE}' on").returncode == 0, "turned on")
+    check("armedAt" in state(), "recorded as on")
+
+    sh("lock_session")
+    until(lambda: sh("locked_hint").stdout.strip() == "b true", "the screen is locked")
+    check(not state()["events"], "no event while locked")
+    sh("unlock_typed")
+    event = until(lambda: state()["events"] and state()["events"][-1], "the unlock is an event")
+    check(event["resolved"] is False, "it waits for the owner")
+    until(covered, "the guarded window covers the screen", 5)
+    until(lambda: len(state()["events"][-1]["photoFiles"]) >= 4, "a photo series is saved", 15)
+    for name in state()["events"][-1]["photoFiles"]:
+        head = open(os.path.join(DATA, "photos", name), "rb").read(3)
+        check(head == b"\xff\xd8\xff", f"{name} is a picture")
+    screenshot("guarded")
+    attack_the_window()
+
+    # The form is on the screen again; the keyboard is ours within a turn of its keeper.
+    time.sleep(0.6)
+    type_pin(WRONG)
+    until(lambda: state()["events"][-1]["wrongPINs"] == 1, "the wrong PIN is counted")
+    screenshot("wrong-pin")
+    until(lambda: len(state()["events"][-1]["photoFiles"]) >= 5, "and photographed", 15)
+    check(covered(), "still covered")
+    type_pin(PIN)
+    until(lambda: not covered(), "the right PIN takes the window down")
+    left = until(lambda: [e for e in state()["events"]] if all(e["attemptOnly"] for e in state()["events"]) else None,
+                 "the unlock is gone from the history")
+    check(len(left) == 1 and left[0]["wrongPINs"] == 1 and left[0]["wrongAnswers"] == 0, "exactly the wrong try is left")
+    on_disk = sorted(os.listdir(os.path.join(DATA, "photos")))
+    until(lambda: sorted(os.listdir(os.path.join(DATA, "photos"))) == sorted(state()["events"][0]["photoFiles"]),
+          f"only its photos are left on disk ({on_disk})")
+    check("armedAt" in state(), "the guard is still on")
+
+    # Quitting needs proof while on: a bare SIGTERM is refused, the history asks for the PIN.
+    os.kill(program.pid, signal.SIGTERM)
+    time.sleep(0.5)
+    check(desktop_pid() is not None and program.poll() is None, "SIGTERM by a person is refused while on")
+    code, said = in_terminal(["history", "--json"], [("Brindle PIN", PIN)])
+    check(code == 0 and left[0]["id"] in said, f"history after proof ({code})")
+    code, said = in_terminal(["off"], [("Brindle PIN", PIN)])
+    check(code == 0 and "armedAt" not in state(), f"off after proof ({said!r})")
+    os.kill(program.pid, signal.SIGTERM)
+    check(program.wait(10) == 0, "and then it ends")
+    check(oct(os.stat(DATA).st_mode & 0o777) == "0o700", "its folder is private")
+
+
+main()
+print("1 passed, 0 failed")
