@@ -43,7 +43,7 @@ class ControlSocket::Connection {
       : owner_(owner), id_(id), socket_(std::move(socket)) {
     session_ = owner_.makeSession_([this](Reply reply) { send(reply); });
     watch(EPOLLIN);
-    limit(requestLimit);
+    limit(owner_.limits_.request);
   }
 
  private:
@@ -83,7 +83,7 @@ class ControlSocket::Connection {
         return close();
       }
       // The person now types a proof, or the guard is at work on the request.
-      limit(proofLimit);
+      limit(owner_.limits_.step);
     }
   }
 
@@ -116,8 +116,9 @@ class ControlSocket::Connection {
   Subscription watch_;  // ends before the descriptor is closed
 };
 
-ControlSocket::ControlSocket(LinuxScheduler& scheduler, Log log, MakeSession makeSession)
-    : scheduler_(scheduler), log_(log), makeSession_(std::move(makeSession)) {}
+ControlSocket::ControlSocket(LinuxScheduler& scheduler, Log log, MakeSession makeSession,
+                             Limits limits)
+    : scheduler_(scheduler), log_(log), makeSession_(std::move(makeSession)), limits_(limits) {}
 
 ControlSocket::~ControlSocket() {
   if (listener_) unlink(path_.c_str());

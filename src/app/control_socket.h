@@ -22,10 +22,15 @@ class ControlSocket {
       std::function<std::unique_ptr<CommandSession>(std::function<void(Reply)> send)>;
 
   static constexpr std::size_t mostConnections = 8;
-  static constexpr Duration requestLimit = std::chrono::seconds(10);
-  static constexpr Duration proofLimit = std::chrono::minutes(3);
+  /// How long a peer may take.
+  struct Limits {
+    Duration request = std::chrono::seconds(10);  ///< for its first whole request
+    Duration step = std::chrono::minutes(3);      ///< for each step after that: a person types
+  };
 
-  ControlSocket(LinuxScheduler& scheduler, Log log, MakeSession makeSession);
+  ControlSocket(LinuxScheduler& scheduler, Log log, MakeSession makeSession)
+      : ControlSocket(scheduler, log, std::move(makeSession), Limits()) {}
+  ControlSocket(LinuxScheduler& scheduler, Log log, MakeSession makeSession, Limits limits);
   ~ControlSocket();
   ControlSocket(const ControlSocket&) = delete;
   ControlSocket& operator=(const ControlSocket&) = delete;
@@ -43,6 +48,7 @@ class ControlSocket {
   LinuxScheduler& scheduler_;
   Log log_;
   MakeSession makeSession_;
+  Limits limits_;
   std::string path_;
   Descriptor listener_;
   Subscription watch_;

@@ -31,7 +31,7 @@ bool Conversation::askTwice(Request& request, const std::string& name, const std
   auto secret = terminal_.askSecret(prompt);
   if (!secret) return false;
   if (secret->empty()) return true;
-  auto repeat = terminal_.askSecret("Once more: ");
+  auto repeat = terminal_.askSecret("Again: ");
   if (!repeat) return false;
   request.secrets.push_back({name, std::move(*secret)});
   request.secrets.push_back({name + "Repeat", std::move(*repeat)});

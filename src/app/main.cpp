@@ -9,6 +9,7 @@
 #include "app/conversation.h"
 #include "app/guard_run.h"
 #include "app/harden.h"
+#include "app/reach_guard.h"
 #include "app/rehearsal.h"
 #include "app/terminal_guard.h"
 
@@ -65,8 +66,6 @@ int runDoctor(const AppPaths& paths, const Request& request) {
 
 /// No guard runs: the same request, by the same handler, in this process.
 int runHere(const AppPaths& paths, Request request, Conversation& conversation) {
-  InstanceLock lock;
-  if (const int code = takeInstance(lock, paths)) return code;
   LinuxServices services(paths, false);
   BrindleMacApp app(services.services(), paths.data);
   GuardCommands commands(app, /*running=*/false, {});
@@ -90,24 +89,9 @@ int runHere(const AppPaths& paths, Request request, Conversation& conversation) 
   return saved ? conversation.exitCode() : exit_code::failed;
 }
 
-int runRequest(const AppPaths& paths, Request request) {
-  StandardTerminal terminal;
-  Conversation conversation(terminal);
-  if (!conversation.prepare(request)) return conversation.exitCode();
-  ControlClient client;
-  switch (client.connect(paths.socketFile())) {
-    case ControlClient::Outcome::nobodyThere:
-      if (request.command == "doctor") return runDoctor(paths, request);
-      return runHere(paths, std::move(request), conversation);
-    case ControlClient::Outcome::failed:
-      std::fputs("brindle: the socket of the running guard cannot be used\n", stderr);
-      return exit_code::lost;
-    case ControlClient::Outcome::connected:
-      break;
-  }
+int converse(ControlClient& client, Request request, Conversation& conversation) {
   for (std::optional<Request> next(std::move(request)); next;) {
-    if (!client.send(*next)) return exit_code::lost;
-    const auto reply = client.receive();
+    const auto reply = client.send(*next) ? client.receive() : std::nullopt;
     if (!reply) {
       std::fputs("brindle: the running guard does not answer\n", stderr);
       return exit_code::lost;
@@ -115,6 +99,21 @@ int runRequest(const AppPaths& paths, Request request) {
     next = conversation.next(*reply);
   }
   return conversation.exitCode();
+}
+
+int runRequest(const AppPaths& paths, Request request) {
+  StandardTerminal terminal;
+  Conversation conversation(terminal);
+  if (!conversation.prepare(request)) return conversation.exitCode();
+  const auto reached = reachGuard(paths);
+  if (reached.client) return converse(*reached.client, std::move(request), conversation);
+  if (reached.problem.empty()) {
+    // It changes nothing, so it leaves no trace either: no application, no history read.
+    if (request.command == "doctor") return runDoctor(paths, request);
+    return runHere(paths, std::move(request), conversation);
+  }
+  std::fprintf(stderr, "brindle: %s\n", reached.problem.c_str());
+  return exit_code::lost;
 }
 
 }  // namespace

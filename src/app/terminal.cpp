@@ -44,12 +44,12 @@ EchoOff::EchoOff(int fd) : fd_(fd) {
   saved_ = new Saved{settings};
   settings.c_lflag &= ~static_cast<tcflag_t>(ECHO);
   settings.c_lflag |= ECHONL;
-  tcsetattr(fd_, TCSAFLUSH, &settings);
+  tcsetattr(fd_, TCSADRAIN, &settings);
 }
 
 EchoOff::~EchoOff() {
   if (!saved_) return;
-  tcsetattr(fd_, TCSAFLUSH, &saved_->settings);
+  tcsetattr(fd_, TCSADRAIN, &saved_->settings);
   delete saved_;
 }
 
@@ -67,8 +67,8 @@ std::optional<std::string> StandardTerminal::ask(std::string_view prompt) {
 }
 
 std::optional<SecretText> StandardTerminal::askSecret(std::string_view prompt) {
+  const EchoOff quiet(STDIN_FILENO);  // first: somebody may type as soon as the prompt shows
   show(prompt);
-  const EchoOff quiet(STDIN_FILENO);
   std::array<char, longestLine> line;
   const auto length = readLine(line);
   std::optional<SecretText> secret;

@@ -1,0 +1,200 @@
+#include "app/command_message.h"
+
+#include <gtest/gtest.h>
+
+#include <random>
+
+#include "app/command_line.h"
+#include "app/command_text.h"
+#include "app/conversation.h"
+
+namespace brindle {
+namespace {
+
+using Next = RequestReader::Next;
+
+Request setup() {
+  Request request{.command = "setup", .alertDelay = 20, .question = "First \"pet\"?"};
+  request.secrets.push_back({"pin", SecretText("12\n{\"v\":1}")});
+  request.secrets.push_back({"pinRepeat", SecretText("")});
+  return request;
+}
+
+TEST(RequestReaderTest, ReadsWhatIsWrittenInWhateverPiecesItComes) {
+  const std::string text =
+      encodeRequest(setup()) + encodeRequest({.command = "status", .json = true});
+  for (const std::size_t piece : {std::size_t{1}, std::size_t{7}, text.size()}) {
+    RequestReader reader;
+    std::vector<Request> requests;
+    for (std::size_t at = 0; at < text.size(); at += piece) {
+      reader.feed(std::string_view(text).substr(at, piece));
+      for (Request request; reader.next(request) == Next::request;) {
+        requests.push_back(std::move(request));
+      }
+    }
+    ASSERT_EQ(requests.size(), 2u) << piece;
+    EXPECT_EQ(requests[0].secret("pin")->view(), "12\n{\"v\":1}");
+    EXPECT_EQ(requests[0].secret("pinRepeat")->view(), "");
+    EXPECT_EQ(requests[0].question, "First \"pet\"?");
+    EXPECT_EQ(requests[0].alertDelay, 20);
+    EXPECT_EQ(requests[1].command, "status");
+    EXPECT_TRUE(requests[1].json);
+  }
+}
+
+TEST(RequestReaderTest, BelievesNothing) {
+  const std::string rows[] = {
+      "\n",
+      "garbage\n",
+      "[]\n",
+      "{\"v\":1}\n",
+      "{\"v\":2,\"command\":\"on\"}\n",
+      "{\"v\":1,\"command\":7}\n",
+      "{\"v\":1,\"command\":\"on\",\"secrets\":7}\n",
+      "{\"v\":1,\"command\":\"on\",\"secrets\":[{\"name\":\"pin\",\"size\":-1}]}\n",
+      "{\"v\":1,\"command\":\"on\",\"secrets\":[{\"name\":\"pin\",\"size\":1025}]}\n",
+      "{\"v\":1,\"command\":\"on\",\"secrets\":[{\"name\":\"pin\",\"size\":1e400}]}\n",
+      "{\"v\":1,\"command\":\"on\",\"secrets\":[{},{},{},{},{}]}\n",
+      "{\"v\":1,\"command\":\"\xff\"}\n",
+      std::string(8193, '{'),
+      std::string(20000, 'x'),
+  };
+  for (const auto& row : rows) {
+    RequestReader reader;
+    reader.feed(row);
+    Request request;
+    EXPECT_EQ(reader.next(request), Next::bad) << row.substr(0, 80);
+    reader.feed(encodeRequest({.command = "status"}));
+    EXPECT_EQ(reader.next(request), Next::bad) << "for good";
+  }
+}
+
+TEST(RequestReaderTest, SurvivesAnyBytes) {
+  const unsigned seed = std::random_device{}();
+  std::mt19937 dice(seed);
+  const std::string whole = encodeRequest(setup());
+  for (int round = 0; round < 3000; ++round) {
+    std::string text = whole;
+    for (int flips = 0; flips < 3; ++flips) text[dice() % text.size()] = static_cast<char>(dice());
+    RequestReader reader;
+    reader.feed(text);
+    Request request;
+    while (reader.next(request) == Next::request) {
+      ASSERT_LE(request.secrets.size(), command_protocol::mostSecrets) << "seed " << seed;
+    }
+  }
+}
+
+TEST(ReplyTest, ComesBackAsItWasAndNothingElseIsOne) {
+  const Reply reply{.type = Reply::Type::tried,
+                    .text = "Wrong PIN. Photo taken.",
+                    .exitCode = 3,
+                    .answerOpen = true,
+                    .question = "Pet?"};
+  const auto read = decodeReply(encodeReply(reply));
+  ASSERT_TRUE(read);
+  EXPECT_EQ(read->text, reply.text);
+  EXPECT_EQ(read->type, reply.type);
+  EXPECT_EQ(read->exitCode, 3);
+  EXPECT_TRUE(read->answerOpen);
+  EXPECT_EQ(read->question, "Pet?");
+  for (const char* bad : {"", "{}", "{\"v\":1,\"type\":\"other\",\"text\":\"\"}",
+                          "{\"v\":1,\"type\":\"done\",\"text\":\"\",\"exitCode\":256}"}) {
+    EXPECT_FALSE(decodeReply(bad)) << bad;
+  }
+}
+
+TEST(CommandLineTest, TakesTheseAndNoOthers) {
+  using Mode = CommandLine::Mode;
+  const auto read = [](std::vector<std::string_view> arguments) {
+    return readCommandLine(arguments);
+  };
+  EXPECT_EQ(read({})->mode, Mode::desktop);
+  EXPECT_EQ(read({"guard"})->mode, Mode::guard);
+  EXPECT_EQ(read({"rehearse"})->mode, Mode::rehearse);
+  EXPECT_TRUE(read({"status", "--json"})->request.json);
+  EXPECT_EQ(read({"setup", "--alert-delay", "45"})->request.alertDelay, 45);
+  EXPECT_EQ(read({"setup", "--start-at-login", "no"})->request.startAtLogin, false);
+  EXPECT_EQ(read({"delete", "--photos"})->request.target, "photos");
+  EXPECT_EQ(read({"delete", "d73d0d23-c20b-4bc0-9698-803dcdf6ff41"})->request.target,
+            "D73D0D23-C20B-4BC0-9698-803DCDF6FF41");
+  const std::pair<std::vector<std::string_view>, std::string> rows[] = {
+      {{"fly"}, "no such command: fly"},
+      {{"on", "730164"}, "on does not take 730164"},
+      {{"guard", "x"}, "guard takes nothing more"},
+      {{"delete"}, "delete takes EVENT, --photos or --all"},
+      {{"delete", "7"}, "7 is no event; \"brindle history\" shows them"},
+      {{"setup", "--alert-delay"}, "--alert-delay needs a value"},
+      {{"setup", "--alert-delay", "4s"}, "--alert-delay takes whole seconds"},
+      {{"setup", "--pin", "7"}, "setup takes --alert-delay SECONDS and --start-at-login yes|no"},
+  };
+  for (const auto& [arguments, why] : rows) {
+    const auto refused = read(arguments);
+    ASSERT_FALSE(refused) << why;
+    EXPECT_EQ(refused.error(), why);
+  }
+}
+
+TEST(CommandTextTest, NamesChosenByOthersCannotDriveTheTerminal) {
+  UnlockEvent event;
+  event.trigger = Trigger{"watched-file",
+                          "a\x1b[2Jb\xc2\x9b"
+                          "c\n"};
+  const auto text = historyText({std::make_shared<const UnlockEvent>(event)});
+  EXPECT_NE(text.find("watched-file a?[2Jb??c?"), std::string::npos) << text;
+  event.photoFiles = {"../../etc/passwd", "A-0.jpg"};
+  const auto json = historyJson({std::make_shared<const UnlockEvent>(event)}, "/photos");
+  EXPECT_NE(json.find("\"photos\":[\"/photos/A-0.jpg\"]"), std::string::npos) << json;
+}
+
+class ScriptedTerminal final : public Terminal {
+ public:
+  explicit ScriptedTerminal(std::vector<std::string> typed) : typed_(std::move(typed)) {}
+  void say(std::string_view line) override { shown += std::string(line) + "\n"; }
+  std::optional<std::string> ask(std::string_view prompt) override {
+    shown += std::string(prompt) + "\n";
+    if (next_ == typed_.size()) return std::nullopt;
+    return typed_[next_++];
+  }
+  std::optional<SecretText> askSecret(std::string_view prompt) override {
+    const auto line = ask(prompt);
+    return line ? std::optional<SecretText>(SecretText(*line)) : std::nullopt;
+  }
+  std::string shown;
+
+ private:
+  std::vector<std::string> typed_;
+  std::size_t next_ = 0;
+};
+
+TEST(ConversationTest, AsksForThePinThenOffersTheQuestion) {
+  ScriptedTerminal terminal({"1111", "", "Rex"});
+  Conversation conversation(terminal);
+  auto next = conversation.next({.type = Reply::Type::proof, .text = "Confirm that it's you."});
+  ASSERT_TRUE(next);
+  EXPECT_EQ(next->target, "pin");
+  EXPECT_EQ(next->secret("pin")->view(), "1111");
+  next = conversation.next(
+      {.type = Reply::Type::tried, .text = "Wrong.", .answerOpen = true, .question = "Pet?"});
+  ASSERT_TRUE(next);
+  EXPECT_EQ(next->secret("answer")->view(), "Rex");
+  EXPECT_NE(terminal.shown.find("Pet?"), std::string::npos);
+  EXPECT_FALSE(conversation.next({.type = Reply::Type::tried, .text = "Wrong."}));
+  EXPECT_EQ(conversation.exitCode(), exit_code::noProof) << "given up";
+}
+
+TEST(ConversationTest, SetupAsksForEachSecretTwice) {
+  ScriptedTerminal terminal({"730164", "730164", "Pet?", "Rex", "Rex", "20"});
+  Request request{.command = "setup"};
+  EXPECT_TRUE(Conversation(terminal).prepare(request));
+  EXPECT_EQ(request.secret("pinRepeat")->view(), "730164");
+  EXPECT_EQ(request.secret("answer")->view(), "Rex");
+  EXPECT_EQ(request.question, "Pet?");
+  EXPECT_EQ(request.alertDelay, 20);
+  ScriptedTerminal gone({"730164"});
+  Request half{.command = "setup"};
+  EXPECT_FALSE(Conversation(gone).prepare(half));
+}
+
+}  // namespace
+}  // namespace brindle

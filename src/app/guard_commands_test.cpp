@@ -1,0 +1,171 @@
+#include "app/guard_commands.h"
+
+#include "app/app_fixture.h"
+#include "app/rehearsal.h"
+
+namespace brindle {
+namespace {
+
+using GuardCommandsTest = AppFixture;
+
+Request setupOf(std::string_view pin, std::string_view repeat) {
+  Request request{.command = "setup", .alertDelay = 20, .startAtLogin = true, .question = "Pet?"};
+  for (const auto& [name, text] :
+       std::vector<std::pair<std::string, std::string_view>>{{"pin", pin},
+                                                             {"pinRepeat", repeat},
+                                                             {"answer", "Rex Barker"},
+                                                             {"answerRepeat", "Rex Barker"}}) {
+    request.secrets.push_back({name, SecretText(text)});
+  }
+  return request;
+}
+
+TEST_F(GuardCommandsTest, SetsUpTurnsOnAndOff) {
+  auto reply = say("on");
+  EXPECT_EQ(reply.text, "Brindle has no PIN on this Mac, so it stays off.\n");
+  EXPECT_EQ(reply.exitCode, exit_code::failed);
+  reply = command(setupOf("730164", "730165"));
+  EXPECT_EQ(reply.exitCode, exit_code::failed);
+  EXPECT_FALSE(app.store().pinIsSet());
+  reply = command(setupOf(pin, pin));
+  EXPECT_EQ(reply.text,
+            "The question and its answer are saved.\nThe PIN is saved.\nThe alert delay is 20 s.\n"
+            "Brindle starts at login.\n");
+  EXPECT_EQ(say("off").text, "Brindle is off.\n");
+
+  devices.screen.setReachable(false);
+  EXPECT_EQ(
+      say("on").text,
+      "Brindle is on.\nNo source of lock signals answers on this machine, so unlocks go unseen.\n");
+  devices.screen.setReachable(true);
+  EXPECT_EQ(say("on").text, "Brindle is on already.\n");
+  const std::string status = command({.command = "status", .json = true}).text;
+  for (const char* part : {"\"running\":true", "\"armed\":true", "\"armedBy\":\"owner\"",
+                           "\"pin\":\"set\"", "\"alertDelay\":20", "\"lockSource\":true"}) {
+    EXPECT_NE(status.find(part), std::string::npos) << part << status;
+  }
+  Request delay{.command = "setup", .alertDelay = 4000};
+  EXPECT_EQ(command(std::move(delay),
+                    [] {
+                      std::vector<Request> tries;
+                      tries.push_back(tryWith("pin", pin));
+                      return tries;
+                    }())
+                .text,
+            "The alert delay was not saved: it is 0 to 3600 seconds.\n");
+}
+
+TEST_F(GuardCommandsTest, ProofIsAskedForWhereItIsDue) {
+  EXPECT_EQ(say("history").text, "The history is empty.\n") << "nothing to protect yet";
+  EXPECT_EQ(say("delete").text, "Choose a PIN first: brindle setup\n");
+  choosePin();
+  say("on");
+  const std::string event = "D73D0D23-C20B-4BC0-9698-803DCDF6FF41";
+  for (const char* name : {"history", "delete", "setup", "off"}) {
+    const auto reply = command({.command = name, .target = event});
+    EXPECT_EQ(reply.type, Reply::Type::proof) << name;
+    EXPECT_FALSE(reply.answerOpen);
+  }
+  for (const char* name : {"status", "doctor", "on"}) {
+    EXPECT_EQ(say(name).type, Reply::Type::done) << name;
+  }
+  EXPECT_EQ(say("confirm").text, "Nothing waits to be confirmed.\n");
+  EXPECT_EQ(say("fly").exitCode, exit_code::usage);
+
+  std::vector<Request> tries;
+  tries.push_back(tryWith("answer", "Rex"));
+  tries.push_back(tryWith("pin", wrongPin));
+  tries.push_back(tryWith("pin", pin));
+  const auto off = command({.command = "off"}, std::move(tries));
+  EXPECT_EQ(off.text, "Brindle is off.\n");
+  EXPECT_FALSE(app.store().armed());
+  ASSERT_EQ(app.store().events().size(), 1u)
+      << "the wrong PIN, and not the answer that was not open";
+  EXPECT_EQ(app.store().events()[0]->wrongPINs, 1);
+
+  std::vector<Request> right;
+  right.push_back(tryWith("pin", pin));
+  EXPECT_EQ(command({.command = "delete", .target = "all"}, std::move(right)).text,
+            "The history is deleted.\n");
+  EXPECT_TRUE(app.store().events().empty());
+}
+
+TEST_F(GuardCommandsTest, NobodyChoosesAPinWhoseRecordVanishedWhileOn) {
+  choosePin();
+  say("on");
+  devices.keychain.setAnswer(KeychainStore::dataProtection, keychain_code::itemNotFound);
+  EXPECT_EQ(command(setupOf("556677", "556677")).text,
+            "Brindle is on, but its PIN is gone: no new one can be chosen while it is on.\n");
+  devices.keychain.setLocked(true);
+  EXPECT_EQ(say("history").type, Reply::Type::proof) << "unreadable is not absent";
+}
+
+TEST_F(GuardCommandsTest, ATryOutOfPlaceEndsTheConversation) {
+  choosePin();
+  std::vector<Reply> replies;
+  CommandSession session(commands, app.gate(), [&](Reply reply) { replies.push_back(reply); });
+  EXPECT_FALSE(session.receive(tryWith("pin", pin)));
+  EXPECT_TRUE(session.receive({.command = "history"}));
+  EXPECT_FALSE(session.receive(tryWith("pin", pin))) << "not asked yet";
+  runUntil([&] { return !replies.empty(); });
+  EXPECT_FALSE(session.receive({.command = "status"}));
+  EXPECT_FALSE(session.receive({.command = "try", .target = "pin"})) << "without a PIN";
+}
+
+TEST_F(GuardCommandsTest, DoctorNamesEveryBackendAndFailsWithoutTheEssentialOnes) {
+  auto reply = say("doctor");
+  EXPECT_EQ(reply.exitCode, exit_code::done) << reply.text;
+  for (const char* service : {"screen lock", "camera", "keychain", "files", "guarded window",
+                              "notifications", "login item", "quit sender", "preferences",
+                              "boot clock", "random", "crypto", "image", "flash window"}) {
+    EXPECT_NE(reply.text.find(service), std::string::npos) << service;
+  }
+  const std::pair<std::string, std::function<void(bool)>> rows[] = {
+      {"screen lock", [this](bool gone) { devices.screen.setReachable(!gone); }},
+      {"camera", [this](bool gone) { devices.camera.setPresent(!gone); }},
+      {"keychain", [this](bool gone) { devices.keychain.setGone(gone); }},
+  };
+  for (const auto& [service, gone] : rows) {
+    gone(true);
+    reply = say("doctor");
+    EXPECT_EQ(reply.exitCode, exit_code::failed) << service;
+    EXPECT_NE(reply.text.find("FAILED   " + service), std::string::npos) << reply.text;
+    gone(false);
+  }
+}
+
+class AppDelegateTest : public AppFixture {
+ protected:
+  AppDelegateTest() {
+    choosePin();
+    say("on");
+    delegate.quit = [this](bool saved) { quit = saved; };
+  }
+  AppDelegate& delegate = app.appDelegate();
+  std::optional<bool> quit;
+};
+
+TEST_F(AppDelegateTest, APersonsOrderNeedsProofAndIsRefusedWhereNobodyCanAsk) {
+  devices.quitSender.order({"shut", false, "pid 77"});
+  runUntil([this] { return lines.has("quit refused: the guard is on"); });
+  EXPECT_TRUE(lines.has("quit claiming a system reason, sender pid 77"));
+  int asked = 0;
+  delegate.askForQuitProof = [&] { ++asked; };
+  delegate.requestQuit();
+  EXPECT_EQ(asked, 1);
+  EXPECT_FALSE(delegate.quitting());
+  const auto sitting = app.gate().open(OwnerPurpose::quit);
+  sitting->tryPin(SecretText(pin), [](GateAnswer) {});
+  runUntil([this] { return quit.has_value(); });
+  EXPECT_TRUE(*quit);
+}
+
+TEST_F(AppDelegateTest, TheSystemsOrderNeedsNone) {
+  devices.quitSender.order({"logo", true, "logind"});
+  runUntil([this] { return quit.has_value(); });
+  EXPECT_TRUE(*quit);
+  EXPECT_TRUE(app.store().armed()) << "the guard is on again after the next login";
+}
+
+}  // namespace
+}  // namespace brindle
