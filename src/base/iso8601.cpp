@@ -10,42 +10,34 @@ using std::chrono::hours;
 using std::chrono::minutes;
 using std::chrono::seconds;
 
-/// Takes fixed pieces off the front of a text; `ok` stays false after the first that does not fit.
-class Cursor {
- public:
-  explicit Cursor(std::string_view text) : rest_(text) {}
+constexpr WallTime firstMoment = std::chrono::sys_days(std::chrono::year(0) / 1 / 1);
+constexpr WallTime endOfTime = std::chrono::sys_days(std::chrono::year(10'000) / 1 / 1);
 
-  int digits(std::size_t count) {
-    if (rest_.size() < count) return fail();
-    int value = 0;
-    for (std::size_t i = 0; i < count; ++i) {
-      if (rest_[i] < '0' || rest_[i] > '9') return fail();
-      value = value * 10 + (rest_[i] - '0');
-    }
-    rest_.remove_prefix(count);
-    return value;
+/// Whether a text has the pattern's characters, and any digit where the pattern has a 0.
+bool fits(std::string_view text, std::string_view pattern) {
+  if (text.size() != pattern.size()) return false;
+  bool all = true;
+  for (std::size_t i = 0; i < pattern.size(); ++i) {
+    const bool digit = text[i] >= '0' && text[i] <= '9';
+    all &= pattern[i] == '0' ? digit : text[i] == pattern[i];
   }
-  char oneOf(std::string_view allowed) {
-    if (rest_.empty() || allowed.find(rest_.front()) == std::string_view::npos) {
-      ok_ = false;
-      return 0;
-    }
-    const char c = rest_.front();
-    rest_.remove_prefix(1);
-    return c;
-  }
-  bool complete() const { return ok_ && rest_.empty(); }
-  bool ok() const { return ok_; }
+  return all;
+}
 
- private:
-  int fail() {
-    ok_ = false;
-    rest_ = {};
-    return 0;
-  }
-  std::string_view rest_;
-  bool ok_ = true;
-};
+/// The two digits at a place.
+unsigned pairAt(std::string_view text, std::size_t at) {
+  return static_cast<unsigned>((text[at] - '0') * 10 + (text[at + 1] - '0'));
+}
+
+/// What an offset from UTC adds: "Z", "+01:30", "-08:00".
+std::optional<minutes> offsetOf(std::string_view zone) {
+  if (zone == "Z") return minutes(0);
+  if (!fits(zone, "+00:00") && !fits(zone, "-00:00")) return std::nullopt;
+  const unsigned hour = pairAt(zone, 1), minute = pairAt(zone, 4);
+  if (hour > 23 || minute > 59) return std::nullopt;
+  const auto offset = hours(hour) + minutes(minute);
+  return zone.front() == '-' ? -offset : offset;
+}
 
 }  // namespace
 
@@ -87,39 +79,20 @@ std::string isoSeconds(WallTime time) {
 }
 
 std::optional<WallTime> parseIsoSeconds(std::string_view text) {
-  Cursor in(text);
-  const int year = in.digits(4);
-  in.oneOf("-");
-  const int month = in.digits(2);
-  in.oneOf("-");
-  const int day = in.digits(2);
-  in.oneOf("T");
-  const int hour = in.digits(2);
-  in.oneOf(":");
-  const int minute = in.digits(2);
-  in.oneOf(":");
-  const int second = in.digits(2);
-  const char zone = in.oneOf("Z+-");
-  minutes offset{0};
-  if (in.ok() && zone != 'Z') {
-    const int offsetHours = in.digits(2);
-    in.oneOf(":");
-    const int offsetMinutes = in.digits(2);
-    if (offsetHours > 23 || offsetMinutes > 59) return std::nullopt;
-    offset = hours(offsetHours) + minutes(offsetMinutes);
-    if (zone == '-') offset = -offset;
-  }
+  constexpr std::string_view pattern = "0000-00-00T00:00:00";
+  if (!fits(text.substr(0, pattern.size()), pattern)) return std::nullopt;
+  const auto offset = offsetOf(text.substr(pattern.size()));
+  const int year = static_cast<int>(pairAt(text, 0) * 100 + pairAt(text, 2));
+  const unsigned hour = pairAt(text, 11), minute = pairAt(text, 14), second = pairAt(text, 17);
   const std::chrono::year_month_day date{std::chrono::year(year),
-                                         std::chrono::month(static_cast<unsigned>(month)),
-                                         std::chrono::day(static_cast<unsigned>(day))};
+                                         std::chrono::month(pairAt(text, 5)),
+                                         std::chrono::day(pairAt(text, 8))};
   // A leap second (":60") is read as the last second of its minute plus one.
-  if (!in.complete() || !date.ok() || hour > 23 || minute > 59 || second > 60) return std::nullopt;
+  if (!offset || !date.ok() || hour > 23 || minute > 59 || second > 60) return std::nullopt;
   const WallTime time =
-      std::chrono::sys_days(date) + hours(hour) + minutes(minute) + seconds(second) - offset;
+      std::chrono::sys_days(date) + hours(hour) + minutes(minute) + seconds(second) - *offset;
   // An offset may lead out of the years that four digits can write, and so out of what can be read.
-  const std::chrono::year_month_day utc(floor<std::chrono::days>(time));
-  if (utc.year() < std::chrono::year(0) || utc.year() > std::chrono::year(9999))
-    return std::nullopt;
+  if (time < firstMoment || time >= endOfTime) return std::nullopt;
   return time;
 }
 

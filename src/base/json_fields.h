@@ -36,6 +36,9 @@ inline std::optional<std::string_view> jsonText(const Json& json) {
   const auto* text = json.if_string();
   return text ? std::optional(std::string_view(text->data(), text->size())) : std::nullopt;
 }
+inline std::size_t elementCount(const Json& json) {
+  return json.is_array() ? json.get_array().size() : 0;
+}
 template <class Use>
 bool forEachElement(const Json& json, Use use) {
   const auto* list = json.if_array();
@@ -61,6 +64,7 @@ class JsonMembers<Json> {
 template <class Node, class T>
 bool readJson(const Node& json, std::vector<T>& out) {
   std::vector<T> all;
+  all.reserve(elementCount(json));
   const bool readable =
       forEachElement(json, [&all](const Node& each) { return readJson(each, all.emplace_back()); });
   if (readable) out = std::move(all);

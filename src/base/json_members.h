@@ -13,6 +13,8 @@ inline bool isNull(const JsonNode& json) { return json.kind == JsonNode::Kind::n
 inline std::optional<std::string_view> jsonText(const JsonNode& json) {
   return json.kind == JsonNode::Kind::text ? std::optional(json.text) : std::nullopt;
 }
+/// How many elements a list has; a hint for what it is read into.
+inline std::size_t elementCount(const JsonNode& json) { return json.members; }
 /// Calls `use` with each element until it returns false; false then, or when there is no list.
 template <class Use>
 bool forEachElement(const JsonNode& json, Use use) {

@@ -10,20 +10,24 @@ namespace {
 
 using Kind = JsonNode::Kind;
 
+/// A bit that few keys share. The factors are chosen so that no two fields of one of our records
+/// do: a shared bit costs a look at all keys.
+std::uint64_t keyBit(std::string_view key) {
+  const auto mark = static_cast<unsigned char>(key.front()) +
+                    static_cast<unsigned char>(key.back()) * 3u + key.size() * 21u;
+  return std::uint64_t{1} << (mark & 63u);
+}
+
 /// A key that comes twice in one object counts with its last value. Its earlier ones lose their
 /// key, and no record has a field without a name.
 void dropRepeatedKeys(JsonNode& object) {
   std::uint64_t seen = 0;
   for (JsonNode* each = &object + 1; each != &object + object.span; each += each->span) {
-    const std::string_view key = each->key;
-    if (key.empty()) continue;
-    // Few keys share a bit, so that looking back is rare.
-    const auto mark = static_cast<unsigned char>(key.front()) * 5u +
-                      static_cast<unsigned char>(key.back()) * 3u + key.size();
-    const std::uint64_t bit = std::uint64_t{1} << (mark & 63u);
+    if (each->key.empty()) continue;
+    const std::uint64_t bit = keyBit(each->key);
     if (seen & bit) {
       for (JsonNode* other = &object + 1; other != each; other += other->span) {
-        if (other->key == key) other->key = {};
+        if (other->key == each->key) other->key = {};
       }
     }
     seen |= bit;
@@ -41,27 +45,36 @@ void JsonNodes::clear() {
 }
 
 JsonNode& JsonNodes::add(Kind kind) {
-  if (!open_.empty()) ++nodes_[open_.back()].members;
+  const std::string_view key = takeKey();
+  if (!open_.empty()) {
+    Open& within = open_.back();
+    ++nodes_[within.at].members;
+    if (!key.empty()) {
+      const std::uint64_t bit = keyBit(key);
+      within.repeated |= (within.keys & bit) != 0;
+      within.keys |= bit;
+    }
+  }
   JsonNode& node = nodes_.emplace_back();
   node.kind = kind;
-  node.key = std::exchange(key_, {});
+  node.key = key;
   return node;
 }
 
 void JsonNodes::begin(Kind listOrObject) {
   add(listOrObject);
-  open_.push_back(nodes_.size() - 1);
+  open_.push_back({nodes_.size() - 1});
 }
 
 void JsonNodes::end() {
-  JsonNode& node = nodes_[open_.back()];
-  node.span = nodes_.size() - open_.back();
+  const Open ended = open_.back();
   open_.pop_back();
-  if (node.kind == Kind::object) dropRepeatedKeys(node);
+  JsonNode& node = nodes_[ended.at];
+  node.span = nodes_.size() - ended.at;
+  if (ended.repeated) dropRepeatedKeys(node);
 }
 
-std::string_view JsonNodes::whole(std::string_view lastPart, bool keep) {
-  if (pieces_.empty() && !keep) return lastPart;
+std::string_view JsonNodes::kept(std::string_view lastPart) {
   pieces_.append(lastPart);
   return kept_.emplace_back(std::exchange(pieces_, {}));
 }
@@ -106,7 +119,7 @@ bool readJson(const JsonNode& json, double& out) {
 
 bool readJson(const JsonNode& json, std::string& out) {
   if (json.kind != Kind::text) return false;
-  out.assign(json.text);
+  out = std::string(json.text);  // quicker than `assign` while `out` is empty, as it is here
   return true;
 }
 

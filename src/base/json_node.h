@@ -81,11 +81,21 @@ class JsonNodes {
   }
 
  private:
+  /// A list or an object whose end has not come yet.
+  struct Open {
+    std::size_t at;
+    std::uint64_t keys = 0;  ///< a bit for each key so far; few keys share one
+    bool repeated = false;   ///< two keys did share one, and may be the same
+  };
+
   JsonNode& add(JsonNode::Kind kind);
-  std::string_view whole(std::string_view lastPart, bool keep);
+  std::string_view whole(std::string_view lastPart, bool keep) {
+    return pieces_.empty() && !keep ? lastPart : kept(lastPart);
+  }
+  std::string_view kept(std::string_view lastPart);
 
   std::vector<JsonNode> nodes_;
-  std::vector<std::size_t> open_;
+  std::vector<Open> open_;
   std::string_view key_;
   std::string pieces_;
   std::deque<std::string> kept_;

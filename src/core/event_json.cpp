@@ -83,8 +83,9 @@ void writeWhenSet(JsonWriter& out, const UnlockEvent& event) {
 
 }  // namespace
 
-std::optional<UnlockEvent> readUnlockEvent(const JsonNode& json) {
-  UnlockEvent event;
+EventRef readUnlockEvent(const JsonNode& json) {
+  const auto read = std::make_shared<UnlockEvent>();
+  UnlockEvent& event = *read;
   JsonFields in(json);
   // In the order of writing, which is the quickest to read.
   in.required("id", event.id)
@@ -108,7 +109,7 @@ std::optional<UnlockEvent> readUnlockEvent(const JsonNode& json) {
       .lenient("alsoOpened", event.alsoOpened)
       .lenient("openingPhotos", event.openingPhotos)
       .lenient("openingClips", event.openingClips);
-  return in.readable() ? std::optional(std::move(event)) : std::nullopt;
+  return in.readable() ? read : nullptr;
 }
 
 void writeUnlockEvent(JsonWriter& out, const UnlockEvent& event) {

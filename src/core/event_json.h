@@ -1,15 +1,13 @@
 #pragma once
 
-#include <optional>
-
 #include "base/json_node.h"
 #include "base/json_writer.h"
 #include "core/unlock_event.h"
 
 namespace brindle {
 
-/// Nothing when a required or strict field spoils the record.
-std::optional<UnlockEvent> readUnlockEvent(const JsonNode& json);
+/// Null when a required or strict field spoils the record.
+EventRef readUnlockEvent(const JsonNode& json);
 void writeUnlockEvent(JsonWriter& out, const UnlockEvent& event);
 
 bool readJson(const JsonNode& json, CameraOffAlert& out);

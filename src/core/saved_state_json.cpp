@@ -50,9 +50,8 @@ class StateReader {
     }
   }
   void takeEvent(const JsonNode& json) {
-    auto event = readUnlockEvent(json);
-    if (event) {
-      read_.state.events.push_back(std::make_shared<const UnlockEvent>(std::move(*event)));
+    if (EventRef event = readUnlockEvent(json)) {
+      read_.state.events.push_back(std::move(event));
       return;
     }
     SavedState::SkippedValue skipped;
