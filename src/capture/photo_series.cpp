@@ -62,9 +62,10 @@ void PhotoSeries::shoot() {
 }
 
 void PhotoSeries::keep(Bytes jpeg) {
-  list_.shots.push_back({jpeg, std::nullopt, services_.scheduler.wallTime()});
+  const bool isFirst = list_.shots.empty();
+  list_.shots.push_back({jpeg, std::nullopt, services_.scheduler.wallTime(), isFirst});
   measure(std::move(jpeg));
-  if (list_.shots.size() > 1) return;
+  if (!isFirst) return;
   // Last, from copies: whoever gets the photo may end the series.
   const auto first = order_.first;
   if (first) first(CapturedPhoto(list_.shots.front()));

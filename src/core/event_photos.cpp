@@ -47,8 +47,8 @@ void EventPhotos::start(RunId id) {
 void EventPhotos::firstCame(RunId id, CapturedPhoto photo) {
   const auto run = captureTask_.find(id);
   if (run == captureTask_.end()) return;
-  run->second.first = std::make_shared<const Bytes>(photo.jpeg);
-  run->second.result = {CapturedPhoto{{}, photo.brightness, photo.takenAt}};
+  run->second.firstFiled = true;
+  run->second.result = {CapturedPhoto{{}, photo.brightness, photo.takenAt, true}};
   file(id, std::move(photo.jpeg), photo.takenAt);
 }
 
@@ -57,11 +57,11 @@ void EventPhotos::seriesEnded(RunId id, std::vector<CapturedPhoto> photos) {
   if (found == captureTask_.end()) return;
   Run& run = found->second;
   run.over = true;
-  const auto first = run.first;
+  const bool firstFiled = run.firstFiled;
   if (!photos.empty()) run.result.clear();
   for (CapturedPhoto& photo : photos) {
-    run.result.push_back({{}, photo.brightness, photo.takenAt});
-    const bool filedAlready = first && *first == photo.jpeg;
+    run.result.push_back({{}, photo.brightness, photo.takenAt, photo.first});
+    const bool filedAlready = photo.first && firstFiled;
     if (!filedAlready) file(id, std::move(photo.jpeg), photo.takenAt);
   }
   finishIfOver(id);
@@ -85,7 +85,7 @@ void EventPhotos::filed(RunId id, const FileName& name, WallTime takenAt, bool w
     if (written) {
       addToEvent(found->second, name, takenAt);
     } else if (found->second.saved == 0) {
-      found->second.first = nullptr;  // the end of the series may bring the same photo again
+      found->second.firstFiled = false;  // the end of the series may bring it again
     }
   }
   finishIfOver(id);

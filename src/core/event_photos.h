@@ -56,11 +56,11 @@ class EventPhotos {
     PhotoUse use = PhotoUse::occurrence;
     Duration startedAt{};
     Subscription series;
-    std::shared_ptr<const Bytes> first;  ///< filed, or being filed
-    std::vector<CapturedPhoto> result;   ///< without their bytes, for judging the series
+    std::vector<CapturedPhoto> result;  ///< without their bytes, for judging the series
     std::size_t writing = 0;
     std::size_t saved = 0;
-    bool over = false;  ///< no more photos will come
+    bool firstFiled = false;  ///< the first photo is filed, or being filed
+    bool over = false;        ///< no more photos will come
   };
 
   void start(RunId id);

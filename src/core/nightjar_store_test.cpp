@@ -347,6 +347,10 @@ TEST_F(NightjarStoreTest, TheProblemOfASeriesIsWrittenIntoItsEvent) {
   }
   EXPECT_EQ(lines.count("no photo in 2000 ms"), 2u) << "not without an attempt";
   EXPECT_EQ(camera.wantedCounts.size(), 4u);
+
+  camera.covered = true;
+  unlockAndSettle();
+  EXPECT_EQ(last()->photoFiles.size(), 4u) << "pictures that are alike are still four pictures";
 }
 
 TEST_F(NightjarStoreTest, AClipIsAttachedOnceAndNeverLeftBehind) {

@@ -33,6 +33,9 @@ struct CapturedPhoto {
   Bytes jpeg;
   std::optional<double> brightness;  ///< 0.0 to 1.0; nothing when it could not be measured
   WallTime takenAt{};
+  /// The series' first shot, which was handed over before the others. Told by this, not by its
+  /// bytes: two pictures of a covered camera can be the same to the last byte.
+  bool first = false;
 };
 
 /// Decided when a series is over, from the photos it returned.

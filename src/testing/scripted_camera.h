@@ -27,7 +27,8 @@ class ScriptedCamera final : public CameraCapturing {
     auto photos = std::make_shared<std::vector<CapturedPhoto>>();
     for (int i = 0; i < std::min(wanted, photosPerSeries); ++i) {
       const std::string name = "photo " + std::to_string(id) + "/" + std::to_string(i);
-      photos->push_back({bytesOf(name), brightness, scheduler_.wallTime()});
+      photos->push_back(
+          {bytesOf(covered ? "black" : name), brightness, scheduler_.wallTime(), i == 0});
     }
     if (!photos->empty()) {
       waits_[id].first =
@@ -42,6 +43,7 @@ class ScriptedCamera final : public CameraCapturing {
   std::size_t running() const { return waits_.size(); }
 
   bool allowed = true;
+  bool covered = false;  ///< all photos are the same to the last byte
   int photosPerSeries = 9;
   std::optional<double> brightness = 0.5;
   std::function<void()> onAsked;
