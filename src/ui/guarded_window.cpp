@@ -29,20 +29,28 @@ QLabel* centred(const QString& text, int points, bool bold) {
 
 GuardedForm::GuardedForm(NightjarStore& store, OwnerGate& gate) : store_(store), gate_(gate) {
   setObjectName("guardedForm");
-  setStyleSheet(
-      "#guardedForm QLabel { color: #f2f2f2; }"
-      "#guardedForm QLineEdit { padding: 8px; font-size: 18px; }"
-      "#guardedForm QPushButton { padding: 8px; }");
+  setLit(false);
   layout_ = new QVBoxLayout(this);
   layout_->setAlignment(Qt::AlignCenter);
   layout_->setSpacing(14);
-  layout_->addWidget(centred(shown("This Mac is guarded."), 30, true));
+  QLabel* title = centred(shown("This Mac is guarded."), 30, true);
+  title->setWordWrap(false);
+  layout_->addWidget(title);
   what_ = centred({}, 13, false);
   layout_->addWidget(what_);
   remaining_ = centred({}, 11, false);
   layout_->addWidget(remaining_);
   QObject::connect(&seconds_, &QTimer::timeout, this, &GuardedForm::showRemaining);
   seconds_.start(std::chrono::seconds(1));
+}
+
+void GuardedForm::setLit(bool lit) {
+  setStyleSheet(QString("#guardedForm QLabel { color: %1; }"
+                        "#guardedForm QLabel#message { color: %2; }"
+                        "#guardedForm QLineEdit { padding: 8px; font-size: 18px; }"
+                        "#guardedForm QPushButton { padding: 8px; }"
+                        "#guardedForm QPushButton:flat { color: %1; }")
+                    .arg(lit ? "#202020" : "#f2f2f2", lit ? "#a03000" : "#ffc46b"));
 }
 
 void GuardedForm::showRemaining() {
@@ -79,7 +87,6 @@ QWidget* GuardedForm::question() {
   column->addWidget(form);
   auto* other = new QPushButton(notMe_ ? translated("It was me") : translated("It wasn't me"));
   other->setFlat(true);
-  other->setStyleSheet("color: #b8c4d8;");
   column->addWidget(other);
   QObject::connect(other, &QPushButton::clicked, this, [this] {
     notMe_ = !notMe_;
@@ -119,6 +126,12 @@ GuardedWindow::GuardedWindow(NightjarStore& store, OwnerGate& gate, const Screen
   follow();
 }
 
+void GuardedWindow::setLit(bool lit) {
+  lit_ = lit;
+  if (cover_) cover_->setLit(lit);
+  if (form_) form_->setLit(lit);
+}
+
 void GuardedWindow::follow() {
   if (!store_.pendingConfirm()) {
     if (cover_) cover_->hide();
@@ -130,6 +143,7 @@ void GuardedWindow::follow() {
     form_ = new GuardedForm(store_, gate_);
     cover_ = std::make_unique<ScreenCover>(form_, [this] { return screen_.screenLocked(); });
     form_->refresh();
+    setLit(lit_);
     cover_->show();
   }
   form_->refresh();

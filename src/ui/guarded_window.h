@@ -22,6 +22,7 @@ class GuardedForm : public QWidget {
 
   /// Asks about the event that waits now.
   void refresh();
+  void setLit(bool lit);
 
  private:
   /// The owner has proved themself since the last lock: an older occurrence needs only a word.
@@ -50,6 +51,8 @@ class GuardedWindow {
   GuardedWindow(NightjarStore& store, OwnerGate& gate, const ScreenLock& screen);
 
   bool shown() const { return cover_ && cover_->shown(); }
+  /// The covers light the face in front of the camera; what stands on them stays readable.
+  void setLit(bool lit);
 
  private:
   void follow();
@@ -59,6 +62,7 @@ class GuardedWindow {
   const ScreenLock& screen_;
   std::unique_ptr<ScreenCover> cover_;
   GuardedForm* form_ = nullptr;  ///< owned by the cover
+  bool lit_ = false;
   Subscription changes_;
 };
 

@@ -25,6 +25,11 @@ ProofForm::ProofForm(std::unique_ptr<GateSitting> sitting, Proved proved)
   heading->setAlignment(Qt::AlignHCenter);
   layout->addWidget(heading);
 
+  message_ = new QLabel;
+  message_->setObjectName("message");
+  message_->setWordWrap(true);
+  message_->setAlignment(Qt::AlignHCenter);
+  layout->addWidget(message_);
   pin_ = newSecretField(translated("Brindle PIN"));
   pin_->setAlignment(Qt::AlignHCenter);
   layout->addWidget(pin_);
@@ -32,12 +37,6 @@ ProofForm::ProofForm(std::unique_ptr<GateSitting> sitting, Proved proved)
   layout->addWidget(confirm_);
   addAnswerRow(layout);
   if (sitting_->fingerprintOffered()) addFingerprint(layout);
-
-  message_ = new QLabel;
-  message_->setObjectName("message");
-  message_->setWordWrap(true);
-  message_->setAlignment(Qt::AlignHCenter);
-  layout->addWidget(message_);
 
   connect(pin_, &QLineEdit::returnPressed, this, &ProofForm::tryPin);
   connect(confirm_, &QPushButton::clicked, this, &ProofForm::tryPin);

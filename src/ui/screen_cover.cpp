@@ -37,12 +37,16 @@ class ScreenCover::Panel : public QWidget {
   explicit Panel(QScreen* screen) : QWidget(nullptr, coverFlags()), screen_(screen) {
     setWindowTitle(QGuiApplication::translate("brindle", "This Mac is guarded."));
     setAutoFillBackground(true);
-    QPalette colours = palette();
-    colours.setColor(QPalette::Window, QColor(18, 20, 26));
-    setPalette(colours);
+    setLit(false);
     auto* layout = new QVBoxLayout(this);
     layout->setContentsMargins(0, 0, 0, 0);
     fit();
+  }
+
+  void setLit(bool lit) {
+    QPalette colours = palette();
+    colours.setColor(QPalette::Window, lit ? QColor(Qt::white) : QColor(18, 20, 26));
+    setPalette(colours);
   }
 
   /// Null once the screen has been unplugged.
@@ -98,6 +102,11 @@ void ScreenCover::hide() {
   panels_.clear();
 }
 
+void ScreenCover::setLit(bool lit) {
+  lit_ = lit;
+  for (const auto& panel : panels_) panel->setLit(lit);
+}
+
 void ScreenCover::keep() {
   matchScreens();
   if (screenLocked_()) {
@@ -116,7 +125,9 @@ void ScreenCover::matchScreens() {
   for (QScreen* screen : screens) {
     const bool covered = std::ranges::any_of(
         panels_, [screen](const auto& panel) { return panel->coveredScreen() == screen; });
-    if (!covered) panels_.push_back(std::make_unique<Panel>(screen));
+    if (covered) continue;
+    panels_.push_back(std::make_unique<Panel>(screen));
+    panels_.back()->setLit(lit_);
   }
   placeForm();
   std::erase_if(panels_,

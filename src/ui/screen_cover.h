@@ -32,6 +32,8 @@ class ScreenCover : public QObject {
   /// Takes the covers down; the form stays with this object.
   void hide();
   bool shown() const { return !panels_.empty(); }
+  /// White instead of dark, to light a face in front of the camera.
+  void setLit(bool lit);
 
  private:
   class Panel;
@@ -48,6 +50,7 @@ class ScreenCover : public QObject {
   QTimer keeper_;
   int turn_ = 0;
   bool showing_ = false;
+  bool lit_ = false;
 };
 
 }  // namespace brindle

@@ -25,6 +25,7 @@ class WindowManager {
 
   void openFullWindow(KeyWindow::Page page = KeyWindow::Page::guard);
   void closeFullWindow();
+  GuardedWindow& guardedWindow() { return guarded_; }
   /// Asks for a proof to quit; `given` once it came.
   void askForQuit(ProofForm::Proved given);
 
