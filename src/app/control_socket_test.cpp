@@ -9,9 +9,9 @@
 
 #include <fstream>
 
-#include "app/app_fixture.h"
 #include "app/instance_lock.h"
 #include "app/reach_guard.h"
+#include "testing/app_fixture.h"
 
 namespace brindle {
 namespace {

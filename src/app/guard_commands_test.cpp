@@ -1,7 +1,7 @@
 #include "app/guard_commands.h"
 
-#include "app/app_fixture.h"
 #include "app/rehearsal.h"
+#include "testing/app_fixture.h"
 
 namespace brindle {
 namespace {
