@@ -1,5 +1,6 @@
 #include "platform/linux/scheduler_linux.h"
 
+#include <poll.h>
 #include <sys/epoll.h>
 #include <sys/eventfd.h>
 #include <sys/timerfd.h>
@@ -10,6 +11,8 @@
 
 namespace brindle {
 namespace {
+
+static_assert(EPOLLIN == POLLIN && EPOLLOUT == POLLOUT);
 
 Duration readClock(clockid_t clock) {
   timespec now{};

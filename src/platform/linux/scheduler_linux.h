@@ -1,7 +1,6 @@
 #pragma once
 
 #include <atomic>
-#include <cstdint>
 #include <deque>
 #include <map>
 #include <memory>
@@ -9,21 +8,16 @@
 #include <optional>
 #include <vector>
 
-#include "base/subscription.h"
 #include "platform/posix/descriptor.h"
-#include "platform/scheduler.h"
+#include "platform/posix/main_loop.h"
 #include "platform/timer_queue.h"
 
 namespace brindle {
 
 /// The main loop on Linux: one epoll set with an event descriptor for posted tasks, a timer
 /// descriptor for each clock, and whatever else the program waits for. It wakes for these only.
-/// Either `run` owns the thread, or a window toolkit watches `fd` and calls `processReady` when
-/// that is readable.
-class LinuxScheduler final : public Scheduler {
+class LinuxScheduler final : public MainLoop {
  public:
-  using Ready = std::function<void(std::uint32_t events)>;
-
   LinuxScheduler();
   LinuxScheduler(const LinuxScheduler&) = delete;
   LinuxScheduler& operator=(const LinuxScheduler&) = delete;
@@ -39,19 +33,13 @@ class LinuxScheduler final : public Scheduler {
   [[nodiscard]] Timer every(Duration interval, Task task) override;
   [[nodiscard]] Timer atWallTime(WallTime due, Task task) override;
 
-  /// Calls `ready` with the epoll events that came up (EPOLLIN, …, always also EPOLLERR and
-  /// EPOLLHUP) until the subscription ends; end it before the descriptor is closed.
-  /// Level-triggered; a descriptor may be watched several times. Empty when it cannot be watched
-  /// (an ordinary file). Main thread only.
-  [[nodiscard]] Subscription watch(int descriptor, std::uint32_t events, Ready ready);
+  /// Takes epoll's names of the events as well as poll's: they are the same numbers.
+  [[nodiscard]] Subscription watch(int descriptor, std::uint32_t events, Ready ready) override;
 
-  int fd() const { return epoll_.get(); }
-  /// Runs what is ready, one turn, without waiting. May be called from inside a task.
-  void processReady() { turn(0); }
-  /// Runs until `stop`.
-  void run();
-  /// Any thread.
-  void stop();
+  int fd() const override { return epoll_.get(); }
+  void processReady() override { turn(0); }
+  void run() override;
+  void stop() override;
 
  private:
   struct Watch {

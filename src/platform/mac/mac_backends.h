@@ -28,6 +28,8 @@ std::unique_ptr<BootClock> makeMacBootClock();
 /// `home` is the folder that its report is about.
 std::unique_ptr<PosixFiles> makeMacFiles(std::string home);
 std::unique_ptr<Keychain> makeMacKeychain();
+/// Application Support in this person's Library; the system tells it whatever HOME says.
+std::string macSupportFolder();
 std::unique_ptr<Preferences> makeMacPreferences();
 std::unique_ptr<Random> makeMacRandom();
 

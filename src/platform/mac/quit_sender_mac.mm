@@ -5,9 +5,15 @@
 
 #include "platform/mac/code_check_mac.h"
 #include "platform/mac/mac_support.h"
+#include "platform/mac/quit_signals_mac.h"
 
 namespace {
 using Ordered = brindle::Listeners<brindle::QuitOrder>;
+
+/// Lives with the sender.
+struct Waiting {
+  bool appKitWaits = false;
+};
 
 std::string fourCharacters(OSType code) {
   if (code == 0) return "";
@@ -49,20 +55,28 @@ brindle::QuitOrder currentOrder() {
 }  // namespace
 
 @interface BrindleQuitDelegate : NSObject <NSApplicationDelegate>
-- (instancetype)initWithOrdered:(std::weak_ptr<Ordered>)ordered;
+- (instancetype)initWithOrdered:(std::weak_ptr<Ordered>)ordered
+                        waiting:(std::weak_ptr<Waiting>)waiting;
 @end
 
 @implementation BrindleQuitDelegate {
   std::weak_ptr<Ordered> _ordered;
+  std::weak_ptr<Waiting> _waiting;
 }
-- (instancetype)initWithOrdered:(std::weak_ptr<Ordered>)ordered {
-  if ((self = [super init])) _ordered = std::move(ordered);
+- (instancetype)initWithOrdered:(std::weak_ptr<Ordered>)ordered
+                        waiting:(std::weak_ptr<Waiting>)waiting {
+  if ((self = [super init])) {
+    _ordered = std::move(ordered);
+    _waiting = std::move(waiting);
+  }
   return self;
 }
 - (NSApplicationTerminateReply)applicationShouldTerminate:(NSApplication*)sender {
   const auto ordered = _ordered.lock();
+  const auto waiting = _waiting.lock();
   // Nobody listens before the guard is loaded and after it is closed: then quitting is plain.
-  if (!ordered || ordered->empty()) return NSTerminateNow;
+  if (!ordered || !waiting || ordered->empty()) return NSTerminateNow;
+  waiting->appKitWaits = true;
   const std::weak_ptr<Ordered> weak = _ordered;
   brindle::mac::onMain([weak, order = currentOrder()] {
     const auto listeners = weak.lock();
@@ -89,19 +103,23 @@ class MacAppQuitSender final : public MacQuitSender {
     return ordered_->add(std::move(ordered));
   }
 
-  void reply(bool quit) override {
+  bool reply(bool quit) override {
+    if (!std::exchange(waiting_->appKitWaits, false)) return false;
     [NSApplication.sharedApplication replyToApplicationShouldTerminate:quit ? YES : NO];
+    return true;
   }
 
   ServiceReport report() const override {
-    return {"quit sender", "Apple events", true,
+    return {"quit sender", "Apple events and signals", true,
             "a quit is the system's when its sender is the login window"};
   }
 
  private:
   std::shared_ptr<Ordered> ordered_ = std::make_shared<Ordered>();
+  std::shared_ptr<Waiting> waiting_ = std::make_shared<Waiting>();
   BrindleQuitDelegate* delegate_ =  // the application holds it weakly
-      [[BrindleQuitDelegate alloc] initWithOrdered:ordered_];
+      [[BrindleQuitDelegate alloc] initWithOrdered:ordered_ waiting:waiting_];
+  mac::QuitSignals signals_{ordered_};
 };
 
 }  // namespace

@@ -2,19 +2,12 @@
 
 #include <memory>
 
-#include "platform/scheduler.h"
+#include "platform/posix/main_loop.h"
 
 namespace brindle {
 
-/// The main dispatch queue as a scheduler. A window toolkit that runs the main run loop serves it
-/// as it is; a program without one calls `run`.
-class MacScheduler : public Scheduler {
- public:
-  /// Serves the main run loop until `stop`.
-  virtual void run() = 0;
-  virtual void stop() = 0;
-};
-
-std::unique_ptr<MacScheduler> makeMacScheduler();
+/// The main dispatch queue as the main loop. A window toolkit that runs the main run loop serves it
+/// as it is, so it has no descriptor to watch; a program without one calls `run`.
+std::unique_ptr<MainLoop> makeMacScheduler();
 
 }  // namespace brindle

@@ -1,7 +1,11 @@
 #include "platform/mac/scheduler_mac.h"
 
 #import <Foundation/Foundation.h>
+#include <fcntl.h>
+#include <poll.h>
+#include <sys/stat.h>
 #include <time.h>
+#include <unistd.h>
 
 #include <algorithm>
 
@@ -98,7 +102,45 @@ struct Loop final : std::enable_shared_from_this<Loop> {
   }
 };
 
-class MacDispatchScheduler final : public MacScheduler {
+/// One descriptor that is waited for; nothing runs once this is gone.
+struct Watch {
+  MainLoop::Ready ready;
+  std::vector<dispatch_source_t> sources;
+
+  ~Watch() {
+    for (dispatch_source_t source : sources) dispatch_source_cancel(source);
+  }
+};
+
+/// False when the system refuses.
+bool addSource(const std::shared_ptr<Watch>& watch, std::weak_ptr<Loop> loop, int descriptor,
+               dispatch_source_type_t type, std::uint32_t event) {
+  // Dispatch wants the descriptor to stay open until it has taken note of the cancellation, which
+  // is later than a subscription's end: so it gets one of its own.
+  const int own = fcntl(descriptor, F_DUPFD_CLOEXEC, 0);
+  if (own < 0) return false;
+  dispatch_source_t source =
+      dispatch_source_create(type, static_cast<std::uintptr_t>(own), 0, dispatch_get_main_queue());
+  const std::weak_ptr<Watch> weak = watch;
+  dispatch_source_set_event_handler(source, ^{
+    const auto watched = weak.lock();
+    // A copy: it may end its own subscription.
+    if (watched && loop.lock()) MainLoop::Ready(watched->ready)(event);
+  });
+  dispatch_source_set_cancel_handler(source, ^{
+    close(own);
+  });
+  dispatch_resume(source);
+  watch->sources.push_back(source);
+  return true;
+}
+
+bool isOrdinaryFile(int descriptor) {
+  struct stat found {};
+  return fstat(descriptor, &found) != 0 || S_ISREG(found.st_mode);
+}
+
+class MacDispatchScheduler final : public MainLoop {
  public:
   MacDispatchScheduler() { loop_->begin(); }
 
@@ -121,6 +163,19 @@ class MacDispatchScheduler final : public MacScheduler {
     return armed(loop_->waits.addWall(due, std::move(task)));
   }
 
+  Subscription watch(int descriptor, std::uint32_t events, Ready ready) override {
+    if (isOrdinaryFile(descriptor)) return {};
+    const auto watch = std::make_shared<Watch>(Watch{std::move(ready), {}});
+    const bool reads = (events & POLLIN) == 0 ||
+                       addSource(watch, loop_, descriptor, DISPATCH_SOURCE_TYPE_READ, POLLIN);
+    const bool writes = (events & POLLOUT) == 0 ||
+                        addSource(watch, loop_, descriptor, DISPATCH_SOURCE_TYPE_WRITE, POLLOUT);
+    if (!reads || !writes) return {};
+    return Subscription([held = watch]() mutable { held.reset(); });
+  }
+
+  int fd() const override { return -1; }
+  void processReady() override {}  // nobody is told to call it
   void run() override { CFRunLoopRun(); }
   void stop() override { CFRunLoopStop(CFRunLoopGetMain()); }
 
@@ -135,8 +190,6 @@ class MacDispatchScheduler final : public MacScheduler {
 
 }  // namespace
 
-std::unique_ptr<MacScheduler> makeMacScheduler() {
-  return std::make_unique<MacDispatchScheduler>();
-}
+std::unique_ptr<MainLoop> makeMacScheduler() { return std::make_unique<MacDispatchScheduler>(); }
 
 }  // namespace brindle
