@@ -12,6 +12,7 @@ AppDelegate::AppDelegate(NightjarStore& store, QuitSender& quitSender, Log log)
 
 void AppDelegate::decide(const QuitOrder& order) {
   if (decideQuit(order, store_.armed(), log_) != QuitDecision::needsProof) return terminate();
+  if (refuse) refuse();
   if (askForQuitProof) return askForQuitProof();
   log_.notice("quit refused: the guard is on");
 }

@@ -18,6 +18,10 @@ class AppDelegate {
   /// Shows the owner check for quitting, where there is a place for it. Without one a person's
   /// request while on is refused: whoever sits here can turn the guard off first.
   std::function<void()> askForQuitProof;
+  /// Tells a system that waits for the decision that the process goes on. Told before the proof is
+  /// asked for: the owner may be away, and a log out would wait as well. A quit that is proved
+  /// later is this program's own doing.
+  std::function<void()> refuse;
   /// Ends the process; everything is recorded by then unless `saved` says otherwise.
   std::function<void(bool saved)> quit;
 

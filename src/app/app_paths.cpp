@@ -32,8 +32,4 @@ AppPaths AppPaths::fromEnvironment() {
   return paths;
 }
 
-AppPaths AppPaths::below(const std::string& folder) {
-  return {folder + "/Brindle", folder + "/config/Brindle", folder + "/run/brindle"};
-}
-
 }  // namespace brindle

@@ -1,6 +1,6 @@
 #include "app/control_socket.h"
 
-#include <sys/epoll.h>
+#include <poll.h>
 #include <sys/socket.h>
 #include <sys/un.h>
 #include <unistd.h>
@@ -11,6 +11,7 @@
 
 #include "app/instance_lock.h"
 #include "platform/file_step.h"
+#include "platform/posix/local_socket.h"
 
 namespace brindle {
 namespace {
@@ -27,14 +28,6 @@ const sockaddr* asGeneric(const sockaddr_un& address) {
   return reinterpret_cast<const sockaddr*>(&address);
 }
 
-/// The user at the other end, as the kernel knows it.
-std::optional<uid_t> peerUser(int socket) {
-  ucred peer{};
-  socklen_t size = sizeof peer;
-  if (getsockopt(socket, SOL_SOCKET, SO_PEERCRED, &peer, &size) != 0) return std::nullopt;
-  return peer.uid;
-}
-
 }  // namespace
 
 class ControlSocket::Connection {
@@ -42,7 +35,7 @@ class ControlSocket::Connection {
   Connection(ControlSocket& owner, int id, Descriptor socket)
       : owner_(owner), id_(id), socket_(std::move(socket)) {
     session_ = owner_.makeSession_([this](Reply reply) { send(reply); });
-    watch(EPOLLIN);
+    watch(POLLIN);
     limit(owner_.limits_.request);
   }
 
@@ -63,7 +56,7 @@ class ControlSocket::Connection {
 
   void ready(std::uint32_t seen) {
     if (closing_) return;
-    if (seen & EPOLLOUT) return flush();
+    if (seen & POLLOUT) return flush();
     std::array<char, 4096> bytes;
     const ssize_t got = recv(socket_.get(), bytes.data(), bytes.size(), 0);
     if (got < 0 && (errno == EAGAIN || errno == EINTR)) return;
@@ -94,14 +87,14 @@ class ControlSocket::Connection {
 
   void flush() {
     while (!out_.empty()) {
-      const ssize_t sent = ::send(socket_.get(), out_.data(), out_.size(), MSG_NOSIGNAL);
+      const ssize_t sent = local_socket::send(socket_.get(), out_.data(), out_.size());
       if (sent < 0 && errno == EINTR) continue;
-      if (sent < 0 && errno == EAGAIN) return watch(EPOLLOUT);
+      if (sent < 0 && errno == EAGAIN) return watch(POLLOUT);
       if (sent < 0) return close();
       out_.erase(0, static_cast<std::size_t>(sent));
     }
     if (session_ && session_->over()) return close();
-    watch(EPOLLIN);
+    watch(POLLIN);
   }
 
   ControlSocket& owner_;
@@ -116,8 +109,7 @@ class ControlSocket::Connection {
   Subscription watch_;  // ends before the descriptor is closed
 };
 
-ControlSocket::ControlSocket(LinuxScheduler& scheduler, Log log, MakeSession makeSession,
-                             Limits limits)
+ControlSocket::ControlSocket(MainLoop& scheduler, Log log, MakeSession makeSession, Limits limits)
     : scheduler_(scheduler), log_(log), makeSession_(std::move(makeSession)), limits_(limits) {}
 
 ControlSocket::~ControlSocket() {
@@ -128,7 +120,7 @@ std::optional<std::string> ControlSocket::listen(const std::string& path) {
   sockaddr_un address;
   if (!addressOf(path, address)) return path + " is too long for a socket";
   if (auto why = makePrivateFolder(folderOf(path))) return why;
-  Descriptor socket(::socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC | SOCK_NONBLOCK, 0));
+  Descriptor socket = local_socket::make(/*nonBlocking=*/true);
   unlink(path.c_str());
   if (!socket || bind(socket.get(), asGeneric(address), sizeof address) != 0 ||
       ::listen(socket.get(), mostConnections) != 0) {
@@ -136,14 +128,14 @@ std::optional<std::string> ControlSocket::listen(const std::string& path) {
   }
   path_ = path;
   listener_ = std::move(socket);
-  watch_ = scheduler_.watch(listener_.get(), EPOLLIN, [this](std::uint32_t) { accept(); });
+  watch_ = scheduler_.watch(listener_.get(), POLLIN, [this](std::uint32_t) { accept(); });
   return std::nullopt;
 }
 
 void ControlSocket::accept() {
-  Descriptor peer(accept4(listener_.get(), nullptr, nullptr, SOCK_CLOEXEC | SOCK_NONBLOCK));
+  Descriptor peer = local_socket::accept(listener_.get());
   if (!peer) return;
-  const auto user = peerUser(peer.get());
+  const auto user = local_socket::peerUser(peer.get());
   if (user != geteuid()) {
     log_.notice("socket: refused, user %{public}ld", user ? static_cast<long>(*user) : -1L);
     return;
@@ -161,13 +153,13 @@ void ControlSocket::drop(int id) { connections_.erase(id); }
 ControlClient::Outcome ControlClient::connect(const std::string& path) {
   sockaddr_un address;
   if (!addressOf(path, address)) return Outcome::failed;
-  Descriptor socket(::socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0));
+  Descriptor socket = local_socket::make(/*nonBlocking=*/false);
   if (!socket) return Outcome::failed;
   if (::connect(socket.get(), asGeneric(address), sizeof address) != 0) {
     const bool nobody = errno == ENOENT || errno == ECONNREFUSED || errno == ENOTDIR;
     return nobody ? Outcome::nobodyThere : Outcome::failed;
   }
-  if (peerUser(socket.get()) != geteuid()) return Outcome::failed;
+  if (local_socket::peerUser(socket.get()) != geteuid()) return Outcome::failed;
   socket_ = std::move(socket);
   return Outcome::connected;
 }
@@ -177,7 +169,7 @@ bool ControlClient::send(const Request& request) {
   std::size_t at = 0;
   while (at < text.size()) {
     const ssize_t sent = uninterrupted(
-        [&] { return ::send(socket_.get(), text.data() + at, text.size() - at, MSG_NOSIGNAL); });
+        [&] { return local_socket::send(socket_.get(), text.data() + at, text.size() - at); });
     if (sent < 0) break;
     at += static_cast<std::size_t>(sent);
   }

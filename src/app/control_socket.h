@@ -8,8 +8,8 @@
 
 #include "app/command_session.h"
 #include "base/log.h"
-#include "platform/linux/scheduler_linux.h"
 #include "platform/posix/descriptor.h"
+#include "platform/posix/main_loop.h"
 
 namespace brindle {
 
@@ -28,9 +28,9 @@ class ControlSocket {
     Duration step = std::chrono::minutes(3);      ///< for each step after that: a person types
   };
 
-  ControlSocket(LinuxScheduler& scheduler, Log log, MakeSession makeSession)
+  ControlSocket(MainLoop& scheduler, Log log, MakeSession makeSession)
       : ControlSocket(scheduler, log, std::move(makeSession), Limits()) {}
-  ControlSocket(LinuxScheduler& scheduler, Log log, MakeSession makeSession, Limits limits);
+  ControlSocket(MainLoop& scheduler, Log log, MakeSession makeSession, Limits limits);
   ~ControlSocket();
   ControlSocket(const ControlSocket&) = delete;
   ControlSocket& operator=(const ControlSocket&) = delete;
@@ -45,7 +45,7 @@ class ControlSocket {
   void accept();
   void drop(int id);
 
-  LinuxScheduler& scheduler_;
+  MainLoop& scheduler_;
   Log log_;
   MakeSession makeSession_;
   Limits limits_;

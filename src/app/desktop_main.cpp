@@ -4,23 +4,16 @@
 #include <QApplication>
 #include <QSocketNotifier>
 #include <cstdio>
-#include <cstdlib>
+#include <memory>
 
 #include "app/guard_run.h"
 #include "app/harden.h"
+#include "ui/cover_flash.h"
 #include "ui/window_manager.h"
 
 namespace {
 
 using namespace brindle;
-
-bool hasWindowSystem() {
-  const auto set = [](const char* variable) {
-    const char* value = std::getenv(variable);
-    return value && *value;
-  };
-  return set("DISPLAY") || set("WAYLAND_DISPLAY") || set("QT_QPA_PLATFORM");
-}
 
 ServiceReport windowReport() {
   const std::string platform = QGuiApplication::platformName().toStdString();
@@ -29,10 +22,10 @@ ServiceReport windowReport() {
           covers ? "covers every screen" : "cannot promise to stay on top of everything here"};
 }
 
-WindowManager::Parts windowParts(GuardRun& run) {
+WindowManager::Parts windowParts(GuardRun& run, bool usesFileKeyring) {
   BrindleMacApp& app = run.app();
   const ScreenLock& screen = app.services().screen;
-  const std::string keyring = run.services().usesFileKeyring()
+  const std::string keyring = usesFileKeyring
                                   ? "This machine has no keyring service: PIN and answer are kept, "
                                     "hashed, in private files."
                                   : "";
@@ -47,38 +40,50 @@ WindowManager::Parts windowParts(GuardRun& run) {
       .requestQuit = [&app] { app.appDelegate().requestQuit(); }};
 }
 
-/// One loop: Qt waits, and runs ours whenever something is ready there.
-int runDesktop(QApplication& qt) {
-  const AppPaths paths = AppPaths::fromEnvironment();
-  InstanceLock lock;
-  if (const int code = takeInstance(lock, paths)) return code;
-  GuardRun run(paths, /*logToTerminal=*/true, windowReport());
-  LinuxScheduler& loop = run.services().scheduler();
-  QSocketNotifier ready(loop.fd(), QSocketNotifier::Read);
-  QObject::connect(&ready, &QSocketNotifier::activated, [&loop] { loop.processReady(); });
+/// One loop: Qt waits, and runs ours whenever something is ready there; or Qt's is the system's,
+/// which serves ours as well.
+std::unique_ptr<QSocketNotifier> join(MainLoop& loop) {
+  if (loop.fd() < 0) return nullptr;
+  auto ready = std::make_unique<QSocketNotifier>(loop.fd(), QSocketNotifier::Read);
+  QObject::connect(ready.get(), &QSocketNotifier::activated, [&loop] { loop.processReady(); });
+  return ready;
+}
 
+int runDesktop(QApplication& qt, NativeServices& services, const AppPaths& paths) {
+  std::optional<CoverFlash> flash;
+  GuardRun run(services, paths, windowReport(),
+               [&](FlashWindow& plain) -> FlashWindow& { return flash.emplace(plain); });
+  const auto ready = join(services.scheduler());
   std::unique_ptr<WindowManager> windows;
-  AppDelegate& delegate = run.app().appDelegate();
   // A guarded window that stays open would refuse QApplication::quit.
-  delegate.quit = [&qt](bool saved) { qt.exit(saved ? exit_code::done : exit_code::failed); };
+  run.onQuit([&qt](int exitCode) { qt.exit(exitCode); });
   run.start([&] {
-    windows = std::make_unique<WindowManager>(windowParts(run));
-    delegate.askForQuitProof = [&] { windows->askForQuit([](const OwnerProof&) {}); };
+    windows = std::make_unique<WindowManager>(windowParts(run, services.usesFileKeyring()));
+    flash->follow(&windows->guardedWindow());
+    run.app().appDelegate().askForQuitProof = [&] {
+      windows->askForQuit([](const OwnerProof&) {});
+    };
   });
-  return QApplication::exec();
+  const int exitCode = QApplication::exec();
+  flash->follow(nullptr);
+  return exitCode;
 }
 
 }  // namespace
 
 int main(int argc, char** argv) {
   harden();
-  holdQuitSignals();
   if (!hasWindowSystem()) {
     std::fputs("brindle: no window system here; \"brindle guard\" works without one\n", stderr);
     return exit_code::failed;
   }
+  const AppPaths paths = AppPaths::fromEnvironment();
+  InstanceLock lock;
+  if (const int code = takeInstance(lock, paths)) return code;
+  // Before Qt, whose threads would otherwise take the orders to quit.
+  const auto services = makeNativeServices(paths, ProgramKind::desktop);
   QApplication qt(argc, argv);
   QApplication::setApplicationDisplayName("Brindle");
   QApplication::setQuitOnLastWindowClosed(false);
-  return runDesktop(qt);
+  return runDesktop(qt, *services, paths);
 }

@@ -9,19 +9,36 @@ namespace {
 
 constexpr auto longestCommand = std::chrono::seconds(10);
 
+Services withFlash(const Services& all, const GuardRun::OverFlash& over) {
+  if (!over) return all;
+  return {all.scheduler,  all.bootClock, all.files,  all.preferences,   all.keychain,
+          all.random,     all.crypto,    all.screen, all.notifications, all.loginItem,
+          all.quitSender, all.camera,    all.images, over(all.flash),   all.fileWork,
+          all.secretWork, all.imageWork, all.log};
+}
+
 }  // namespace
 
-GuardRun::GuardRun(const AppPaths& paths, bool logToTerminal, ServiceReport window)
+GuardRun::GuardRun(NativeServices& services, const AppPaths& paths, ServiceReport window,
+                   const OverFlash& overFlash)
     : paths_(paths),
-      services_(paths, logToTerminal),
+      services_(services),
       log_(services_.log()),
-      app_(services_.services(), paths.data),
+      app_(withFlash(services_.services(), overFlash), paths.data),
       doctor_(services_.services(), std::move(window)),
       commands_(app_, /*running=*/true,
                 [this](bool json, auto done) { doctor_.ask(json, std::move(done)); }),
       socket_(services_.scheduler(), log_, [this](auto send) {
         return std::make_unique<CommandSession>(commands_, app_.gate(), std::move(send));
-      }) {}
+      }) {
+  app_.appDelegate().refuse = [this] { services_.answerQuit(false); };
+}
+
+void GuardRun::onQuit(std::function<void(int)> leave) {
+  app_.appDelegate().quit = [this, leave = std::move(leave)](bool saved) {
+    if (!services_.answerQuit(true)) leave(saved ? exit_code::done : exit_code::failed);
+  };
+}
 
 void GuardRun::start(std::function<void()> started) {
   app_.start([this, started = std::move(started)] {

@@ -6,27 +6,34 @@
 #include "app/doctor.h"
 #include "app/guard_commands.h"
 #include "app/instance_lock.h"
-#include "app/linux_services.h"
+#include "app/native_services.h"
 
 namespace brindle {
 
-/// A guard that goes on: the one instance of this person's Brindle, its services, the application
-/// and its socket. The desktop and the guard without windows differ in what they lay over it.
+/// A guard that goes on: the one instance of this person's Brindle, the application and its socket,
+/// over services that outlive it. The desktop and the guard without windows differ in what they lay
+/// over it.
 class GuardRun {
  public:
+  /// What a program lays over the flash window; it outlives the run.
+  using OverFlash = std::function<FlashWindow&(FlashWindow& plain)>;
+
   /// `window` is what shows the guarded window in this process.
-  GuardRun(const AppPaths& paths, bool logToTerminal, ServiceReport window);
+  GuardRun(NativeServices& services, const AppPaths& paths, ServiceReport window,
+           const OverFlash& overFlash = {});
 
   /// `started` from the main loop. A socket that cannot be made is only logged: the guard works,
   /// but commands do not reach it.
   void start(std::function<void()> started);
 
-  LinuxServices& services() { return services_; }
   BrindleMacApp& app() { return app_; }
+  /// `leave` ends the main loop with this exit code; where the system ends the process upon a quit
+  /// order it is not called.
+  void onQuit(std::function<void(int exitCode)> leave);
 
  private:
   AppPaths paths_;
-  LinuxServices services_;
+  NativeServices& services_;
   Log log_;
   BrindleMacApp app_;
   Doctor doctor_;

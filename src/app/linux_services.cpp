@@ -1,10 +1,9 @@
-#include "app/linux_services.h"
-
 #include <unistd.h>
 
 #include <array>
 #include <cstdlib>
 
+#include "app/native_services.h"
 #include "platform/file_step.h"
 #include "platform/linux/boot_clock_linux.h"
 #include "platform/linux/camera_gstreamer.h"
@@ -19,6 +18,7 @@
 #include "platform/linux/preferences_linux.h"
 #include "platform/linux/quit_sender_linux.h"
 #include "platform/linux/random_linux.h"
+#include "platform/linux/scheduler_linux.h"
 #include "platform/linux/screen_lock_linux.h"
 #include "platform/openssl/crypto_openssl.h"
 #include "platform/posix/files_posix.h"
@@ -51,12 +51,83 @@ CameraSource cameraSource() {
   return {};
 }
 
+/// In the order in which they are built; they go the other way round.
+class LinuxServices final : public NativeServices {
+ public:
+  LinuxServices(const AppPaths& paths, ProgramKind program)
+      : sink_(program != ProgramKind::command),
+        log_(sink_),
+        system_(scheduler_, log_, DbusBus::system),
+        session_(scheduler_, log_, DbusBus::session),
+        logind_(system_, log_),
+        quitSender_(scheduler_, logind_),
+        fileWork_(scheduler_, "brindle.files"),
+        secretWork_(scheduler_, "brindle.secret"),
+        imageWork_(scheduler_, "brindle.images"),
+        cameraWork_(scheduler_, "brindle.camera"),
+        files_(paths.data),
+        preferences_(files_, paths.preferences),
+        keychain_(makeLinuxKeychain(files_, preferences_, paths.data, log_)),
+        screen_(logind_, system_, session_, log_),
+        notifications_(session_, log_),
+        loginItem_(files_, LoginItemPlaces::of(files_, ownProgram())),
+        camera_(cameraWork_, cameraSource()) {}
+
+  const Services& services() const override { return services_; }
+  MainLoop& scheduler() override { return scheduler_; }
+  LogSink& log() override { return sink_; }
+  bool usesFileKeyring() const override {
+    return dynamic_cast<const FileKeychain*>(keychain_.get()) != nullptr;
+  }
+  /// Whoever sends a signal, or shuts down, does not wait to be told.
+  bool answerQuit(bool) override { return false; }
+
+ private:
+  LinuxLog sink_;
+  Log log_;
+  LinuxScheduler scheduler_;
+  DbusLink system_;
+  DbusLink session_;
+  LogindSession logind_;
+  LinuxQuitSender quitSender_;
+  ThreadWorkerQueue fileWork_;
+  ThreadWorkerQueue secretWork_;
+  ThreadWorkerQueue imageWork_;
+  ThreadWorkerQueue cameraWork_;
+  LinuxBootClock bootClock_;
+  PosixFiles files_;
+  LinuxPreferences preferences_;
+  LinuxRandom random_;
+  OpensslCrypto crypto_;
+  std::unique_ptr<Keychain> keychain_;
+  LinuxScreenLock screen_;
+  LinuxNotifications notifications_;
+  LinuxLoginItem loginItem_;
+  GstreamerCamera camera_;
+  JpegImageReader images_;
+  X11FlashWindow flash_;
+  Services services_{scheduler_, bootClock_, files_,         preferences_, *keychain_,  random_,
+                     crypto_,    screen_,    notifications_, loginItem_,   quitSender_, camera_,
+                     images_,    flash_,     fileWork_,      secretWork_,  imageWork_,  sink_};
+};
+
 }  // namespace
 
-void holdQuitSignals() { LinuxQuitSender::blockSignals(); }
+std::unique_ptr<NativeServices> makeNativeServices(const AppPaths& paths, ProgramKind program) {
+  return std::make_unique<LinuxServices>(paths, program);
+}
 
-std::unique_ptr<LogSink> makeLinuxLog(bool terminal) {
-  return std::make_unique<LinuxLog>(terminal);
+NativeTools makeNativeTools() {
+  return {std::make_unique<LinuxScheduler>(), std::make_unique<LinuxBootClock>(),
+          std::make_unique<LinuxRandom>(), std::make_unique<JpegImageReader>()};
+}
+
+bool hasWindowSystem() {
+  const auto set = [](const char* variable) {
+    const char* value = std::getenv(variable);
+    return value && *value;
+  };
+  return set("DISPLAY") || set("WAYLAND_DISPLAY") || set("QT_QPA_PLATFORM");
 }
 
 std::string ownProgram(const std::string& name) {
@@ -65,65 +136,5 @@ std::string ownProgram(const std::string& name) {
   const std::string own(path.data(), length > 0 ? static_cast<std::size_t>(length) : 0);
   return name.empty() ? own : joinPath(folderOf(own), name);
 }
-
-/// In the order in which they are built; they go the other way round.
-struct LinuxServices::All {
-  All(const AppPaths& paths, bool logToTerminal)
-      : sink(makeLinuxLog(logToTerminal)),
-        log(*sink),
-        system(scheduler, log, DbusBus::system),
-        session(scheduler, log, DbusBus::session),
-        logind(system, log),
-        quitSender(scheduler, logind),
-        fileWork(scheduler, "brindle.files"),
-        secretWork(scheduler, "brindle.secret"),
-        imageWork(scheduler, "brindle.images"),
-        cameraWork(scheduler, "brindle.camera"),
-        files(paths.data),
-        preferences(files, paths.preferences),
-        keychain(makeLinuxKeychain(files, preferences, paths.data, log)),
-        screen(logind, system, session, log),
-        notifications(session, log),
-        loginItem(files, LoginItemPlaces::of(files, ownProgram())),
-        camera(cameraWork, cameraSource()) {}
-
-  std::unique_ptr<LogSink> sink;
-  Log log;
-  LinuxScheduler scheduler;
-  DbusLink system;
-  DbusLink session;
-  LogindSession logind;
-  LinuxQuitSender quitSender;
-  ThreadWorkerQueue fileWork;
-  ThreadWorkerQueue secretWork;
-  ThreadWorkerQueue imageWork;
-  ThreadWorkerQueue cameraWork;
-  LinuxBootClock bootClock;
-  PosixFiles files;
-  LinuxPreferences preferences;
-  LinuxRandom random;
-  OpensslCrypto crypto;
-  std::unique_ptr<Keychain> keychain;
-  LinuxScreenLock screen;
-  LinuxNotifications notifications;
-  LinuxLoginItem loginItem;
-  GstreamerCamera camera;
-  JpegImageReader images;
-  X11FlashWindow flash;
-  Services services{scheduler, bootClock, files,         preferences, *keychain,  random,
-                    crypto,    screen,    notifications, loginItem,   quitSender, camera,
-                    images,    flash,     fileWork,      secretWork,  imageWork,  *sink};
-};
-
-LinuxServices::LinuxServices(const AppPaths& paths, bool logToTerminal)
-    : all_(std::make_unique<All>(paths, logToTerminal)) {}
-LinuxServices::~LinuxServices() = default;
-
-const Services& LinuxServices::services() const { return all_->services; }
-LinuxScheduler& LinuxServices::scheduler() { return all_->scheduler; }
-bool LinuxServices::usesFileKeyring() const {
-  return dynamic_cast<const FileKeychain*>(all_->keychain.get()) != nullptr;
-}
-LogSink& LinuxServices::log() { return *all_->sink; }
 
 }  // namespace brindle

@@ -36,56 +36,58 @@ int runDesktop() {
 int runGuard(const AppPaths& paths) {
   InstanceLock lock;
   if (const int code = takeInstance(lock, paths)) return code;
-  GuardRun run(paths, /*logToTerminal=*/true, terminalAsWindow());
+  const auto services = makeNativeServices(paths, ProgramKind::guard);
+  MainLoop& loop = services->scheduler();
+  GuardRun run(*services, paths, terminalAsWindow());
   int exitCode = exit_code::done;
-  run.app().appDelegate().quit = [&](bool saved) {
-    exitCode = saved ? exit_code::done : exit_code::failed;
-    run.services().scheduler().stop();
-  };
+  run.onQuit([&](int code) {
+    exitCode = code;
+    loop.stop();
+  });
   std::unique_ptr<TerminalGuard> terminal;
   run.start([&] {
-    terminal = std::make_unique<TerminalGuard>(run.services().scheduler(), run.app().store(),
-                                               run.app().gate(), STDIN_FILENO);
+    terminal =
+        std::make_unique<TerminalGuard>(loop, run.app().store(), run.app().gate(), STDIN_FILENO);
   });
-  run.services().scheduler().run();
+  loop.run();
   return exitCode;
 }
 
 int runDoctor(const AppPaths& paths, const Request& request) {
-  LinuxServices services(paths, false);
-  Doctor doctor(services.services(), terminalAsWindow());
+  const auto services = makeNativeServices(paths, ProgramKind::command);
+  Doctor doctor(services->services(), terminalAsWindow());
   int exitCode = exit_code::failed;
   doctor.ask(request.json, [&](Reply reply) {
     std::fputs(reply.text.c_str(), stdout);
     exitCode = reply.exitCode;
-    services.scheduler().stop();
+    services->scheduler().stop();
   });
-  services.scheduler().run();
+  services->scheduler().run();
   return exitCode;
 }
 
 /// No guard runs: the same request, by the same handler, in this process.
 int runHere(const AppPaths& paths, Request request, Conversation& conversation) {
-  LinuxServices services(paths, false);
-  BrindleMacApp app(services.services(), paths.data);
+  const auto services = makeNativeServices(paths, ProgramKind::command);
+  BrindleMacApp app(services->services(), paths.data);
   GuardCommands commands(app, /*running=*/false, {});
   std::unique_ptr<CommandSession> session;
   bool saved = true;
   app.appDelegate().quit = [&](bool all) {
     saved = all;
-    services.scheduler().stop();
+    services->scheduler().stop();
   };
   const auto leave = [&] { app.store().prepareToQuit(app.appDelegate().quit); };
   session = std::make_unique<CommandSession>(commands, app.gate(), [&](Reply reply) {
     auto next = conversation.next(reply);
     const bool more = next.has_value();
-    services.scheduler().post(
+    services->scheduler().post(
         [&, more, next = std::make_shared<std::optional<Request>>(std::move(next))] {
           if (!more || !session->receive(std::move(**next))) leave();
         });
   });
   app.start([&] { static_cast<void>(session->receive(std::move(request))); });
-  services.scheduler().run();
+  services->scheduler().run();
   return saved ? conversation.exitCode() : exit_code::failed;
 }
 

@@ -3,10 +3,10 @@
 #include <fcntl.h>
 #include <fmt/format.h>
 #include <stdlib.h>
+#include <unistd.h>
 
 #include <cstdio>
 
-#include "app/linux_services.h"
 #include "platform/posix/descriptor.h"
 #include "platform/posix/terminal_sink.h"
 

@@ -1,6 +1,6 @@
 #include "app/terminal_guard.h"
 
-#include <sys/epoll.h>
+#include <poll.h>
 #include <unistd.h>
 
 #include <array>
@@ -16,8 +16,7 @@ void show(std::string_view text) {
 
 }  // namespace
 
-TerminalGuard::TerminalGuard(LinuxScheduler& scheduler, NightjarStore& store, OwnerGate& gate,
-                             int input)
+TerminalGuard::TerminalGuard(MainLoop& scheduler, NightjarStore& store, OwnerGate& gate, int input)
     : scheduler_(scheduler),
       store_(store),
       gate_(gate),
@@ -41,7 +40,7 @@ void TerminalGuard::open() {
   sitting_ = gate_.open(OwnerPurpose::confirmUnlock);
   show(std::string(sitting_->heading()) + "\n");
   quiet_ = std::make_unique<EchoOff>(input_);
-  watch_ = scheduler_.watch(input_, EPOLLIN, [this](std::uint32_t) { readable(); });
+  watch_ = scheduler_.watch(input_, POLLIN, [this](std::uint32_t) { readable(); });
   prompt();
 }
 

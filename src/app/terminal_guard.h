@@ -7,7 +7,7 @@
 #include "app/terminal.h"
 #include "core/nightjar_store.h"
 #include "owner/owner_gate.h"
-#include "platform/linux/scheduler_linux.h"
+#include "platform/posix/main_loop.h"
 
 namespace brindle {
 
@@ -17,7 +17,7 @@ namespace brindle {
 class TerminalGuard {
  public:
   /// Reads from `input`, a terminal or not; writes to standard output.
-  TerminalGuard(LinuxScheduler& scheduler, NightjarStore& store, OwnerGate& gate, int input);
+  TerminalGuard(MainLoop& scheduler, NightjarStore& store, OwnerGate& gate, int input);
 
  private:
   void follow();
@@ -28,7 +28,7 @@ class TerminalGuard {
   void entered(SecretText line);
   void answered(GateAnswer answer);
 
-  LinuxScheduler& scheduler_;
+  MainLoop& scheduler_;
   NightjarStore& store_;
   OwnerGate& gate_;
   int input_;
