@@ -17,6 +17,8 @@
 #include <cstring>
 #include <initializer_list>
 
+extern char** environ;  // POSIX leaves it to the program to declare it
+
 namespace {
 
 constexpr int cannotRun = 127;
@@ -43,10 +45,19 @@ class Pause {
   unsigned quickDeaths_ = 0;
 };
 
-sigset_t watchedSignals() {
+extern "C" void notReached(int) {}
+
+/// Blocks the signals that are waited for.
+sigset_t holdSignals() {
   sigset_t set;
   sigemptyset(&set);
   for (const int each : {SIGCHLD, SIGTERM, SIGINT, SIGHUP}) sigaddset(&set, each);
+  sigprocmask(SIG_BLOCK, &set, nullptr);
+  // BSD systems drop an ignored signal even while it is blocked, and SIGCHLD is ignored unless it
+  // has a handler.
+  struct sigaction action {};
+  action.sa_handler = notReached;
+  sigaction(SIGCHLD, &action, nullptr);
   return set;
 }
 
@@ -69,11 +80,12 @@ pid_t start(char** command) {
 /// Waits for the end of the program, handing signals on meanwhile. Returns its wait status.
 int attend(pid_t child, const sigset_t& signals) {
   for (;;) {
-    const int seen = sigwaitinfo(&signals, nullptr);
+    int seen = 0;
+    if (sigwait(&signals, &seen) != 0) continue;
     if (seen == SIGCHLD) {
       int status = 0;
       if (waitpid(child, &status, WNOHANG) == child) return status;
-    } else if (seen > 0) {
+    } else {
       kill(child, seen);
     }
   }
@@ -86,8 +98,7 @@ int main(int argc, char** argv) {
     std::fputs("usage: brindle-keeper PROGRAM [ARG ...]\n", stderr);
     return 2;
   }
-  const sigset_t signals = watchedSignals();
-  sigprocmask(SIG_BLOCK, &signals, nullptr);
+  const sigset_t signals = holdSignals();
   for (Pause pause;;) {
     const pid_t child = start(argv + 1);
     if (child < 0) return cannotRun;
