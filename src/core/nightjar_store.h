@@ -106,7 +106,7 @@ class NightjarStore final : public ProofSink {
 
   // ---- the end
   /// `done` from the main loop once everything changed so far is on disk; not while saving fails.
-  void whenRecorded(std::function<void()> done) { saving_.whenRecorded(std::move(done)); }
+  void whenRecorded(std::function<void()> done) override { saving_.whenRecorded(std::move(done)); }
   /// Stops listening, waits, bounded, for reports under way, closes what is unfinished and writes
   /// the last save. `done(false)` when that save failed.
   void prepareToQuit(std::function<void(bool saved)> done);

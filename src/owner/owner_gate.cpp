@@ -10,6 +10,8 @@ namespace {
 
 using Outcome = GateAnswer::Outcome;
 
+constexpr auto longestWaitForDisk = std::chrono::seconds(2);
+
 Outcome outcomeOf(CheckOutcome outcome) {
   switch (outcome) {
     case CheckOutcome::locked:
@@ -84,6 +86,17 @@ OwnerProof OwnerGate::accept(OwnerPurpose purpose, ProofKind kind) {
   return proof;
 }
 
+void OwnerGate::onceRecorded(Task answer) {
+  const std::uint64_t id = ++lastWaiting_;
+  waiting_[id] = {std::move(answer),
+                  scheduler_.after(longestWaitForDisk, [this, id] { answerNow(id); })};
+  sink_.whenRecorded(lifetime_.guard([this, id] { answerNow(id); }));
+}
+
+void OwnerGate::answerNow(std::uint64_t id) {
+  if (auto waiting = waiting_.extract(id)) waiting.mapped().answer();
+}
+
 GateSitting::GateSitting(OwnerGate& gate, OwnerPurpose purpose) : gate_(gate), purpose_(purpose) {
   gate_.sink_.ownerCheckOpened();
 }
@@ -120,8 +133,9 @@ void GateSitting::tryWith(WrongTry which, SecretText entered, Done done) {
   auto judged = [&gate = gate_, which,
                  settle = std::move(settle)](const SecretCheck& check) mutable {
     // Before the sitting hears of it, and whether or not it still can.
-    if (check.outcome == CheckOutcome::wrong) gate.sink_.wrongTry(which);
-    settle(check);
+    if (check.outcome != CheckOutcome::wrong) return settle(check);
+    gate.sink_.wrongTry(which);
+    gate.onceRecorded([settle, check]() mutable { settle(check); });
   };
   gate_.secrets_.check(which, std::move(entered), gate_.lifetime_.guard(std::move(judged)));
 }

@@ -1,6 +1,8 @@
 #pragma once
 
+#include <cstdint>
 #include <functional>
+#include <map>
 #include <memory>
 #include <optional>
 #include <string>
@@ -45,12 +47,23 @@ class OwnerGate {
  private:
   friend class GateSitting;
   OwnerProof accept(OwnerPurpose purpose, ProofKind kind);
+  /// Lets a wrong try be answered once its record is on disk: what a person was told has happened
+  /// must not be undone by pulling the plug. A disk that takes nothing keeps nobody waiting for
+  /// long; the count of the lock-out is on disk before all this.
+  void onceRecorded(Task answer);
+  void answerNow(std::uint64_t id);
 
   SecretStore& secrets_;
   ProofSink& sink_;
   FingerprintCheck& fingerprint_;
   Scheduler& scheduler_;
   ProofKind lastKind_ = ProofKind::pin;
+  struct Waiting {
+    Task answer;
+    Timer patience;
+  };
+  std::map<std::uint64_t, Waiting> waiting_;
+  std::uint64_t lastWaiting_ = 0;
   Lifetime lifetime_;
 };
 

@@ -102,6 +102,17 @@ TEST_F(OwnerGateTest, AClosedSittingCannotHideAWrongTryNorActOnARightOne) {
   EXPECT_EQ(sink.open, 1);
 }
 
+TEST_F(OwnerGateTest, AWrongTryIsAnsweredOnceRecordedOrAfterABoundedWait) {
+  sink.diskWorks = false;
+  std::string said;
+  window->tryPin(SecretText("1111"), [&](const GateAnswer& answer) { said = answer.message; });
+  time.advance(1900ms);
+  EXPECT_EQ(sink.wrong.size(), 1u);
+  EXPECT_EQ(said, "") << "answered before it was on disk";
+  time.advance(100ms);
+  EXPECT_EQ(said, "Wrong PIN. Photo taken.");
+}
+
 TEST_F(OwnerGateTest, AProofMayCloseItsOwnSitting) {
   sink.onProved = [&] { window.reset(); };
   bool told = false;

@@ -30,6 +30,9 @@ struct RecordingSink final : ProofSink {
   }
   bool ownerProved() const override { return kept; }
   void wrongTry(WrongTry which) override { wrong.push_back(which); }
+  void whenRecorded(std::function<void()> done) override {
+    if (diskWorks) done();
+  }
   void ownerCheckOpened() override { ++open; }
   void ownerCheckClosed() override { --open; }
 
@@ -37,6 +40,7 @@ struct RecordingSink final : ProofSink {
   std::vector<WrongTry> wrong;
   std::function<void()> onProved;
   bool kept = false;
+  bool diskWorks = true;
   int open = 0;
 };
 

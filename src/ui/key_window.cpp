@@ -4,6 +4,7 @@
 
 #include "core/menu_content.h"
 #include "owner/secret_texts.h"
+#include "ui/onboarding.h"
 #include "ui/owner_check_dialog.h"
 #include "ui/texts.h"
 
@@ -58,11 +59,17 @@ QWidget* KeyWindow::guardPage() {
   return page;
 }
 
+void KeyWindow::startOnboarding() {
+  auto* dialog = new Onboarding(this, parts_.settings.secrets, parts_.askForCamera);
+  dialog->show();
+  dialog->activateWindow();
+}
+
 void KeyWindow::switchGuard() {
   if (store_.armed()) {
     store_.requestTurnOff();
   } else if (store_.pinState() == SecretState::notSet) {
-    settings_->changePin();
+    startOnboarding();
   } else {
     store_.turnOn(ArmSource::owner());
   }
@@ -70,12 +77,20 @@ void KeyWindow::switchGuard() {
 
 QString KeyWindow::noticeText() const {
   if (store_.turnOnRefused()) {
-    return plainText(
+    const SecretStore& secrets = parts_.settings.secrets;
+    QString text = plainText(
         secret_texts::unreadable({store_.pinUnreadable(), store_.answerUnreadable(), true}));
+    if (store_.stillCantRead())
+      text = plainText(secret_texts::stillUnreadable(secrets.unreadableCode()));
+    return text;
   }
-  if (store_.stateNotice()) return shown(*store_.stateNotice());
-  const std::string problem = parts_.lockSourceProblem();
-  return problem.empty() ? QString() : shown(problem);
+  QStringList notices;
+  if (store_.stateNotice()) notices << shown(*store_.stateNotice());
+  if (parts_.settings.secrets.keychainMayAsk()) notices << shown(secret_texts::keychainWillAsk());
+  if (const std::string problem = parts_.lockSourceProblem(); !problem.empty()) {
+    notices << shown(problem);
+  }
+  return notices.join("\n\n");
 }
 
 void KeyWindow::refresh() {

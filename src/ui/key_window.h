@@ -17,12 +17,16 @@ class KeyWindow : public QWidget {
   struct Parts {
     SettingsPage::Parts settings;
     PhotoVault& vault;
+    /// Asks the system for the camera, where it wants to be asked.
+    std::function<void()> askForCamera;
     std::function<std::string()> lockSourceProblem;  ///< empty while unlocks are noticed
   };
   explicit KeyWindow(Parts parts);
 
   enum class Page { guard, history, settings };
   void show(Page page);
+  /// Asks a new owner for PIN and question.
+  void startOnboarding();
   SettingsPage& settings() { return *settings_; }
 
  private:

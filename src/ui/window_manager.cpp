@@ -10,7 +10,9 @@ WindowManager::WindowManager(Parts parts)
       menuBar_(store_, [this](MenuContent::Action action) { chosen(action); }) {
   changes_ = store_.onChange([this] { follow(); });
   // Without a menu bar, or before anything is set up, the window is the only way in.
-  if (!menuBar_.available() || store_.pinState() == SecretState::notSet) openFullWindow();
+  const bool isNew = store_.pinState() == SecretState::notSet;
+  if (!menuBar_.available() || isNew) openFullWindow();
+  if (isNew) window_->startOnboarding();
 }
 
 void WindowManager::openFullWindow(KeyWindow::Page page) {

@@ -52,7 +52,7 @@ class WindowsTest : public GuardFixture {
     return nullptr;
   }
   static QString nameOf(QLineEdit* field) { return field->accessibleName(); }
-  static QString nameOf(QPushButton* button) { return button->text(); }
+  static QString nameOf(QPushButton* button) { return button->text().remove('&'); }
   static QString nameOf(QLabel* label) { return label->text(); }
   static QString nameOf(QListWidget* list) { return list->accessibleName(); }
 
@@ -65,12 +65,14 @@ class WindowsTest : public GuardFixture {
   }
   void openWindow() {
     window = std::make_unique<KeyWindow>(KeyWindow::Parts{
-        {*store, *gate, keeper, startAtLogin, "The keyring is a file."}, *vault, [this] {
-          return lockProblem;
-        }});
+        .settings = {*store, *gate, keeper, startAtLogin, "The keyring is a file."},
+        .vault = *vault,
+        .askForCamera = [this] { ++cameraAsked; },
+        .lockSourceProblem = [this] { return lockProblem; }});
     window->show(KeyWindow::Page::guard);
     settle();
   }
+  QString notice() { return window->findChild<QLabel*>("notice")->text(); }
   void press(const QString& text) {
     auto* button = seen<QPushButton>(text);
     ASSERT_TRUE(button) << text.toStdString();
@@ -89,6 +91,7 @@ class WindowsTest : public GuardFixture {
   MemoryLoginItem loginItem;
   StartAtLoginOnArm startAtLogin{loginItem, defaults, Log(lines), [](auto) { return true; }};
   std::string lockProblem;
+  int cameraAsked = 0;
   std::unique_ptr<OwnerGate> gate;
   std::unique_ptr<GuardedWindow> guarded;
   std::unique_ptr<KeyWindow> window;
@@ -171,13 +174,47 @@ TEST_F(WindowsTest, GuardPageSaysWhyItStaysOffAndWhatItCannotNotice) {
   secrets.now = {SecretState::notSet, SecretState::notSet};
   store->turnOn(ArmSource::owner());
   settle();
-  EXPECT_TRUE(seen<QLabel>("Brindle has no PIN on this Mac, so it stays off."));
+  EXPECT_TRUE(notice().contains("Brindle has no PIN on this Mac, so it stays off."));
   store->clearStateNotice();
   lockProblem = "no session";
   settle();
-  EXPECT_TRUE(seen<QLabel>("no session"));
+  EXPECT_TRUE(notice().contains("no session"));
   window->show(KeyWindow::Page::settings);
   EXPECT_TRUE(seen<QLabel>("The keyring is a file."));
+}
+
+/// Nobody has set anything up yet.
+class OnboardingTest : public WindowsTest {
+ protected:
+  void SetUp() override {
+    GuardFixture::SetUp();
+    gate = std::make_unique<OwnerGate>(keeper, *store, noFingerprint, scheduler);
+    secrets.now = {SecretState::notSet, SecretState::notSet};
+  }
+  void fill(std::initializer_list<std::pair<const char*, const char*>> fields) {
+    for (const auto& [name, text] : fields) {
+      auto* field = seen<QLineEdit>(name);
+      ASSERT_TRUE(field) << name;
+      QTest::keyClicks(field, text);
+    }
+  }
+};
+
+TEST_F(OnboardingTest, SavesTheAnswerOnceAndThenAPinThatIsGoodEnough) {
+  openWindow();
+  window->startOnboarding();
+  fill({{"New PIN", "1234"}, {"The PIN again", "1234"}, {"Question", "First pet?"}});
+  fill({{"Answer", "Rex"}, {"The answer again", "Rix"}});
+  press("Save");
+  EXPECT_TRUE(seen<QLabel>("The answers don't match."));
+  fill({{"Answer", "Rex"}, {"The answer again", " REX "}});
+  press("Save");
+  EXPECT_TRUE(seen<QLabel>("That PIN is too easy to guess. Choose another."));
+  EXPECT_EQ(cameraAsked, 0);
+  fill({{"New PIN", pinText}, {"The PIN again", pinText}});
+  press("Save");
+  EXPECT_EQ(keeper.states(), (OwnerSecrets::States{SecretState::set, SecretState::set}));
+  EXPECT_EQ(cameraAsked, 1);
 }
 
 }  // namespace
