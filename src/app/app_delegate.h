@@ -22,6 +22,8 @@ class AppDelegate {
   /// asked for: the owner may be away, and a log out would wait as well. A quit that is proved
   /// later is this program's own doing.
   std::function<void()> refuse;
+  /// Brings the full window forward, where there are windows.
+  std::function<void()> openFullWindow;
   /// Ends the process; everything is recorded by then unless `saved` says otherwise.
   std::function<void(bool saved)> quit;
 

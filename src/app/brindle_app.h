@@ -39,6 +39,7 @@ class BrindleMacApp {
   SecretStore& secrets() { return secrets_; }
   StartAtLoginOnArm& startAtLogin() { return startAtLogin_; }
   PhotoVault& vault() { return vault_; }
+  CameraCapturing& camera() { return camera_; }
   const Services& services() const { return services_; }
 
  private:

@@ -30,12 +30,12 @@ WindowManager::Parts windowParts(GuardRun& run, bool usesFileKeyring) {
                                     "hashed, in private files."
                                   : "";
   return {
-      .window = {.settings = {app.store(), app.gate(), app.secrets(), app.startAtLogin(), keyring},
-                 .vault = app.vault(),
-                 .lockSourceProblem =
-                     [&screen] {
-                       return screen.reachable() ? std::string() : screen.report().detail;
-                     }},
+      .window = {
+          .settings = {app.store(), app.gate(), app.secrets(), app.startAtLogin(), keyring},
+          .vault = app.vault(),
+          .askForCamera = [&app] { app.camera().requestAccess([](bool) {}); },
+          .lockSourceProblem =
+              [&screen] { return screen.reachable() ? std::string() : screen.report().detail; }},
       .screen = screen,
       .requestQuit = [&app] { app.appDelegate().requestQuit(); }};
 }
@@ -60,6 +60,7 @@ int runDesktop(QApplication& qt, NativeServices& services, const AppPaths& paths
   run.start([&] {
     windows = std::make_unique<WindowManager>(windowParts(run, services.usesFileKeyring()));
     flash->follow(&windows->guardedWindow());
+    run.app().appDelegate().openFullWindow = [&] { windows->openFullWindow(); };
     run.app().appDelegate().askForQuitProof = [&] {
       windows->askForQuit([](const OwnerProof&) {});
     };

@@ -33,7 +33,7 @@ void GuardCommands::need(RequestRef request, std::function<void(Need)> done) {
 CommandHandler::Need GuardCommands::needOf(const Request& request) const {
   const std::string& command = request.command;
   const bool unprotected = store_.pinState() == SecretState::notSet;
-  if (command == "status" || command == "doctor") return {};
+  if (command == "status" || command == "doctor" || command == "show") return {};
   if (command == "on") {
     if (running_) return {};
     return refused(
@@ -79,6 +79,7 @@ void GuardCommands::run(RequestRef ref, const OwnerProof* proof, Done done) {
     return done(saying(request.json ? historyJson(store_.events(), app_.vault().root() + "/photos")
                                     : historyText(store_.events())));
   }
+  if (command == "show") return show(done);
   if (command == "doctor") return doctor_(request.json, std::move(done));
   if (command == "on") return turnOn(std::move(done));
   if (command == "off") return doneWhenRecorded("Brindle is off.\n", std::move(done));
@@ -86,6 +87,13 @@ void GuardCommands::run(RequestRef ref, const OwnerProof* proof, Done done) {
   if (command == "delete" && proof) return remove(request, *proof, std::move(done));
   if (command == "setup") return SetUp::run(app_, std::move(ref), proof, std::move(done));
   done(saying("Not done.\n", exit_code::failed));
+}
+
+void GuardCommands::show(const Done& done) {
+  const auto& open = app_.appDelegate().openFullWindow;
+  if (!open) return done(saying("The running guard has no windows.\n", exit_code::failed));
+  open();
+  done(saying(""));
 }
 
 void GuardCommands::turnOn(Done done) {

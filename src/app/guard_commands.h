@@ -26,6 +26,7 @@ class GuardCommands final : public CommandHandler {
   Need needOf(const Request& request) const;
   Need needOfSetup() const;
 
+  void show(const Done& done);
   void turnOn(Done done);
   void turnedOn(TurnOnOutcome outcome, Done done);
   void remove(const Request& request, const OwnerProof& proof, Done done);

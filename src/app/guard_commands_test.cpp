@@ -33,6 +33,12 @@ TEST_F(GuardCommandsTest, SetsUpTurnsOnAndOff) {
             "Brindle starts at login.\n");
   EXPECT_EQ(say("off").text, "Brindle is off.\n");
 
+  EXPECT_EQ(say("show").text, "The running guard has no windows.\n");
+  int shown = 0;
+  app.appDelegate().openFullWindow = [&] { ++shown; };
+  EXPECT_EQ(say("show").exitCode, exit_code::done);
+  EXPECT_EQ(shown, 1);
+
   devices.screen.setReachable(false);
   EXPECT_EQ(
       say("on").text,

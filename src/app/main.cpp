@@ -24,9 +24,28 @@ ServiceReport terminalAsWindow() {
                    : "no window in this process; prove it was you with: brindle confirm"};
 }
 
+int converse(ControlClient& client, Request request, Conversation& conversation) {
+  for (std::optional<Request> next(std::move(request)); next;) {
+    const auto reply = client.send(*next) ? client.receive() : std::nullopt;
+    if (!reply) {
+      std::fputs("brindle: the running guard does not answer\n", stderr);
+      return exit_code::lost;
+    }
+    next = conversation.next(*reply);
+  }
+  return conversation.exitCode();
+}
+
 /// The windows are a program of their own, kept alive by a keeper: a guard without windows need not
 /// carry them.
-int runDesktop() {
+int runDesktop(const AppPaths& paths) {
+  // A second start is a person looking for the window, where the desktop shows no menu-bar items.
+  ControlClient running;
+  if (running.connect(paths.socketFile()) == ControlClient::Outcome::connected) {
+    StandardTerminal terminal;
+    Conversation conversation(terminal);
+    return converse(running, {.command = "show"}, conversation);
+  }
   const std::string keeper = ownProgram("brindle-keeper"), desktop = ownProgram("brindle-desktop");
   execl(keeper.c_str(), keeper.c_str(), desktop.c_str(), static_cast<char*>(nullptr));
   std::perror("brindle: the desktop program cannot be run");
@@ -91,18 +110,6 @@ int runHere(const AppPaths& paths, Request request, Conversation& conversation) 
   return saved ? conversation.exitCode() : exit_code::failed;
 }
 
-int converse(ControlClient& client, Request request, Conversation& conversation) {
-  for (std::optional<Request> next(std::move(request)); next;) {
-    const auto reply = client.send(*next) ? client.receive() : std::nullopt;
-    if (!reply) {
-      std::fputs("brindle: the running guard does not answer\n", stderr);
-      return exit_code::lost;
-    }
-    next = conversation.next(*reply);
-  }
-  return conversation.exitCode();
-}
-
 int runRequest(const AppPaths& paths, Request request) {
   StandardTerminal terminal;
   Conversation conversation(terminal);
@@ -130,7 +137,7 @@ int main(int argc, char** argv) {
   }
   switch (line->mode) {
     case CommandLine::Mode::desktop:
-      return runDesktop();
+      return runDesktop(AppPaths::fromEnvironment());
     case CommandLine::Mode::guard:
       return runGuard(AppPaths::fromEnvironment());
     case CommandLine::Mode::rehearse:
