@@ -13,9 +13,9 @@ struct AppPaths {
   std::string lockFile() const { return data + "/instance.lock"; }
   std::string socketFile() const { return runtime + "/control.sock"; }
 
-  /// Implemented once per system. Linux: after the XDG Base Directory Specification 0.8; relative
-  /// paths in the environment are ignored, as it demands; without a runtime folder the socket lies
-  /// in the data folder. macOS: everything in Application Support.
+  /// Implemented once per system. Linux: after the freedesktop.org base directory rules 0.8;
+  /// relative paths in the environment are ignored, as it demands; without a runtime folder the
+  /// socket lies in the data folder. macOS: everything in Application Support.
   static AppPaths fromEnvironment();
   /// Everything below one private folder.
   static AppPaths below(const std::string& folder) {

@@ -23,11 +23,11 @@ Duration readClock(clockid_t clock) {
 /// An absolute time for timerfd; what lies before the clock's start counts as its first nanosecond,
 /// because zero would disarm.
 itimerspec absolute(std::chrono::seconds whole, Duration rest) {
-  itimerspec spec{};
-  spec.it_value.tv_sec = std::max<std::int64_t>(whole.count(), 0);
-  spec.it_value.tv_nsec = whole.count() < 0 ? 1 : rest.count();
-  if (spec.it_value.tv_sec == 0 && spec.it_value.tv_nsec == 0) spec.it_value.tv_nsec = 1;
-  return spec;
+  itimerspec setting{};
+  setting.it_value.tv_sec = std::max<std::int64_t>(whole.count(), 0);
+  setting.it_value.tv_nsec = whole.count() < 0 ? 1 : rest.count();
+  if (setting.it_value.tv_sec == 0 && setting.it_value.tv_nsec == 0) setting.it_value.tv_nsec = 1;
+  return setting;
 }
 
 template <class Time>
@@ -104,15 +104,16 @@ Timer LinuxScheduler::atWallTime(WallTime due, Task task) {
 void LinuxScheduler::armDescriptors() {
   const auto awake = timers_.nextAwake();
   if (awake != awakeArmed_) {
-    const itimerspec spec = awake ? absoluteOf(start_ + *awake) : itimerspec{};
-    timerfd_settime(awakeTimer_.get(), TFD_TIMER_ABSTIME, &spec, nullptr);
+    const itimerspec setting = awake ? absoluteOf(start_ + *awake) : itimerspec{};
+    timerfd_settime(awakeTimer_.get(), TFD_TIMER_ABSTIME, &setting, nullptr);
     awakeArmed_ = awake;
   }
   const auto wall = timers_.nextWall();
   if (wall != wallArmed_) {
-    const itimerspec spec = wall ? absoluteOf(wall->time_since_epoch()) : itimerspec{};
+    const itimerspec setting = wall ? absoluteOf(wall->time_since_epoch()) : itimerspec{};
     // Setting the clock makes the descriptor readable, so that every wall timer is judged again.
-    timerfd_settime(wallTimer_.get(), TFD_TIMER_ABSTIME | TFD_TIMER_CANCEL_ON_SET, &spec, nullptr);
+    timerfd_settime(wallTimer_.get(), TFD_TIMER_ABSTIME | TFD_TIMER_CANCEL_ON_SET, &setting,
+                    nullptr);
     wallArmed_ = wall;
   }
 }
