@@ -2,7 +2,7 @@
 
 #include <fmt/format.h>
 
-#include <charconv>
+#include "base/exact_number.h"
 
 namespace brindle {
 namespace {
@@ -20,10 +20,10 @@ std::optional<double> MemoryImageReader::meanBrightness(ByteView encoded) const 
   std::string_view text = textOf(encoded);
   if (!text.starts_with(beginning)) return std::nullopt;
   text.remove_prefix(beginning.size());
-  double brightness = 0;
-  const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), brightness);
-  const auto rest = text.substr(static_cast<std::size_t>(end - text.data()));
-  if (error != std::errc{} || !rest.starts_with(ending)) return std::nullopt;
+  const auto end = text.find(ending);
+  if (end == std::string_view::npos) return std::nullopt;
+  const double brightness = exactDouble(text.substr(0, end), -1);
+  if (brightness < 0) return std::nullopt;
   return brightness;
 }
 
