@@ -16,11 +16,13 @@ namespace {
 constexpr std::string_view rightPin = "730164";
 constexpr std::string_view wrongPin = "918273";
 
-/// Frames that the build rendered; those beside an installed program where there are some.
+/// Frames that the build rendered; those of an installed program, or of its bundle, where there are
+/// some.
 std::vector<Bytes> sampleFrames(Files& files) {
   std::vector<Bytes> frames;
   for (const std::string& folder :
-       {ownProgram("../share/brindle/sample_frames"), std::string(BRINDLE_SAMPLE_FRAMES)}) {
+       {ownProgram("../share/brindle/sample_frames"), ownProgram("../Resources/sample_frames"),
+        std::string(BRINDLE_SAMPLE_FRAMES)}) {
     const auto names = files.list(folder);
     if (!names) continue;
     for (const auto& name : *names) {
