@@ -71,7 +71,9 @@ class LinuxServices final : public NativeServices {
         screen_(logind_, system_, session_, log_),
         notifications_(session_, log_),
         loginItem_(files_, LoginItemPlaces::of(files_, ownProgram())),
-        camera_(cameraWork_, cameraSource()) {}
+        camera_(cameraWork_, cameraSource()) {
+    if (program != ProgramKind::command) camera_.prepare(ownProgram("brindle-camera-scan"));
+  }
 
   const Services& services() const override { return services_; }
   MainLoop& scheduler() override { return scheduler_; }

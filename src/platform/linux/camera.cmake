@@ -5,6 +5,10 @@ brindle_library(brindle_linux_camera
   LINKS brindle_platform
   PRIVATE_LINKS PkgConfig::GST PkgConfig::X11 PkgConfig::JPEG)
 
+# Run by the guard when it starts.
+add_executable(brindle-camera-scan camera_scan_main.cpp)
+target_link_libraries(brindle-camera-scan PRIVATE brindle_options PkgConfig::GST)
+
 # Each in its own process: GStreamer's threads, a changed DISPLAY and a dying X server do not mix.
 brindle_test(linux_camera_test
   SOURCES camera_gstreamer_test.cpp
@@ -20,6 +24,9 @@ if(BRINDLE_TESTS)
     add_dependencies(${test} sample_frames)
     target_compile_definitions(${test} PRIVATE BRINDLE_SAMPLE_FRAMES="${BRINDLE_SAMPLE_FRAMES}")
   endforeach()
+  target_compile_definitions(linux_camera_test PRIVATE
+    BRINDLE_CAMERA_SCAN="$<TARGET_FILE:brindle-camera-scan>")
+  add_dependencies(linux_camera_test brindle-camera-scan)
   set_tests_properties(linux_camera_test PROPERTIES
     ENVIRONMENT "GST_REGISTRY=${CMAKE_CURRENT_BINARY_DIR}/gstreamer-registry.bin")
 endif()

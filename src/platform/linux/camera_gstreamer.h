@@ -17,6 +17,9 @@ class GstreamerCamera final : public CameraDevice {
   explicit GstreamerCamera(WorkerQueue& queue, CameraSource source = {}, V4l2Folders folders = {});
   ~GstreamerCamera() override;
 
+  /// Runs `scan` (brindle-camera-scan) on the queue, so that the first photo does not wait for a
+  /// look at all plug-ins. A process of its own, for what the look maps stays mapped.
+  void prepare(const std::string& scan);
   /// Linux has no question of its own: whoever may open the device may use it.
   CameraAuthorization authorization() const override;
   void requestAuthorization(std::function<void(bool granted)> done) override;

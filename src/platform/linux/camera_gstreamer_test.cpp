@@ -231,6 +231,22 @@ TEST_F(GstreamerCameraTest, OneThatGivesNoFrameIsLeftAtOnceWhenStoppedAndNeverAn
   EXPECT_TRUE(loop.runUntil([&] { return workedOff; }));
 }
 
+TEST_F(GstreamerCameraTest, PreparingLeavesAListOfPlugInsBehindBeforeAnythingElseRuns) {
+  const TemporaryFolder folder;
+  const std::string list = folder / "registry.bin";
+  const char* set = ::getenv("GST_REGISTRY");
+  const std::string earlier = set ? set : folder / "other.bin";
+  ::setenv("GST_REGISTRY", list.c_str(), 1);
+  const auto camera = cameraOf("videotestsrc is-live=true");
+  camera->prepare("/nowhere/at/all");
+  camera->prepare(BRINDLE_CAMERA_SCAN);
+  bool found = false, done = false;
+  loop.queue.run([&] { found = fs::exists(list); }, [&] { done = true; });
+  EXPECT_TRUE(loop.runUntil([&] { return done; }));
+  EXPECT_TRUE(found);
+  ::setenv("GST_REGISTRY", earlier.c_str(), 1);
+}
+
 TEST_F(GstreamerCameraTest, ADeviceThatMayNotBeOpenedIsDeniedAndOneThatIsNoneFails) {
   FakeKernel kernel;
   kernel.add("video0", "fixed", "front");
