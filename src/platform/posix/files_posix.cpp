@@ -266,6 +266,8 @@ ServiceReport PosixFiles::report() const {
     const std::error_code why(errno, std::generic_category());
     return {"files", "POSIX", false, fmt::format("{}: {}", folder, why.message())};
   }
+  // What is left for the administrator alone is no room for us.
+  if (info.f_bavail == 0) return {"files", "POSIX", false, home_ + ": the disk is full"};
   const double free = static_cast<double>(info.f_bavail) * static_cast<double>(info.f_frsize);
   return {"files", "POSIX", true, fmt::format("{}, {:.1f} GB free", home_, free / 1e9)};
 }
