@@ -52,6 +52,7 @@ TEST(EventJsonTest, EachFieldIsAsForgivingAsItsUseAllows) {
       {R"("wrongPINs":3e0)", [](UnlockEvent& e) { e.wrongPINs = 3; }},
       {R"("wrongPINs":9223372036854775807)",
        [](UnlockEvent& e) { e.wrongPINs = std::numeric_limits<std::int64_t>::max(); }},
+      {R"("wrongPINs":"x","wrongPINs":3)", [](UnlockEvent& e) { e.wrongPINs = 3; }},
       {R"("wrongPINs":null)", same},
       {R"("wrongPINs":1.5)", nullptr},
       {R"("wrongPINs":9223372036854775808)", nullptr},
