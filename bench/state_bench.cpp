@@ -8,6 +8,7 @@
 #include <functional>
 #include <nlohmann/json.hpp>
 
+#include "bench_tools.h"
 #include "core/saved_state_json.h"
 
 namespace brindle {
@@ -49,14 +50,6 @@ SavedState sampleState(std::size_t count) {
   return state;
 }
 
-template <class F>
-double milliseconds(F task) {
-  const auto begin = std::chrono::steady_clock::now();
-  task();
-  return std::chrono::duration<double, std::milli>(std::chrono::steady_clock::now() - begin)
-      .count();
-}
-
 /// The medians of both, taking turns.
 template <class A, class B>
 std::pair<double, double> sideBySide(
@@ -67,10 +60,6 @@ std::pair<double, double> sideBySide(
     a.push_back(milliseconds(ours));
     b.push_back(milliseconds(theirs));
   }
-  const auto median = [](std::vector<double>& all) {
-    std::ranges::sort(all);
-    return all[all.size() / 2];
-  };
   return {median(a), median(b)};
 }
 
