@@ -6,13 +6,20 @@ WindowManager::WindowManager(Parts parts)
     : parts_(std::move(parts)),
       store_(parts_.window.settings.store),
       gate_(parts_.window.settings.gate),
-      guarded_(store_, gate_, parts_.screen),
+      guarded_(store_, gate_, parts_.screen, parts_.holdCovers),
       menuBar_(store_, [this](MenuContent::Action action) { chosen(action); }) {
   changes_ = store_.onChange([this] { follow(); });
-  // Without a menu bar, or before anything is set up, the window is the only way in.
-  const bool isNew = store_.pinState() == SecretState::notSet;
-  if (!menuBar_.available() || isNew) openFullWindow();
-  if (isNew) window_->startOnboarding();
+  if (!menuBar_.available()) openFullWindow();  // then the window is the only way in
+  welcome();
+}
+
+/// The keychain answers some time after the start; only then is it known that nobody set anything
+/// up.
+void WindowManager::welcome() {
+  if (welcomed_ || store_.pinState() != SecretState::notSet) return;
+  welcomed_ = true;
+  openFullWindow();
+  window_->startOnboarding();
 }
 
 void WindowManager::openFullWindow(KeyWindow::Page page) {
@@ -51,6 +58,9 @@ void WindowManager::chosen(MenuContent::Action action) {
 }
 
 void WindowManager::follow() {
+  // The keychain's first answer comes later than this program's first window.
+  if (store_.secretsFlow().onboardingUnderWay() && !window_) openFullWindow();
+  welcome();
   if (!store_.turnOffRequested() || turnOffCheck_) {
     if (!store_.turnOffRequested() && turnOffCheck_) turnOffCheck_->close();
     return;

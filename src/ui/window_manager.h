@@ -20,6 +20,7 @@ class WindowManager {
     const ScreenLock& screen;
     /// Asks the application to quit; it decides, with proof while the guard is on.
     std::function<void()> requestQuit;
+    ScreenCover::Hold holdCovers = {};
   };
   explicit WindowManager(Parts parts);
 
@@ -32,6 +33,7 @@ class WindowManager {
  private:
   void chosen(MenuContent::Action action);
   void follow();
+  void welcome();
 
   Parts parts_;
   NightjarStore& store_;
@@ -39,6 +41,7 @@ class WindowManager {
   std::unique_ptr<KeyWindow> window_;
   GuardedWindow guarded_;
   MenuBar menuBar_;
+  bool welcomed_ = false;
   QPointer<OwnerCheckDialog> turnOffCheck_;
   QPointer<OwnerCheckDialog> quitCheck_;
   Subscription changes_;

@@ -10,8 +10,8 @@ PIN, WRONG = "730164", "918273"
 DATA = os.environ["XDG_DATA_HOME"] + "/Brindle"
 os.environ["BRINDLE_CAMERA_SOURCE"] = (
     f"multifilesrc location={FRAMES}/day-%d.jpg start-index=0 stop-index=3 loop=true caps=image/jpeg,framerate=10/1 ! jpegdec")
-# sd_bus_new leaks inside the D-Bus library when a bus is away; the program cannot help it.
-os.environ["ASAN_OPTIONS"] = "detect_leaks=0"
+SUPPRESSIONS = os.path.join(os.path.dirname(os.path.dirname(os.path.abspath(__file__))), "lsan-suppressions.txt")
+os.environ["LSAN_OPTIONS"] = f"suppressions={SUPPRESSIONS}:print_suppressions=0"
 
 
 guards = []
