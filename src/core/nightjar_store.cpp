@@ -12,7 +12,7 @@ NightjarStore::NightjarStore(const GuardServices& services, const GuardCollabora
       collaborators_(collaborators),
       history_([this] { changed(); }),
       saving_(services.vault, services.files, services.scheduler, [this] { return snapshot(); }),
-      files_(services.vault, services.files, saving_),
+      files_(services.vault, services.files, services.scheduler, saving_, services.log),
       photos_({services.camera, files_, history_, services.clock, services.random, services.log}),
       reports_({services.scheduler, services.clock, history_, services.vault, services.log,
                 collaborators_}),

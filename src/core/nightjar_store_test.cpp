@@ -324,13 +324,14 @@ TEST_F(NightjarStoreTest, TheProblemOfASeriesIsWrittenIntoItsEvent) {
     bool allowed;
     int photos;
     double brightness;
-    bool diskFull;
+    Duration diskFull;
     std::optional<PhotoProblem> problem;
-  } rows[] = {{false, 9, 0.5, false, PhotoProblem::cameraDenied},
-              {true, 0, 0.5, false, PhotoProblem::cameraFailed},
-              {true, 9, 0.05, false, PhotoProblem::dark},
-              {true, 9, 0.5, true, PhotoProblem::cameraFailed},
-              {true, 9, 0.5, false, std::nullopt}};
+  } rows[] = {{false, 9, 0.5, 0s, PhotoProblem::cameraDenied},
+              {true, 0, 0.5, 0s, PhotoProblem::cameraFailed},
+              {true, 9, 0.05, 0s, PhotoProblem::dark},
+              {true, 9, 0.5, 5min, std::nullopt},
+              {true, 9, 0.5, 15min, PhotoProblem::cameraFailed},
+              {true, 9, 0.5, 0s, std::nullopt}};
   turnOn();
   for (const auto& row : rows) {
     camera.allowed = row.allowed;
@@ -338,15 +339,19 @@ TEST_F(NightjarStoreTest, TheProblemOfASeriesIsWrittenIntoItsEvent) {
     camera.brightness = row.brightness;
     lock();
     unlock();
-    if (row.diskFull) files.failAll({FileError::Kind::noSpace, 28});
-    scheduler.advance(3s);
+    if (row.diskFull > 0s) files.failAll({FileError::Kind::noSpace, 28});
+    scheduler.advance(3s + row.diskFull);
     files.failNothing();
-    scheduler.advance(20s);
+    scheduler.advance(40s);
     EXPECT_EQ(onDisk().events.back()->photoProblem, row.problem) << &row - rows;
+    EXPECT_EQ(photos().size(), onDisk().events.back()->photoFiles.size()) << &row - rows;
     EXPECT_FALSE(last()->photoPending);
+    store->deletePhotos(OwnerGate::prove(OwnerPurpose::action));
+    scheduler.run();
   }
-  EXPECT_EQ(lines.count("no photo in 2000 ms"), 2u) << "not without an attempt";
-  EXPECT_EQ(camera.wantedCounts.size(), 4u);
+  EXPECT_EQ(lines.count("no photo in 2000 ms"), 1u) << "not without an attempt";
+  EXPECT_EQ(lines.count("file of an event not written: kept, trying again"), 8u);
+  EXPECT_EQ(camera.wantedCounts.size(), 5u);
 
   camera.covered = true;
   unlockAndSettle();

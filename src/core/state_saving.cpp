@@ -1,10 +1,17 @@
 #include "core/state_saving.h"
 
 #include <algorithm>
+#include <array>
 #include <memory>
 #include <utility>
 
 namespace brindle {
+
+Duration StateSaving::retryWait(std::size_t failures) {
+  using namespace std::chrono_literals;
+  static constexpr std::array<Duration, 3> waits{2s, 10s, 30s};
+  return waits[std::min(failures, waits.size() - 1)];
+}
 
 void StateSaving::changed() {
   dirty_ = true;
@@ -59,9 +66,7 @@ void StateSaving::endedBadly() {
   waitForNext_.insert(waitForNext_.begin(), std::make_move_iterator(waitForRunning_.begin()),
                       std::make_move_iterator(waitForRunning_.end()));
   waitForRunning_.clear();
-  const Duration wait = retryWaits[std::min(failures_, retryWaits.size() - 1)];
-  ++failures_;
-  retry_ = scheduler_.after(wait, [this] { schedule(); });
+  retry_ = scheduler_.after(retryWait(failures_++), [this] { schedule(); });
 }
 
 }  // namespace brindle

@@ -1,6 +1,6 @@
 #pragma once
 
-#include <array>
+#include <cstddef>
 #include <functional>
 #include <vector>
 
@@ -16,9 +16,9 @@ namespace brindle {
 /// failed is tried again with the next change, and after a while without one. Main thread only.
 class StateSaving {
  public:
-  static constexpr std::array<Duration, 4> retryWaits{
-      std::chrono::seconds(2), std::chrono::seconds(10), std::chrono::minutes(1),
-      std::chrono::minutes(10)};
+  /// Before another try after this many failures. What cannot be saved goes with the power, so the
+  /// longest wait is a short one.
+  static Duration retryWait(std::size_t failures);
 
   StateSaving(PhotoVault& vault, WorkerQueue& files, Scheduler& scheduler,
               std::function<SavedState()> snapshot)
