@@ -22,22 +22,24 @@ ServiceReport windowReport() {
           covers ? "covers every screen" : "cannot promise to stay on top of everything here"};
 }
 
-WindowManager::Parts windowParts(GuardRun& run, bool usesFileKeyring) {
+WindowManager::Parts windowParts(GuardRun& run, NativeServices& services) {
   BrindleMacApp& app = run.app();
   const ScreenLock& screen = app.services().screen;
-  const std::string keyring = usesFileKeyring
+  const std::string keyring = services.usesFileKeyring()
                                   ? "This machine has no keyring service: PIN and answer are kept, "
                                     "hashed, in private files."
                                   : "";
   return {
-      .window = {
-          .settings = {app.store(), app.gate(), app.secrets(), app.startAtLogin(), keyring},
-          .vault = app.vault(),
-          .askForCamera = [&app] { app.camera().requestAccess([](bool) {}); },
-          .lockSourceProblem =
-              [&screen] { return screen.reachable() ? std::string() : screen.report().detail; }},
+      .window = {.settings = {app.store(), app.gate(), app.secrets(), app.startAtLogin(), keyring},
+                 .vault = app.vault(),
+                 .askForCamera = [&app] { app.camera().requestAccess([](bool) {}); },
+                 .lockSourceProblem =
+                     [&screen] {
+                       return screen.reachable() ? std::string() : screen.report().detail;
+                     }},
       .screen = screen,
-      .requestQuit = [&app] { app.appDelegate().requestQuit(); }};
+      .requestQuit = [&app] { app.appDelegate().requestQuit(); },
+      .holdCovers = [&services](auto windows) { services.holdCovers(windows); }};
 }
 
 /// One loop: Qt waits, and runs ours whenever something is ready there; or Qt's is the system's,
@@ -58,7 +60,7 @@ int runDesktop(QApplication& qt, NativeServices& services, const AppPaths& paths
   // A guarded window that stays open would refuse QApplication::quit.
   run.onQuit([&qt](int exitCode) { qt.exit(exitCode); });
   run.start([&] {
-    windows = std::make_unique<WindowManager>(windowParts(run, services.usesFileKeyring()));
+    windows = std::make_unique<WindowManager>(windowParts(run, services));
     flash->follow(&windows->guardedWindow());
     run.app().appDelegate().openFullWindow = [&] { windows->openFullWindow(); };
     run.app().appDelegate().askForQuitProof = [&] {

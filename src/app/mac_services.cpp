@@ -30,6 +30,7 @@ class MacServices final : public NativeServices {
   MainLoop& scheduler() override { return *scheduler_; }
   LogSink& log() override { return sink_; }
   bool usesFileKeyring() const override { return false; }
+  void holdCovers(std::span<const std::uintptr_t> windows) override { holdMacCovers(windows); }
   bool answerQuit(bool quits) override { return windowQuits_ && windowQuits_->reply(quits); }
 
  private:

@@ -1,6 +1,8 @@
 #pragma once
 
+#include <cstdint>
 #include <memory>
+#include <span>
 #include <string>
 
 #include "app/app_paths.h"
@@ -28,6 +30,10 @@ class NativeServices {
   virtual LogSink& log() = 0;
   /// Secrets lie in private files, because this machine never had a keyring service.
   virtual bool usesFileKeyring() const = 0;
+  /// Keeps windows in front of everything and the keyboard with them, beyond what the window
+  /// toolkit can do: given their native handles again and again, none once they are down. X11 needs
+  /// nothing more, and Wayland has nothing to offer.
+  virtual void holdCovers(std::span<const std::uintptr_t>) {}
   /// The decision upon the quit order told last, for a system that waits for it; such a system ends
   /// the process itself. False when nothing waits.
   virtual bool answerQuit(bool quits) = 0;

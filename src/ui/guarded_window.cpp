@@ -65,9 +65,9 @@ void GuardedForm::refresh() {
   if (!event) return;
   what_->setText(translated("%1, %2").arg(eventTitle(*event), eventDate(*event)));
   showRemaining();
-  if (asking_ && asked_ == event->id && askedAsProved_ == store_.ownerProved()) return;
+  if (asking_ && asked_ == event->id && askedAsProved_ == store_.provedSinceAsked()) return;
   asked_ = event->id;
-  askedAsProved_ = store_.ownerProved();
+  askedAsProved_ = store_.provedSinceAsked();
   if (asking_) asking_->deleteLater();
   asking_ = askedAsProved_ ? choice(event->id) : question();
   layout_->addWidget(asking_, 0, Qt::AlignHCenter);
@@ -120,8 +120,9 @@ void GuardedForm::keep(const OwnerProof& proof) {
   if (const auto id = store_.pendingConfirm()) store_.keepInHistory(*id, proof);
 }
 
-GuardedWindow::GuardedWindow(NightjarStore& store, OwnerGate& gate, const ScreenLock& screen)
-    : store_(store), gate_(gate), screen_(screen) {
+GuardedWindow::GuardedWindow(NightjarStore& store, OwnerGate& gate, const ScreenLock& screen,
+                             ScreenCover::Hold hold)
+    : store_(store), gate_(gate), screen_(screen), hold_(std::move(hold)) {
   changes_ = store_.onChange([this] { follow(); });
   follow();
 }
@@ -141,7 +142,8 @@ void GuardedWindow::follow() {
   }
   if (!cover_) {
     form_ = new GuardedForm(store_, gate_);
-    cover_ = std::make_unique<ScreenCover>(form_, [this] { return screen_.screenLocked(); });
+    cover_ = std::make_unique<ScreenCover>(
+        form_, [this] { return screen_.screenLocked(); }, hold_);
     form_->refresh();
     setLit(lit_);
     cover_->show();

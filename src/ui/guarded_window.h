@@ -25,7 +25,7 @@ class GuardedForm : public QWidget {
   void setLit(bool lit);
 
  private:
-  /// The owner has proved themself since the last lock: an older occurrence needs only a word.
+  /// The owner has proved themself since it happened: the occurrence needs only a word.
   QWidget* choice(const Uuid& id);
   QWidget* question();
   void keep(const OwnerProof& proof);
@@ -48,7 +48,8 @@ class GuardedForm : public QWidget {
 /// next start shows it again. Main thread only.
 class GuardedWindow {
  public:
-  GuardedWindow(NightjarStore& store, OwnerGate& gate, const ScreenLock& screen);
+  GuardedWindow(NightjarStore& store, OwnerGate& gate, const ScreenLock& screen,
+                ScreenCover::Hold hold = {});
 
   bool shown() const { return cover_ && cover_->shown(); }
   /// The covers light the face in front of the camera; what stands on them stays readable.
@@ -60,6 +61,7 @@ class GuardedWindow {
   NightjarStore& store_;
   OwnerGate& gate_;
   const ScreenLock& screen_;
+  ScreenCover::Hold hold_;
   std::unique_ptr<ScreenCover> cover_;
   GuardedForm* form_ = nullptr;  ///< owned by the cover
   bool lit_ = false;

@@ -23,6 +23,10 @@ constexpr auto keyboardGap = 8ms;
 
 bool onX11() { return QGuiApplication::platformName() == "xcb"; }
 
+/// Where a window may lie anywhere it likes. Full screen in the system's sense is a space of its
+/// own on macOS, which a gesture leaves.
+bool placedByUs() { return onX11() || QGuiApplication::platformName() == "cocoa"; }
+
 Qt::WindowFlags coverFlags() {
   Qt::WindowFlags flags = Qt::Window | Qt::FramelessWindowHint | Qt::WindowStaysOnTopHint;
   if (onX11()) flags |= Qt::BypassWindowManagerHint;
@@ -57,7 +61,7 @@ class ScreenCover::Panel : public QWidget {
     if (screen() != screen_) setScreen(screen_);
     if (geometry() != screen_->geometry()) setGeometry(screen_->geometry());
     if (isVisible() && !isMinimized()) return;
-    if (onX11()) {
+    if (placedByUs()) {
       show();
     } else {
       showFullScreen();
@@ -71,8 +75,8 @@ class ScreenCover::Panel : public QWidget {
   QPointer<QScreen> screen_;
 };
 
-ScreenCover::ScreenCover(QWidget* form, std::function<bool()> screenLocked)
-    : form_(form), screenLocked_(std::move(screenLocked)) {
+ScreenCover::ScreenCover(QWidget* form, std::function<bool()> screenLocked, Hold hold)
+    : form_(form), screenLocked_(std::move(screenLocked)), hold_(std::move(hold)) {
   keeper_.setInterval(keepEvery);
   connect(&keeper_, &QTimer::timeout, this, &ScreenCover::keep);
   const auto soon = [this] {
@@ -100,6 +104,14 @@ void ScreenCover::hide() {
   form_->hide();
   form_->setParent(nullptr);
   panels_.clear();
+  holdInFront();
+}
+
+void ScreenCover::holdInFront() const {
+  if (!hold_) return;
+  std::vector<std::uintptr_t> windows;
+  for (const auto& panel : panels_) windows.push_back(panel->winId());
+  hold_(windows);
 }
 
 void ScreenCover::setLit(bool lit) {
@@ -117,6 +129,7 @@ void ScreenCover::keep() {
     return;
   }
   for (const auto& panel : panels_) panel->raise();
+  holdInFront();
   takeKeyboard();
 }
 

@@ -3,8 +3,10 @@
 #include <QObject>
 #include <QPointer>
 #include <QTimer>
+#include <cstdint>
 #include <functional>
 #include <memory>
+#include <span>
 #include <vector>
 
 class QScreen;
@@ -21,11 +23,16 @@ namespace brindle {
 /// so the grab is let go for a few milliseconds in every 750: a locker asks again and again in that
 /// time. While the screen is locked the covers stay below the locker.
 ///
-/// On Wayland no ordinary window can promise any of this (see docs/limits.md). Main thread only.
+/// On macOS `Hold` does what Qt cannot. On Wayland no ordinary window can promise any of this (see
+/// docs/limits.md). Main thread only.
 class ScreenCover : public QObject {
  public:
+  /// What a window system needs beyond Qt's means to keep the covers in front: called with their
+  /// native handles whenever they are looked after, and with none once they are down. May be empty.
+  using Hold = std::function<void(std::span<const std::uintptr_t> windows)>;
+
   /// `form` becomes the cover's; `screenLocked` tells whether a locker is in front.
-  ScreenCover(QWidget* form, std::function<bool()> screenLocked);
+  ScreenCover(QWidget* form, std::function<bool()> screenLocked, Hold hold = {});
   ~ScreenCover() override;
 
   void show();
@@ -41,11 +48,13 @@ class ScreenCover : public QObject {
   void keep();
   void matchScreens();
   void placeForm();
+  void holdInFront() const;
   void takeKeyboard();
   Panel* formPanel() const;
 
   std::unique_ptr<QWidget> form_;
   std::function<bool()> screenLocked_;
+  Hold hold_;
   std::vector<std::unique_ptr<Panel>> panels_;
   QTimer keeper_;
   int turn_ = 0;

@@ -99,11 +99,14 @@ class WindowsTest : public GuardFixture {
 
 TEST_F(WindowsTest, GuardedWindowStaysUntilTheRightPin) {
   turnOn();
-  guarded = std::make_unique<GuardedWindow>(*store, *gate, screen);
+  std::size_t held = 0;
+  guarded = std::make_unique<GuardedWindow>(*store, *gate, screen,
+                                            [&held](auto windows) { held = windows.size(); });
   EXPECT_FALSE(guarded->shown());
   unlockAndSettle();
   settle();
   ASSERT_TRUE(guarded->shown());
+  EXPECT_EQ(held, static_cast<std::size_t>(QGuiApplication::screens().size()));
   EXPECT_TRUE(seen<QLabel>("This Mac is guarded."));
 
   for (QWidget* top : QApplication::topLevelWidgets()) top->close();
@@ -117,6 +120,7 @@ TEST_F(WindowsTest, GuardedWindowStaysUntilTheRightPin) {
 
   enterPin(pinText);
   EXPECT_FALSE(guarded->shown());
+  EXPECT_EQ(held, 0U) << "the person's other windows stay out of reach";
   scheduler.advance(std::chrono::seconds(10));
   ASSERT_EQ(store->events().size(), 1U);
   EXPECT_TRUE(last()->attemptOnly) << "the wrong try stays";
