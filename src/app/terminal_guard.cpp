@@ -49,13 +49,15 @@ void TerminalGuard::close() {
   quiet_.reset();
   sitting_.reset();
   answering_ = trying_ = false;
-  show("Confirmed.\n");
 }
 
 void TerminalGuard::prompt() {
   if (answering_) return show(sitting_->question() + " ");
-  show(sitting_->answerOpen() ? "Brindle PIN (empty: answer the secret question): "
-                              : "Brindle PIN: ");
+  show(answerOffered() ? "Brindle PIN (empty: answer the secret question): " : "Brindle PIN: ");
+}
+
+bool TerminalGuard::answerOffered() const {
+  return sitting_->answerOpen() && !sitting_->question().empty();
 }
 
 /// A terminal hands over a line at a time.
@@ -76,7 +78,7 @@ void TerminalGuard::readable() {
 
 void TerminalGuard::entered(SecretText line) {
   if (line.empty()) {
-    answering_ = !answering_ && sitting_->answerOpen();
+    answering_ = !answering_ && answerOffered();
     return prompt();
   }
   trying_ = true;
@@ -90,8 +92,9 @@ void TerminalGuard::entered(SecretText line) {
 
 void TerminalGuard::answered(GateAnswer answer) {
   trying_ = false;
-  // After a right one the store's change closes this.
-  if (answer.outcome == GateAnswer::Outcome::right) return;
+  // After a right one the store's change closes this. Closing alone says nothing of a proof: a
+  // newer occurrence does it too.
+  if (answer.outcome == GateAnswer::Outcome::right) return show("Confirmed.\n");
   show(answer.message + "\n");
   prompt();
 }

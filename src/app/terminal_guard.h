@@ -24,6 +24,7 @@ class TerminalGuard {
   void open();
   void close();
   void prompt();
+  bool answerOffered() const;
   void readable();
   void entered(SecretText line);
   void answered(GateAnswer answer);
