@@ -24,7 +24,11 @@ BrindleMacApp::BrindleMacApp(const Services& services, const std::string& folder
       freshInstall_(items_, services.preferences, services.files, services.secretWork, log_,
                     folder),
       secrets_({items_, services.crypto, services.random, services.preferences, services.bootClock,
-                services.scheduler, services.secretWork, log_, currentLocale()}),
+                services.scheduler, services.secretWork, log_, currentLocale(),
+                [this] {
+                  return SecretStore::Standing{store_.armed(),
+                                               store_.secretsFlow().replacingUnreadablePIN()};
+                }}),
       vault_(services.files, folder, localStamp, log_),
       camera_({services.scheduler, services.camera, services.images, services.flash,
                services.imageWork, services.random}),

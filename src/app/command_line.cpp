@@ -22,6 +22,10 @@ std::optional<std::int64_t> wholeNumber(std::string_view text) {
 }
 
 Read readSetup(Request request, std::span<const std::string_view> rest) {
+  if (rest.size() == 1 && rest[0] == "--replace-pin") {
+    request.replacePin = true;
+    return CommandLine{Mode::request, std::move(request)};
+  }
   for (; !rest.empty(); rest = rest.subspan(2)) {
     if (rest.size() < 2) return wrong(std::string(rest[0]) + " needs a value");
     if (rest[0] == "--alert-delay") {
@@ -30,7 +34,8 @@ Read readSetup(Request request, std::span<const std::string_view> rest) {
     } else if (rest[0] == "--start-at-login" && (rest[1] == "yes" || rest[1] == "no")) {
       request.startAtLogin = rest[1] == "yes";
     } else {
-      return wrong("setup takes --alert-delay SECONDS and --start-at-login yes|no");
+      return wrong(
+          "setup takes --alert-delay SECONDS and --start-at-login yes|no, or --replace-pin");
     }
   }
   return CommandLine{Mode::request, std::move(request)};
@@ -93,6 +98,7 @@ std::string_view usageText() {
   guard              run without windows; the owner proves themself in this terminal
   setup              choose PIN, question and answer, alert delay
                      [--alert-delay SECONDS] [--start-at-login yes|no]
+                     --replace-pin: a new PIN, while off, for one that can't be read any more
   on, off            turn the guard on or off
   confirm            "that was me", for the unlock that waits for it
   status [--json]    whether it is on, and whether it can do its work

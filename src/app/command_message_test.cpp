@@ -114,6 +114,7 @@ TEST(CommandLineTest, TakesTheseAndNoOthers) {
   EXPECT_EQ(read({"rehearse"})->mode, Mode::rehearse);
   EXPECT_TRUE(read({"status", "--json"})->request.json);
   EXPECT_EQ(read({"setup", "--alert-delay", "45"})->request.alertDelay, 45);
+  EXPECT_TRUE(read({"setup", "--replace-pin"})->request.replacePin);
   EXPECT_EQ(read({"setup", "--start-at-login", "no"})->request.startAtLogin, false);
   EXPECT_EQ(read({"delete", "--photos"})->request.target, "photos");
   EXPECT_EQ(read({"delete", "d73d0d23-c20b-4bc0-9698-803dcdf6ff41"})->request.target,
@@ -126,7 +127,8 @@ TEST(CommandLineTest, TakesTheseAndNoOthers) {
       {{"delete", "7"}, "7 is no event; \"brindle history\" shows them"},
       {{"setup", "--alert-delay"}, "--alert-delay needs a value"},
       {{"setup", "--alert-delay", "4s"}, "--alert-delay takes whole seconds"},
-      {{"setup", "--pin", "7"}, "setup takes --alert-delay SECONDS and --start-at-login yes|no"},
+      {{"setup", "--pin", "7"},
+       "setup takes --alert-delay SECONDS and --start-at-login yes|no, or --replace-pin"},
   };
   for (const auto& [arguments, why] : rows) {
     const auto refused = read(arguments);

@@ -3,6 +3,7 @@
 namespace brindle {
 
 bool Conversation::prepare(Request& request) {
+  if (request.replacePin) return askTwice(request, "pin", "New PIN: ");
   const bool given = request.alertDelay || request.startAtLogin;
   return request.command != "setup" || given || askForSetup(request);
 }
@@ -50,9 +51,10 @@ std::optional<Request> Conversation::next(const Reply& reply) {
 std::optional<Request> Conversation::askForProof(const Reply& reply) {
   terminal_.say(reply.text);
   Request attempt{.command = "try", .target = "pin"};
+  const bool answerOffered = reply.answerOpen && !reply.question.empty();
   auto entered = terminal_.askSecret(
-      reply.answerOpen ? "Brindle PIN (empty: answer the secret question): " : "Brindle PIN: ");
-  if (entered && entered->empty() && reply.answerOpen) {
+      answerOffered ? "Brindle PIN (empty: answer the secret question): " : "Brindle PIN: ");
+  if (entered && entered->empty() && answerOffered) {
     attempt.target = "answer";
     entered = terminal_.askSecret(reply.question + " ");
   }

@@ -54,11 +54,13 @@ CommandHandler::Need GuardCommands::needOf(const Request& request) const {
     if (unprotected) return refused("Choose a PIN first: brindle setup\n");
     return proofFor(OwnerPurpose::action);
   }
-  if (command == "setup") return needOfSetup();
+  if (command == "setup") return needOfSetup(request);
   return refused("This guard does not know the command \"" + command + "\".\n", exit_code::usage);
 }
 
-CommandHandler::Need GuardCommands::needOfSetup() const {
+CommandHandler::Need GuardCommands::needOfSetup(const Request& request) const {
+  const bool replaces = request.replacePin && store_.pinUnreadable();
+  if (replaces && !store_.armed()) return {};
   if (store_.pinState() != SecretState::notSet) return proofFor(OwnerPurpose::action);
   // Whoever makes the PIN's record vanish while the guard is on must not be the one who chooses the
   // next PIN.
@@ -85,8 +87,17 @@ void GuardCommands::run(RequestRef ref, const OwnerProof* proof, Done done) {
   if (command == "off") return doneWhenRecorded("Brindle is off.\n", std::move(done));
   if (command == "confirm") return doneWhenRecorded("Confirmed.\n", std::move(done));
   if (command == "delete" && proof) return remove(request, *proof, std::move(done));
-  if (command == "setup") return SetUp::run(app_, std::move(ref), proof, std::move(done));
+  if (command == "setup") return setUp(std::move(ref), proof, std::move(done));
   done(saying("Not done.\n", exit_code::failed));
+}
+
+void GuardCommands::setUp(RequestRef request, const OwnerProof* proof, Done done) {
+  const bool replaces = request->replacePin && !proof && store_.beginReplacingPIN();
+  SetUp::run(app_, std::move(request), proof,
+             lifetime_.guard([this, replaces, done = std::move(done)](Reply reply) {
+               if (replaces) store_.endReplacingPIN();
+               done(std::move(reply));
+             }));
 }
 
 void GuardCommands::show(const Done& done) {

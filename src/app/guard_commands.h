@@ -24,11 +24,12 @@ class GuardCommands final : public CommandHandler {
 
  private:
   Need needOf(const Request& request) const;
-  Need needOfSetup() const;
+  Need needOfSetup(const Request& request) const;
 
   void show(const Done& done);
   void turnOn(Done done);
   void turnedOn(TurnOnOutcome outcome, Done done);
+  void setUp(RequestRef request, const OwnerProof* proof, Done done);
   void remove(const Request& request, const OwnerProof& proof, Done done);
   /// Answers once what was changed is on disk, or says that it is not.
   void doneWhenRecorded(std::string text, Done done);

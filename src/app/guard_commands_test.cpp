@@ -102,8 +102,31 @@ TEST_F(GuardCommandsTest, NobodyChoosesAPinWhoseRecordVanishedWhileOn) {
   devices.keychain.setAnswer(KeychainStore::dataProtection, keychain_code::itemNotFound);
   EXPECT_EQ(command(setupOf("556677", "556677")).text,
             "Brindle is on, but its PIN is gone: no new one can be chosen while it is on.\n");
+  bool saved = true;
+  app.secrets().savePin(SecretText("556677"), SecretText("556677"), nullptr,
+                        [&](PinSaved how) { saved = how == PinSaved::saved; });
+  runUntil([&] { return !saved; });
   devices.keychain.setLocked(true);
   EXPECT_EQ(say("history").type, Reply::Type::proof) << "unreadable is not absent";
+}
+
+TEST_F(GuardCommandsTest, APinThatCannotBeReadIsReplacedOnlyWhileOff) {
+  choosePin();
+  const auto replace = [&] {
+    Request request{.command = "setup", .replacePin = true};
+    for (const char* name : {"pin", "pinRepeat"}) {
+      request.secrets.push_back({name, SecretText("480317")});
+    }
+    return command(std::move(request));
+  };
+  EXPECT_EQ(replace().type, Reply::Type::proof) << "it can be read";
+  devices.keychain.setDenied(true);
+  EXPECT_EQ(replace().text, "Couldn't save your PIN. Try again.\n");
+  EXPECT_FALSE(app.store().secretsFlow().replacingUnreadablePIN());
+  devices.keychain.setDenied(false);
+  say("on");
+  devices.keychain.setDenied(true);
+  EXPECT_EQ(replace().type, Reply::Type::proof) << "on";
 }
 
 TEST_F(GuardCommandsTest, ATryOutOfPlaceEndsTheConversation) {

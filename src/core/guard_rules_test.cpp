@@ -1,6 +1,7 @@
 #include "core/alert_hold.h"
 #include "core/arming.h"
 #include "core/opening_folding.h"
+#include "core/secrets_flow.h"
 #include "testing/guard_fixture.h"
 
 namespace brindle {
@@ -31,6 +32,35 @@ TEST(OpeningFoldingTest, FoldsIntoTheEventBeingHandledOrElseTheLastForThreeSecon
   EXPECT_EQ(OpeningFolding::target(now, old, t + 1s), now);
   EXPECT_EQ(OpeningFolding::target(nullptr, ref(resolved), t), nullptr);
   EXPECT_EQ(OpeningFolding::target(nullptr, ref(tries), t), nullptr);
+  EXPECT_EQ(OpeningFolding::target(nullptr, ref(eventAt(t - 24h * 366 * 586)), t), nullptr)
+      << "longer ago than a duration can say";
+}
+
+TEST(SecretsFlowTest, LeadsANewOwnerAndARepairOnlyWhileOff) {
+  using enum SecretState;
+  SecretsFlow flow;
+  flow.secretsAre({unknown, unknown}, false);
+  EXPECT_FALSE(flow.onboardingUnderWay());
+  flow.secretsAre({notSet, set}, false);
+  EXPECT_TRUE(flow.onboardingUnderWay() && flow.resumesOnboarding());
+  flow.endOnboarding();
+  flow.secretsAre({notSet, notSet}, false);
+  EXPECT_FALSE(flow.onboardingUnderWay()) << "once a run by itself";
+  flow.beginOnboarding(true);
+  EXPECT_FALSE(flow.onboardingUnderWay()) << "the record vanished while on";
+  flow.beginOnboarding(false);
+  EXPECT_TRUE(flow.onboardingUnderWay() && !flow.resumesOnboarding());
+  flow.turnOnEnded(TurnOnOutcome::noPIN);
+  flow.secretsAre({set, notSet}, false);
+  EXPECT_TRUE(flow.secretAnswerRequested());
+  EXPECT_FALSE(flow.onboardingUnderWay() || flow.stateNotice());
+
+  EXPECT_FALSE(flow.beginReplacing(false)) << "it can be read";
+  flow.secretsAre({unreadable, set}, true);
+  EXPECT_FALSE(flow.beginReplacing(true));
+  EXPECT_TRUE(flow.beginReplacing(false));
+  flow.secretsAre({set, set}, false);
+  EXPECT_FALSE(flow.replacingUnreadablePIN()) << "it can be read again";
 }
 
 TEST(ArmingTest, NothingIsTurnedOnThatNobodyCouldTurnOff) {

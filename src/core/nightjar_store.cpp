@@ -88,11 +88,17 @@ void NightjarStore::takeUp(SinceLastRun since) {
 
 // ---- signals
 
+void NightjarStore::begin(std::optional<Trigger> trigger) {
+  provedSinceAsked_ = false;
+  unlocks_.begin(std::move(trigger));
+}
+
 void NightjarStore::onUnlock() {
+  ++sitting_;
   lastUnlockSeenAt_ = services_.scheduler.wallTime();
   forgetProof();  // whoever unlocks had locked, even if that signal was missed
   updateSettle_.unlockSeen();
-  if (armed()) unlocks_.begin(std::nullopt);
+  if (armed()) begin(std::nullopt);
 }
 
 void NightjarStore::onLock(LockSignal signal, WallTime date) {
@@ -101,6 +107,7 @@ void NightjarStore::onLock(LockSignal signal, WallTime date) {
     updateSettle_.endedBy(signal);
   }
   if (signal != LockSignal::wake) {
+    ++sitting_;
     lastLockSignalAt_ = date;
     folding_.newSitting();
     attempts_.newSitting();
@@ -123,12 +130,12 @@ void NightjarStore::opened(const Trigger& trigger) {
   if (into) {
     unlocks_.fold(into->id, trigger);
   } else {
-    unlocks_.begin(trigger);
+    begin(trigger);
   }
 }
 
 void NightjarStore::occurred(const Trigger& trigger) {
-  if (armed()) unlocks_.begin(trigger);
+  if (armed()) begin(trigger);
 }
 
 bool NightjarStore::unlockUnderWay() const {
@@ -149,19 +156,10 @@ void NightjarStore::turnOn(ArmSource source, std::function<void(TurnOnOutcome)> 
 
 TurnOnOutcome NightjarStore::applyTurnOn(ArmSource source, const OwnerSecrets::States& secrets) {
   const TurnOnOutcome outcome = judgeTurnOn(armed(), secrets);
-  switch (outcome) {
-    case TurnOnOutcome::on:
-      switchOn(std::move(source));
-      break;
-    case TurnOnOutcome::noPIN:
-      stateNotice_ = noPINNotice;
-      break;
-    case TurnOnOutcome::unreadable:
-      turnOnRefused_ = true;
-      services_.log.notice("turn on refused: a record can't be read");
-      break;
-    case TurnOnOutcome::alreadyOn:
-      break;
+  flow_.turnOnEnded(outcome);
+  if (outcome == TurnOnOutcome::on) switchOn(std::move(source));
+  if (outcome == TurnOnOutcome::unreadable) {
+    services_.log.notice("turn on refused: a record can't be read");
   }
   publish();
   return outcome;
@@ -170,11 +168,10 @@ TurnOnOutcome NightjarStore::applyTurnOn(ArmSource source, const OwnerSecrets::S
 void NightjarStore::switchOn(ArmSource source) {
   arming_ = Arming::on(source, services_.scheduler.wallTime(), services_.clock);
   folding_.newSitting();
-  ownerProvedAt_.reset();
+  forgetProof();  // with all that it opened, the history above all
   armedThisSitting_ = true;
   macAsleep_ = false;
-  stateNotice_.reset();
-  turnOnRefused_ = stillCantRead_ = turnOffRequested_ = false;
+  turnOffRequested_ = false;
   changed();
   collaborators_.watch.start();
   collaborators_.alertWatch.guardOn(source);
@@ -203,18 +200,36 @@ void NightjarStore::cancelTurnOff() {
 }
 
 void NightjarStore::askAgain() {
-  if (std::exchange(askingAgain_, true)) return;
+  if (!flow_.beginAsking()) return;
   publish();
   services_.secrets.refresh(lifetime_.guard([this](const OwnerSecrets::States& states) {
-    askingAgain_ = false;
     secretsAre(states);
-    stillCantRead_ = pinUnreadable() || answerUnreadable();
-    if (!stillCantRead_) turnOnRefused_ = false;
+    flow_.askingEnded();
   }));
 }
 
 void NightjarStore::secretsAre(const OwnerSecrets::States& states) {
-  secretStates_ = states;
+  flow_.secretsAre(states, armed());
+  publish();
+}
+
+void NightjarStore::beginOnboarding() {
+  flow_.beginOnboarding(armed());
+  publish();
+}
+
+void NightjarStore::endOnboarding() {
+  flow_.endOnboarding();
+  publish();
+}
+
+bool NightjarStore::beginReplacingPIN() {
+  publish();
+  return flow_.beginReplacing(armed());
+}
+
+void NightjarStore::endReplacingPIN() {
+  flow_.endReplacing();
   publish();
 }
 
@@ -222,6 +237,7 @@ void NightjarStore::secretsAre(const OwnerSecrets::States& states) {
 
 void NightjarStore::proved(const OwnerProof& proof) {
   ownerProvedAt_ = services_.scheduler.wallTime();
+  provedSinceAsked_ = true;
   attempts_.proved();
   switch (proof.purpose()) {
     case OwnerPurpose::confirmUnlock:
@@ -307,7 +323,7 @@ bool NightjarStore::setAlertDelay(std::int64_t seconds, const OwnerProof* proof)
 }
 
 void NightjarStore::clearStateNotice() {
-  stateNotice_.reset();
+  flow_.clearStateNotice();
   publish();
 }
 
@@ -325,7 +341,7 @@ void NightjarStore::lockHistory() {
 GuardStatus NightjarStore::status() const {
   return {armed(),         armedBy(),           armedAt(),
           events().size(), unresolved().size(), services_.vault.loaded(),
-          secretStates_,   cameraAllowed(),     services_.screen.reachable(),
+          flow_.states(),  cameraAllowed(),     services_.screen.reachable(),
           saving_.saved(), saving_.failures()};
 }
 

@@ -10,6 +10,7 @@
 #include "core/opening_folding.h"
 #include "core/owner_proof.h"
 #include "core/quit_wait.h"
+#include "core/secrets_flow.h"
 #include "core/session_mark.h"
 #include "core/unlock_handling.h"
 #include "core/unlock_monitor.h"
@@ -56,17 +57,19 @@ class NightjarStore final : public ProofSink {
   bool turnOffRequested() const { return turnOffRequested_; }
   bool quitApproved() const { return quitApproved_; }
   int ownerChecksOpen() const { return ownerChecksOpen_; }
-  SecretState pinState() const { return secretStates_.pin; }
-  SecretState secretAnswerState() const { return secretStates_.answer; }
+  /// The first steps and the repair: what the owner is led through.
+  const SecretsFlow& secretsFlow() const { return flow_; }
+  SecretState pinState() const { return flow_.states().pin; }
+  SecretState secretAnswerState() const { return flow_.states().answer; }
   bool pinIsSet() const { return pinState() == SecretState::set; }
   bool hasSecretAnswer() const { return secretAnswerState() == SecretState::set; }
-  bool pinUnreadable() const { return pinState() == SecretState::unreadable; }
-  bool answerUnreadable() const { return secretAnswerState() == SecretState::unreadable; }
+  bool pinUnreadable() const { return flow_.pinUnreadable(); }
+  bool answerUnreadable() const { return flow_.answerUnreadable(); }
   /// The last turn-on was refused because a record can't be read; `askAgain` looks again.
-  bool turnOnRefused() const { return turnOnRefused_; }
-  bool askingAgain() const { return askingAgain_; }
-  bool stillCantRead() const { return stillCantRead_; }
-  const std::optional<std::string>& stateNotice() const { return stateNotice_; }
+  bool turnOnRefused() const { return flow_.turnOnRefused(); }
+  bool askingAgain() const { return flow_.askingAgain(); }
+  bool stillCantRead() const { return flow_.stillCantRead(); }
+  const std::optional<std::string>& stateNotice() const { return flow_.stateNotice(); }
   bool updateWaitsForLock() const { return armed() && updateSettle_.updateWaits(); }
   bool cameraAllowed() const { return services_.camera.cameraAllowed(); }
   std::int64_t alertDelay() const;  ///< seconds
@@ -80,6 +83,12 @@ class NightjarStore final : public ProofSink {
   void requestTurnOff();
   void cancelTurnOff();
   void askAgain();
+  void beginOnboarding();
+  void endOnboarding();
+  /// The owner may choose a new PIN in place of one whose record can't be read. False while on, or
+  /// when it can be read: then only a proof changes it.
+  [[nodiscard]] bool beginReplacingPIN();
+  void endReplacingPIN();
   void clearStateNotice();
   void cancelQuit();
   void lockHistory();
@@ -100,6 +109,10 @@ class NightjarStore final : public ProofSink {
   void occurred(const Trigger& trigger);  ///< lid, power, idle
   void proved(const OwnerProof& proof) override;
   bool ownerProved() const override { return ownerProvedAt_.has_value(); }
+  /// That proof was given after the occurrence that awaits its answer, so it answers for that one
+  /// too. A proof from before it says nothing of who is here now.
+  bool provedSinceAsked() const { return ownerProved() && provedSinceAsked_; }
+  std::uint64_t sitting() const override { return sitting_; }
   void wrongTry(WrongTry which) override;
   void ownerCheckOpened() override;
   void ownerCheckClosed() override;
@@ -112,6 +125,7 @@ class NightjarStore final : public ProofSink {
   void prepareToQuit(std::function<void(bool saved)> done);
 
  private:
+  void begin(std::optional<Trigger> trigger);
   void onUnlock();
   void onLock(LockSignal signal, WallTime date);
   void forgetProof();
@@ -132,14 +146,14 @@ class NightjarStore final : public ProofSink {
   Arming arming_;
   std::vector<CameraOffAlert> cameraOff_;     // kept as read
   std::optional<std::string> updateInstall_;  // kept as read
-  OwnerSecrets::States secretStates_;
-  std::optional<std::string> stateNotice_;
+  SecretsFlow flow_;
   std::optional<WallTime> ownerProvedAt_, lastLockSignalAt_, lastUnlockSeenAt_;
   std::optional<Uuid> relaunchUnlockID_;
   int ownerChecksOpen_ = 0;
+  std::uint64_t sitting_ = 0;
   bool historyUnlocked_ = false, turnOffRequested_ = false, quitApproved_ = false;
-  bool turnOnRefused_ = false, askingAgain_ = false, stillCantRead_ = false;
   bool armedThisSitting_ = false, macAsleep_ = false, publishing_ = false;
+  bool provedSinceAsked_ = false;
 
   EventHistory history_;
   StateSaving saving_;

@@ -299,6 +299,21 @@ TEST_F(NightjarStoreTest, EveryLockSignalButWakeForgetsTheProofAndSoDoesAnUnlock
   }
 }
 
+TEST_F(NightjarStoreTest, AProofFromBeforeAnOccurrenceDoesNotAnswerForIt) {
+  prove(OwnerPurpose::history);
+  turnOn();
+  EXPECT_FALSE(store->historyUnlocked()) << "what was open while off";
+  const std::uint64_t before = store->sitting();
+  unlockAndSettle();
+  EXPECT_EQ(store->sitting(), before + 2);
+  prove(OwnerPurpose::history);
+  EXPECT_TRUE(store->provedSinceAsked());
+  store->occurred({std::string(trigger_kind::powerUnplugged), "Power"});
+  EXPECT_TRUE(store->ownerProved() && !store->provedSinceAsked());
+  lock();
+  EXPECT_EQ(store->sitting(), before + 3);
+}
+
 TEST_F(NightjarStoreTest, AnUpdateWaitsWhileAnUnlockIsDealtWith) {
   turnOn();
   int installs = 0;

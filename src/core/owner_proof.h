@@ -1,5 +1,6 @@
 #pragma once
 
+#include <cstdint>
 #include <functional>
 #include <optional>
 #include <string_view>
@@ -34,6 +35,9 @@ class ProofSink {
   virtual void proved(const OwnerProof& proof) = 0;
   /// The owner proved themself and nothing has locked since; no second proof is needed.
   virtual bool ownerProved() const = 0;
+  /// Another number after each lock and unlock: a try that one of them has overtaken proves nothing
+  /// of whoever is here afterwards.
+  virtual std::uint64_t sitting() const = 0;
   /// A counted wrong try: it is recorded and photographed.
   virtual void wrongTry(WrongTry which) = 0;
   /// `done` from the main loop once everything so far is on disk; never while that fails.

@@ -3,7 +3,7 @@ brindle_library(brindle_core
   SOURCES alert_hold.cpp alert_reports.cpp arming.cpp attempt_recording.cpp event_files.cpp
     event_history.cpp event_photos.cpp live_unlock_notifier.cpp nightjar_store.cpp
     occurrence_extras.cpp opening_folding.cpp owner_secrets.cpp quit_wait.cpp relaunch.cpp
-    report_retry.cpp state_saving.cpp unlock_handling.cpp
+    report_retry.cpp secrets_flow.cpp state_saving.cpp unlock_handling.cpp
   LINKS brindle_core_records)
 
 brindle_test(guard_store_test

@@ -13,10 +13,9 @@ TEST(UnlockEventTest, OnlyNamesThatStayInTheirFolderArePlain) {
   for (const char* plain : {"a.jpg", ".hidden", "with space", "a.b.c", "ä"}) {
     EXPECT_TRUE(isPlainFileName(plain)) << plain;
   }
-  for (const std::string_view other :
-       {std::string_view(""), std::string_view("."), std::string_view(".."),
-        std::string_view("../a"), std::string_view("a/b"), std::string_view("/etc"),
-        std::string_view("a..jpg"), std::string_view("a\0.jpg", 6)}) {
+  using namespace std::string_view_literals;
+  for (const auto other :
+       {""sv, "."sv, ".."sv, "../a"sv, "a/b"sv, "/etc"sv, "a..jpg"sv, "a\0.jpg"sv}) {
     EXPECT_FALSE(isPlainFileName(other)) << other;
   }
 }
@@ -66,25 +65,17 @@ TEST(UnlockEventTest, EveryFieldCountsInEqualityAndHash) {
       [](E& e) { e.wrongAnswers = 1; },
       [](E& e) { e.alert = AlertState::sent; },
       [](E& e) { e.vault = VaultState::saved; },
-      [](E& e) {
-        e.vaultPhotos = {{"a", id, {}, {}, {}}};
-      },
+      [](E& e) { e.vaultPhotos.emplace_back("a", id); },
       [](E& e) { e.photoProblem = PhotoProblem::dark; },
       [](E& e) { e.resolved = false; },
       [](E& e) { e.photoPending = true; },
       [](E& e) { e.videoFile = "a"; },
-      [](E& e) {
-        e.location = UnlockLocation{1, 2, 3, {}, "here"};
-      },
-      [](E& e) {
-        e.trigger = Trigger{"tripwire", "a"};
-      },
+      [](E& e) { e.location.emplace(1, 2, 3, WallTime{}, "here"); },
+      [](E& e) { e.trigger.emplace("tripwire", "a"); },
       [](E& e) { e.iPhone = IPhoneSeen::near; },
       [](E& e) { e.watchedOpenings = 1; },
       [](E& e) { e.attemptOnly = true; },
-      [](E& e) {
-        e.alsoOpened = {{"tripwire", "a"}};
-      },
+      [](E& e) { e.alsoOpened.emplace_back("tripwire", "a"); },
       [](E& e) { e.openingPhotos = {"a"}; },
       [](E& e) { e.openingClips = {"a"}; },
   };

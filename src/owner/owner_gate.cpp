@@ -79,11 +79,18 @@ std::optional<OwnerProof> OwnerGate::keptProof(OwnerPurpose purpose) const {
   return OwnerProof(purpose, lastKind_);
 }
 
-OwnerProof OwnerGate::accept(OwnerPurpose purpose, ProofKind kind) {
+void OwnerGate::accept(GateAnswer& answer, OwnerPurpose purpose, ProofKind kind,
+                       std::uint64_t sitting) {
+  // The keychain may have kept the try waiting for long: somebody else may sit here by now.
+  if (sitting != sink_.sitting()) {
+    answer.outcome = Outcome::overtaken;
+    answer.message = "The screen was locked meanwhile. Try again.";
+    return;
+  }
   lastKind_ = kind;
-  const OwnerProof proof(purpose, kind);
-  sink_.proved(proof);
-  return proof;
+  answer.outcome = Outcome::right;
+  answer.proof = OwnerProof(purpose, kind);
+  sink_.proved(*answer.proof);
 }
 
 void OwnerGate::onceRecorded(Task answer) {
@@ -127,9 +134,9 @@ void GateSitting::tryAnswer(SecretText entered, Done done) {
 
 void GateSitting::tryWith(WrongTry which, SecretText entered, Done done) {
   // Telling the sink of a proof may close this sitting: whoever opened it then hears no more.
-  auto settle =
-      lifetime_.guard([this, which, tell = lifetime_.guard(std::move(done))](
-                          const SecretCheck& check) mutable { tell(answerFor(which, check)); });
+  auto settle = lifetime_.guard(
+      [this, which, begun = gate_.sink_.sitting(), tell = lifetime_.guard(std::move(done))](
+          const SecretCheck& check) mutable { tell(answerFor(which, check, begun)); });
   auto judged = [&gate = gate_, which,
                  settle = std::move(settle)](const SecretCheck& check) mutable {
     // Before the sitting hears of it, and whether or not it still can.
@@ -140,7 +147,7 @@ void GateSitting::tryWith(WrongTry which, SecretText entered, Done done) {
   gate_.secrets_.check(which, std::move(entered), gate_.lifetime_.guard(std::move(judged)));
 }
 
-GateAnswer GateSitting::answerFor(WrongTry which, const SecretCheck& check) {
+GateAnswer GateSitting::answerFor(WrongTry which, const SecretCheck& check, std::uint64_t begun) {
   GateAnswer answer;
   answer.outcome = outcomeOf(check.outcome);
   answer.message = messageFor(which, check, unreadableBefore_);
@@ -149,27 +156,28 @@ GateAnswer GateSitting::answerFor(WrongTry which, const SecretCheck& check) {
   const bool refused = answer.outcome == Outcome::wrong || answer.outcome == Outcome::locked;
   if (which == WrongTry::pin && refused) answerOpen_ = true;
   if (answer.outcome == Outcome::right) {
-    answer.proof =
-        gate_.accept(purpose_, which == WrongTry::pin ? ProofKind::pin : ProofKind::answer);
+    const bool pin = which == WrongTry::pin;
+    gate_.accept(answer, purpose_, pin ? ProofKind::pin : ProofKind::answer, begun);
   }
   return answer;
 }
 
 void GateSitting::tryFingerprint(Done done) {
   using Answer = FingerprintCheck::Answer;
-  auto settle = lifetime_.guard([this, tell = lifetime_.guard(std::move(done))](
-                                    Answer given) mutable { tell(answerFor(given)); });
+  auto settle = lifetime_.guard([this, begun = gate_.sink_.sitting(),
+                                 tell = lifetime_.guard(std::move(done))](Answer given) mutable {
+    tell(answerFor(given, begun));
+  });
   if (fingerprintOffered())
     return gate_.fingerprint_.ask(std::string(heading()), std::move(settle));
   gate_.scheduler_.post([settle = std::move(settle)]() mutable { settle(Answer::notOffered); });
 }
 
-GateAnswer GateSitting::answerFor(FingerprintCheck::Answer given) {
+GateAnswer GateSitting::answerFor(FingerprintCheck::Answer given, std::uint64_t begun) {
   GateAnswer answer;
   switch (given) {
     case FingerprintCheck::Answer::right:
-      answer.outcome = Outcome::right;
-      answer.proof = gate_.accept(purpose_, ProofKind::fingerprint);
+      gate_.accept(answer, purpose_, ProofKind::fingerprint, begun);
       break;
     case FingerprintCheck::Answer::refused:
       answer.outcome = Outcome::refused;

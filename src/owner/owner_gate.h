@@ -22,8 +22,19 @@ class SecretStore;
 
 /// What a person is told after a try.
 struct GateAnswer {
-  /// `refused`: the fingerprint did not match; `notOffered`: this computer asks for none.
-  enum class Outcome { right, wrong, locked, unreadable, pinFirst, busy, refused, notOffered };
+  /// `overtaken`: right, but the screen was locked or unlocked meanwhile; `refused`: the
+  /// fingerprint did not match; `notOffered`: this computer asks for none.
+  enum class Outcome {
+    right,
+    wrong,
+    locked,
+    unreadable,
+    pinFirst,
+    busy,
+    overtaken,
+    refused,
+    notOffered
+  };
   Outcome outcome = Outcome::busy;
   std::string message;              ///< for the owner's eyes; empty after a right try
   int secondsLeft = 0;              ///< of the lock, for a countdown; 0 when not locked
@@ -46,7 +57,8 @@ class OwnerGate {
 
  private:
   friend class GateSitting;
-  OwnerProof accept(OwnerPurpose purpose, ProofKind kind);
+  /// Of a right try that was begun in `sitting`.
+  void accept(GateAnswer& answer, OwnerPurpose purpose, ProofKind kind, std::uint64_t sitting);
   /// Lets a wrong try be answered once its record is on disk: what a person was told has happened
   /// must not be undone by pulling the plug. A disk that takes nothing keeps nobody waiting for
   /// long; the count of the lock-out is on disk before all this.
@@ -94,8 +106,8 @@ class GateSitting {
 
  private:
   void tryWith(WrongTry which, SecretText entered, Done done);
-  GateAnswer answerFor(WrongTry which, const SecretCheck& check);
-  GateAnswer answerFor(FingerprintCheck::Answer given);
+  GateAnswer answerFor(WrongTry which, const SecretCheck& check, std::uint64_t begun);
+  GateAnswer answerFor(FingerprintCheck::Answer given, std::uint64_t begun);
 
   OwnerGate& gate_;
   OwnerPurpose purpose_;

@@ -102,6 +102,19 @@ TEST_F(OwnerGateTest, AClosedSittingCannotHideAWrongTryNorActOnARightOne) {
   EXPECT_EQ(sink.open, 1);
 }
 
+TEST_F(OwnerGateTest, ARightTryThatALockOvertookProvesNothing) {
+  GateAnswer said;
+  worker.hold();
+  window->tryPin(SecretText("4711"), [&](GateAnswer answer) { said = std::move(answer); });
+  ++sink.locks;
+  worker.release();
+  time.run();
+  EXPECT_EQ(said.message, "The screen was locked meanwhile. Try again.");
+  EXPECT_FALSE(said.proof);
+  EXPECT_TRUE(sink.proofs.empty() && sink.wrong.empty());
+  EXPECT_EQ(tryPin(*window, "4711").outcome, Outcome::right);
+}
+
 TEST_F(OwnerGateTest, AWrongTryIsAnsweredOnceRecordedOrAfterABoundedWait) {
   sink.diskWorks = false;
   std::string said;

@@ -160,11 +160,13 @@ void SecretStore::startPinSave(const std::shared_ptr<SecretText>& pin, bool prov
                                const std::function<void(PinSaved)>& done) {
   auto outcome = std::make_shared<PinSaved>(PinSaved::failed);
   runOnWorker(
-      [work = work_, pin, proved, outcome] {
-        if (!proved && work->pinMayBeSet()) {
+      [work = work_, pin, proved, outcome, now = standing()] {
+        if (proved) {
+          *outcome = work->savePin(*pin);
+        } else if (now.guardOn) {
           *outcome = PinSaved::needsProof;
-        } else if (work->savePin(*pin)) {
-          *outcome = PinSaved::saved;
+        } else {
+          *outcome = work->savePinUnproved(*pin, now.replacingUnreadablePIN);
         }
       },
       [this, outcome, done]() -> Task {
@@ -196,8 +198,8 @@ void SecretStore::startAnswerSave(const std::string& question,
                                   const std::function<void(AnswerSaved)>& done) {
   auto outcome = std::make_shared<AnswerSaved>(AnswerSaved::failed);
   runOnWorker(
-      [work = work_, question, answer, proved, outcome] {
-        if (!proved && work->pinMayBeSet()) {
+      [work = work_, question, answer, proved, outcome, on = standing().guardOn] {
+        if (!proved && (on || work->pinMayBeSet())) {
           *outcome = AnswerSaved::needsProof;
         } else if (work->saveAnswer(question, *answer)) {
           *outcome = AnswerSaved::saved;

@@ -32,6 +32,11 @@ class SecretWork;
 /// `items`, `crypto` and `random` are used from the worker, which must be drained before they go.
 class SecretStore final : public OwnerSecrets {
  public:
+  /// What saving without a proof depends on besides the records.
+  struct Standing {
+    bool guardOn = false;  ///< then nothing is saved without one, whatever became of the records
+    bool replacingUnreadablePIN = false;  ///< the owner asked for that
+  };
   struct Services {
     KeychainItems& items;
     Crypto& crypto;
@@ -42,6 +47,7 @@ class SecretStore final : public OwnerSecrets {
     WorkerQueue& worker;
     Log log;
     std::string locale;  ///< ICU name of the owner's locale; see `currentLocale`
+    std::function<Standing()> standing = {};  ///< asked at each save; empty: off
   };
 
   explicit SecretStore(Services services);
@@ -59,7 +65,8 @@ class SecretStore final : public OwnerSecrets {
   /// The question as last read or saved; empty when there is none.
   const std::string& question() const { return question_; }
 
-  /// Without a proof only as long as no PIN is set.
+  /// Without a proof only while off, and as long as no PIN is set or the one there is is being
+  /// replaced because its record can't be read.
   void savePin(SecretText pin, SecretText repeat, const OwnerProof* proof,
                std::function<void(PinSaved)> done);
   /// Saves the answer together with its question, or leaves both as they were.
@@ -88,6 +95,7 @@ class SecretStore final : public OwnerSecrets {
   Lockout& lockout(SecretKind which) { return which == SecretKind::pin ? pin_ : answer_; }
   void begin(const std::shared_ptr<Try>& attempt);
   SecretCheck settle(const Try& attempt);
+  Standing standing() const { return services_.standing ? services_.standing() : Standing(); }
   void startPinSave(const std::shared_ptr<SecretText>& pin, bool proved,
                     const std::function<void(PinSaved)>& done);
   void startAnswerSave(const std::string& question, const std::shared_ptr<SecretText>& answer,

@@ -157,6 +157,38 @@ TEST_F(SecretStoreTest, APinIsSavedOnlyWhenItIsGoodAndTheOwnerAgrees) {
   EXPECT_EQ(preferences.boolean(onboardedKey), true);
 }
 
+TEST_F(SecretStoreTest, WithoutAProofNothingIsSavedWhileOnAndAnUnreadablePinOnlyReplacedOnRequest) {
+  enum { readable, unreadable, gone };
+  const struct {
+    SecretStore::Standing standing;
+    int record;
+    PinSaved outcome;
+  } rows[] = {{{.replacingUnreadablePIN = true}, readable, PinSaved::needsProof},
+              {{}, unreadable, PinSaved::needsProof},
+              {{.guardOn = true, .replacingUnreadablePIN = true}, unreadable, PinSaved::needsProof},
+              {{.guardOn = true}, gone, PinSaved::needsProof},
+              {{}, gone, PinSaved::saved},
+              {{.replacingUnreadablePIN = true}, unreadable, PinSaved::saved}};
+  SecretStore::Standing standing;
+  auto with = services();
+  with.standing = [&] { return standing; };
+  SecretStore store(std::move(with));
+  for (const auto& row : rows) {
+    standing = row.standing;
+    if (row.record == gone) items.remove("guard.pin");
+    keychain.failNextRead(row.record == unreadable ? authFailed : 0);
+    const bool replaced = row.record == unreadable && row.outcome == PinSaved::saved;
+    keychain.failNextWrite(replaced ? io : 0);
+    PinSaved outcome = PinSaved::failed;
+    store.savePin(SecretText("4712"), SecretText("4712"), nullptr,
+                  [&](PinSaved saved) { outcome = saved; });
+    time.run();
+    EXPECT_EQ(outcome, row.outcome) << &row - rows;
+  }
+  EXPECT_TRUE(lines.has("pin replaced: the record before it could not be read (-25293)"));
+  EXPECT_EQ(pin("4712"), CheckOutcome::right) << "deleted and written anew";
+}
+
 class SecretAnswerTest : public OwnerFixture {
  protected:
   std::string text(AnswerSaved outcome) { return std::string(secret_texts::answerSaved(outcome)); }

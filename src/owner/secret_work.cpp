@@ -54,9 +54,23 @@ bool SecretWork::pinMayBeSet() {
   return presenceOf(secret_names::pin).state != SecretState::notSet;
 }
 
-bool SecretWork::savePin(const SecretText& pin) {
+PinSaved SecretWork::savePin(const SecretText& pin) {
   const auto record = buildRecord(crypto_, random_, pin.view());
-  return record && items_.write(secret_names::pin, *record) == success;
+  const bool saved = record && items_.write(secret_names::pin, *record) == success;
+  return saved ? PinSaved::saved : PinSaved::failed;
+}
+
+PinSaved SecretWork::savePinUnproved(const SecretText& pin, bool replacing) {
+  const Presence before = presenceOf(secret_names::pin);
+  if (before.state == SecretState::notSet) return savePin(pin);
+  if (before.state != SecretState::unreadable || !replacing) return PinSaved::needsProof;
+  // A keychain that lets nobody read an item may not let anybody change it either, but delete it.
+  PinSaved saved = savePin(pin);
+  if (saved != PinSaved::saved && items_.remove(secret_names::pin) == success) saved = savePin(pin);
+  if (saved == PinSaved::saved) {
+    log_.notice("pin replaced: the record before it could not be read (%{public}d)", before.code);
+  }
+  return saved;
 }
 
 bool SecretWork::saveAnswer(const std::string& question, const SecretText& normalisedAnswer) {

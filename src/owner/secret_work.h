@@ -38,7 +38,9 @@ class SecretWork {
 
   /// Whether a PIN is there, or may be.
   bool pinMayBeSet();
-  bool savePin(const SecretText& pin);
+  PinSaved savePin(const SecretText& pin);
+  /// Only where none is set. `replacing`: or in place of one whose record can't be read.
+  PinSaved savePinUnproved(const SecretText& pin, bool replacing);
   /// On failure the question that was there is put back.
   bool saveAnswer(const std::string& question, const SecretText& normalisedAnswer);
 

@@ -29,6 +29,7 @@ struct RecordingSink final : ProofSink {
     if (onProved) onProved();
   }
   bool ownerProved() const override { return kept; }
+  std::uint64_t sitting() const override { return locks; }
   void wrongTry(WrongTry which) override { wrong.push_back(which); }
   void whenRecorded(std::function<void()> done) override {
     if (diskWorks) done();
@@ -40,6 +41,7 @@ struct RecordingSink final : ProofSink {
   std::vector<WrongTry> wrong;
   std::function<void()> onProved;
   bool kept = false;
+  std::uint64_t locks = 0;
   bool diskWorks = true;
   int open = 0;
 };

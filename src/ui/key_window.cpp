@@ -6,6 +6,7 @@
 #include "owner/secret_texts.h"
 #include "ui/onboarding.h"
 #include "ui/owner_check_dialog.h"
+#include "ui/secrets_form.h"
 #include "ui/texts.h"
 
 namespace brindle {
@@ -51,25 +52,43 @@ QWidget* KeyWindow::guardPage() {
   notice_->setAlignment(Qt::AlignHCenter);
   switch_ = new QPushButton;
   again_ = new QPushButton(translated("Try again"));
-  for (QWidget* each : std::initializer_list<QWidget*>{state_, notice_, switch_, again_}) {
+  replace_ = new QPushButton(translated("Choose a new PIN…"));
+  for (QWidget* each :
+       std::initializer_list<QWidget*>{state_, notice_, switch_, again_, replace_}) {
     column->addWidget(each);
   }
   connect(switch_, &QPushButton::clicked, this, &KeyWindow::switchGuard);
   connect(again_, &QPushButton::clicked, this, [this] { store_.askAgain(); });
+  connect(replace_, &QPushButton::clicked, this, &KeyWindow::replacePin);
   return page;
 }
 
-void KeyWindow::startOnboarding() {
-  auto* dialog = new Onboarding(this, parts_.settings.secrets, parts_.askForCamera);
+void KeyWindow::followOnboarding() {
+  const bool wanted = store_.secretsFlow().onboardingUnderWay();
+  if (wanted == static_cast<bool>(onboarding_)) return;
+  if (!wanted) {
+    onboarding_->close();
+    return;
+  }
+  onboarding_ = new Onboarding(this, parts_.settings.secrets,
+                               store_.secretsFlow().resumesOnboarding(), parts_.askForCamera);
+  connect(onboarding_, &QDialog::finished, this, [this] { store_.endOnboarding(); });
+  onboarding_->show();
+  onboarding_->activateWindow();
+}
+
+void KeyWindow::replacePin() {
+  if (!store_.beginReplacingPIN()) return;
+  auto* dialog = new PinDialog(this, parts_.settings.secrets, std::nullopt, [] {});
+  connect(dialog, &QObject::destroyed, [&store = store_] { store.endReplacingPIN(); });
   dialog->show();
-  dialog->activateWindow();
 }
 
 void KeyWindow::switchGuard() {
   if (store_.armed()) {
     store_.requestTurnOff();
   } else if (store_.pinState() == SecretState::notSet) {
-    startOnboarding();
+    store_.beginOnboarding();
   } else {
     store_.turnOn(ArmSource::owner());
   }
@@ -86,6 +105,9 @@ QString KeyWindow::noticeText() const {
   }
   QStringList notices;
   if (store_.stateNotice()) notices << shown(*store_.stateNotice());
+  if (store_.secretsFlow().secretAnswerRequested()) {
+    notices << translated("Add a secret question in the settings, for the day you forget the PIN.");
+  }
   if (parts_.settings.secrets.keychainMayAsk()) notices << shown(secret_texts::keychainWillAsk());
   if (const std::string problem = parts_.lockSourceProblem(); !problem.empty()) {
     notices << shown(problem);
@@ -99,6 +121,8 @@ void KeyWindow::refresh() {
   notice_->setVisible(!notice_->text().isEmpty());
   again_->setVisible(store_.turnOnRefused());
   again_->setEnabled(!store_.askingAgain());
+  replace_->setVisible(store_.stillCantRead() && store_.pinUnreadable() && !store_.armed());
+  followOnboarding();
   if (store_.armed()) {
     switch_->setText(shown("Turn Brindle off…"));
   } else if (store_.pinState() == SecretState::notSet) {

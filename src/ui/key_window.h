@@ -1,6 +1,8 @@
 #pragma once
 
+#include <QDialog>
 #include <QLabel>
+#include <QPointer>
 #include <QPushButton>
 #include <QTabWidget>
 #include <QWidget>
@@ -25,14 +27,16 @@ class KeyWindow : public QWidget {
 
   enum class Page { guard, history, settings };
   void show(Page page);
-  /// Asks a new owner for PIN and question.
-  void startOnboarding();
   SettingsPage& settings() { return *settings_; }
 
  private:
   QWidget* guardPage();
   void refresh();
   void switchGuard();
+  /// Shows the first steps for as long as the store wants them.
+  void followOnboarding();
+  /// A new PIN in place of one whose record can't be read.
+  void replacePin();
   QString noticeText() const;
 
   Parts parts_;
@@ -43,6 +47,8 @@ class KeyWindow : public QWidget {
   QLabel* notice_ = nullptr;
   QPushButton* switch_ = nullptr;
   QPushButton* again_ = nullptr;
+  QPushButton* replace_ = nullptr;
+  QPointer<QDialog> onboarding_;
   Subscription changes_;
 };
 

@@ -21,7 +21,8 @@ QLabel* paragraph(const QString& text) {
 
 }  // namespace
 
-Onboarding::Onboarding(QWidget* parent, SecretStore& secrets, std::function<void()> done)
+Onboarding::Onboarding(QWidget* parent, SecretStore& secrets, bool answerSaved,
+                       std::function<void()> done)
     : QDialog(parent),
       secrets_(secrets),
       done_(std::move(done)),
@@ -30,7 +31,8 @@ Onboarding::Onboarding(QWidget* parent, SecretStore& secrets, std::function<void
       question_(new QLineEdit),
       answer_(newSecretField(translated("Answer"))),
       answerRepeat_(newSecretField(translated("The answer again"))),
-      message_(paragraph({})) {
+      message_(paragraph({})),
+      answerSaved_(answerSaved) {
   setAttribute(Qt::WA_DeleteOnClose);
   setWindowTitle(translated("Welcome to Brindle"));
   setMinimumWidth(460);
@@ -52,6 +54,13 @@ Onboarding::Onboarding(QWidget* parent, SecretStore& secrets, std::function<void
   form->addRow(buttons);
   connect(buttons, &QDialogButtonBox::accepted, this, [this] { save(); });
   connect(buttons, &QDialogButtonBox::rejected, this, &QDialog::reject);
+  if (!answerSaved_) return;
+  question_->setText(plainText(secrets_.question()));
+  closeAnswer();
+}
+
+void Onboarding::closeAnswer() {
+  for (QLineEdit* field : {question_, answer_, answerRepeat_}) field->setEnabled(false);
 }
 
 void Onboarding::save() {
@@ -67,9 +76,7 @@ void Onboarding::saveAnswer() {
                           return say(secret_texts::answerSaved(outcome), answer_);
                         }
                         answerSaved_ = true;
-                        for (QLineEdit* field : {question_, answer_, answerRepeat_}) {
-                          field->setEnabled(false);
-                        }
+                        closeAnswer();
                         savePin();
                       }));
 }

@@ -14,13 +14,15 @@ namespace brindle {
 /// next start asks again.
 class Onboarding : public QDialog {
  public:
-  Onboarding(QWidget* parent, SecretStore& secrets, std::function<void()> done);
+  /// `answerSaved`: an earlier run got as far as the answer, so only the PIN is asked for.
+  Onboarding(QWidget* parent, SecretStore& secrets, bool answerSaved, std::function<void()> done);
 
  private:
   void save();
   /// Once a PIN is set an answer takes the owner's proof, so it is saved first.
   void saveAnswer();
   void savePin();
+  void closeAnswer();
   void say(std::string_view message, QLineEdit* next);
 
   SecretStore& secrets_;
@@ -31,7 +33,7 @@ class Onboarding : public QDialog {
   QLineEdit* answer_;
   QLineEdit* answerRepeat_;
   QLabel* message_;
-  bool answerSaved_ = false;
+  bool answerSaved_;
   Lifetime lifetime_;
 };
 

@@ -101,21 +101,24 @@ void SettingsPage::addDeletion(QLayout* layout) {
 }
 
 void SettingsPage::changePin() {
-  guarded(parts_.store.pinIsSet(), [this](const OwnerProof* proof) {
-    auto* dialog =
-        new PinDialog(window(), parts_.secrets, proof ? std::optional(*proof) : std::nullopt,
-                      [this] { refresh(); });
-    dialog->show();
+  // While on, a PIN whose record has vanished is no reason to let anybody choose one.
+  const bool free = parts_.store.pinState() == SecretState::notSet && !parts_.store.armed();
+  guarded(!free, [this](const OwnerProof* proof) {
+    showSecrets(new PinDialog(window(), parts_.secrets,
+                              proof ? std::optional(*proof) : std::nullopt, [this] { refresh(); }),
+                proof != nullptr);
   });
 }
 
 void SettingsPage::changeAnswer() {
-  guarded(parts_.store.pinIsSet(), [this](const OwnerProof* proof) {
-    auto* dialog =
-        new AnswerDialog(window(), parts_.secrets, proof ? std::optional(*proof) : std::nullopt,
-                         [this] { refresh(); });
-    dialog->show();
+  guarded(true, [this](const OwnerProof* proof) {
+    showSecrets(new AnswerDialog(window(), parts_.secrets, *proof, [this] { refresh(); }), true);
   });
+}
+
+void SettingsPage::showSecrets(QDialog* dialog, bool proved) {
+  if (proved) provedDialog_ = dialog;
+  dialog->show();
 }
 
 void SettingsPage::guarded(bool needed, std::function<void(const OwnerProof*)> act) {
@@ -130,6 +133,9 @@ void SettingsPage::guarded(bool needed, std::function<void(const OwnerProof*)> a
 void SettingsPage::applyDelay() {
   const std::int64_t wanted = delay_->value();
   if (wanted == parts_.store.alertDelay()) return;
+  // Until it is stored the old one holds; a field that loses its focus to the owner check must not
+  // ask a second time.
+  delay_->setValue(static_cast<int>(parts_.store.alertDelay()));
   guarded(parts_.store.armed(), [this, wanted](const OwnerProof* proof) {
     if (!parts_.store.setAlertDelay(wanted, proof)) say(translated("That could not be saved."));
     refresh();
@@ -137,6 +143,7 @@ void SettingsPage::applyDelay() {
 }
 
 void SettingsPage::refresh() {
+  if (provedDialog_ && !parts_.store.ownerProved()) provedDialog_->close();
   pin_->setText(parts_.store.pinIsSet() ? translated("Change the PIN…")
                                         : translated("Choose a PIN…"));
   answer_->setText(parts_.store.hasSecretAnswer() ? translated("Change the secret answer…")

@@ -1,7 +1,9 @@
 #pragma once
 
 #include <QCheckBox>
+#include <QDialog>
 #include <QLabel>
+#include <QPointer>
 #include <QPushButton>
 #include <QSpinBox>
 #include <QWidget>
@@ -37,6 +39,7 @@ class SettingsPage : public QWidget {
   void addCamera(QLayout* layout);
   void addDeletion(QLayout* layout);
   void refresh();
+  void showSecrets(QDialog* dialog, bool proved);
   void applyDelay();
   /// Runs `act` with a proof when one is needed, else with none.
   void guarded(bool needed, std::function<void(const OwnerProof*)> act);
@@ -49,6 +52,7 @@ class SettingsPage : public QWidget {
   QCheckBox* atLogin_ = nullptr;
   QLabel* camera_ = nullptr;
   QLabel* message_ = nullptr;
+  QPointer<QDialog> provedDialog_;  ///< holds a proof, so it closes when the proof is forgotten
   Subscription changes_;
 };
 

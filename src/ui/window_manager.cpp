@@ -10,16 +10,7 @@ WindowManager::WindowManager(Parts parts)
       menuBar_(store_, [this](MenuContent::Action action) { chosen(action); }) {
   changes_ = store_.onChange([this] { follow(); });
   if (!menuBar_.available()) openFullWindow();  // then the window is the only way in
-  welcome();
-}
-
-/// The keychain answers some time after the start; only then is it known that nobody set anything
-/// up.
-void WindowManager::welcome() {
-  if (welcomed_ || store_.pinState() != SecretState::notSet) return;
-  welcomed_ = true;
-  openFullWindow();
-  window_->startOnboarding();
+  follow();
 }
 
 void WindowManager::openFullWindow(KeyWindow::Page page) {
@@ -60,7 +51,6 @@ void WindowManager::chosen(MenuContent::Action action) {
 void WindowManager::follow() {
   // The keychain's first answer comes later than this program's first window.
   if (store_.secretsFlow().onboardingUnderWay() && !window_) openFullWindow();
-  welcome();
   if (!store_.turnOffRequested() || turnOffCheck_) {
     if (!store_.turnOffRequested() && turnOffCheck_) turnOffCheck_->close();
     return;

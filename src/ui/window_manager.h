@@ -33,7 +33,6 @@ class WindowManager {
  private:
   void chosen(MenuContent::Action action);
   void follow();
-  void welcome();
 
   Parts parts_;
   NightjarStore& store_;
@@ -41,7 +40,6 @@ class WindowManager {
   std::unique_ptr<KeyWindow> window_;
   GuardedWindow guarded_;
   MenuBar menuBar_;
-  bool welcomed_ = false;
   QPointer<OwnerCheckDialog> turnOffCheck_;
   QPointer<OwnerCheckDialog> quitCheck_;
   Subscription changes_;

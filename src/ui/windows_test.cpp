@@ -187,13 +187,43 @@ TEST_F(WindowsTest, GuardPageSaysWhyItStaysOffAndWhatItCannotNotice) {
   EXPECT_TRUE(seen<QLabel>("The keyring is a file."));
 }
 
+TEST_F(WindowsTest, APinThatCannotBeReadIsReplacedOnlyAfterAskingAgain) {
+  openWindow();
+  secrets.now.pin = SecretState::unreadable;
+  store->turnOn(ArmSource::owner());
+  settle();
+  EXPECT_FALSE(seen<QPushButton>("Choose a new PIN…"));
+  press("Try again");
+  press("Choose a new PIN…");
+  EXPECT_TRUE(store->secretsFlow().replacingUnreadablePIN());
+  ASSERT_TRUE(seen<QLineEdit>("New PIN"));
+  press("Cancel");
+  EXPECT_FALSE(store->secretsFlow().replacingUnreadablePIN());
+}
+
+TEST_F(WindowsTest, SettingsAskForAProofAndForgetItWithTheLock) {
+  turnOn();
+  secrets.now = {SecretState::notSet, SecretState::notSet};
+  store->askAgain();  // the record has vanished while on
+  openWindow();
+  window->show(KeyWindow::Page::settings);
+  settle();
+  press("Choose a PIN…");
+  EXPECT_FALSE(seen<QLineEdit>("New PIN"));
+  enterPin(pinText);
+  EXPECT_TRUE(seen<QLineEdit>("New PIN"));
+  lock();
+  settle();
+  EXPECT_FALSE(seen<QLineEdit>("New PIN")) << "a proof does not outlive the lock in a dialog";
+}
+
 /// Nobody has set anything up yet.
 class OnboardingTest : public WindowsTest {
  protected:
   void SetUp() override {
+    secrets.now = {SecretState::notSet, SecretState::notSet};
     GuardFixture::SetUp();
     gate = std::make_unique<OwnerGate>(keeper, *store, noFingerprint, scheduler);
-    secrets.now = {SecretState::notSet, SecretState::notSet};
   }
   void fill(std::initializer_list<std::pair<const char*, const char*>> fields) {
     for (const auto& [name, text] : fields) {
@@ -206,7 +236,6 @@ class OnboardingTest : public WindowsTest {
 
 TEST_F(OnboardingTest, SavesTheAnswerOnceAndThenAPinThatIsGoodEnough) {
   openWindow();
-  window->startOnboarding();
   fill({{"New PIN", "1234"}, {"The PIN again", "1234"}, {"Question", "First pet?"}});
   fill({{"Answer", "Rex"}, {"The answer again", "Rix"}});
   press("Save");
