@@ -41,7 +41,10 @@ InstanceLock::Outcome InstanceLock::take(const std::string& path) {
     problem_ = *why;
     return Outcome::failed;
   }
-  Descriptor file(open(path.c_str(), O_RDWR | O_CREAT | O_CLOEXEC | O_NOFOLLOW, 0600));
+  constexpr int flags = O_CLOEXEC | O_NOFOLLOW;
+  Descriptor file(open(path.c_str(), O_RDWR | O_CREAT | flags, 0600));
+  // A disk that became read-only is no reason to leave the machine unguarded.
+  if (!file && errno == EROFS) file = Descriptor(open(path.c_str(), O_RDONLY | flags));
   if (!file) {
     problem_ = reason("cannot open", path);
     return Outcome::failed;
