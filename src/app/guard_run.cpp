@@ -4,6 +4,8 @@
 #include <cstdio>
 #include <thread>
 
+#include "platform/posix/files_posix.h"
+
 namespace brindle {
 namespace {
 
@@ -41,10 +43,17 @@ void GuardRun::onQuit(std::function<void(int)> leave) {
 }
 
 void GuardRun::start(std::function<void()> started) {
+  // A killed run may have left half-written files, photos of people among them. This one has the
+  // instance lock, so nobody is writing them now.
+  PosixFiles files(paths_.data);
+  for (const char* folder : {"", "/photos"}) {
+    static_cast<void>(files.removeLeftovers(paths_.data + folder));  // the next start tries again
+  }
   app_.start([this, started = std::move(started)] {
     // Only now: a command must not meet a store that has not read its history.
     if (const auto why = socket_.listen(paths_.socketFile())) {
       log_.notice("socket: not there: %{private}s", *why);
+      std::fprintf(stderr, "brindle: no command can reach this guard: %s\n", why->c_str());
     }
     started();
   });

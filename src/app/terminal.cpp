@@ -7,10 +7,12 @@
 #include <cerrno>
 #include <cstdio>
 
+#include "app/command_message.h"
+
 namespace brindle {
 namespace {
 
-constexpr std::size_t longestLine = 4096;
+constexpr std::size_t longestLine = command_protocol::longestSecret;
 
 /// Reads byte by byte: a buffered stream would keep a copy of what was typed. Longer lines are cut
 /// off where they get too long for any use. Nothing at the end of input.
