@@ -4,6 +4,7 @@
 #include <QApplication>
 #include <QSocketNotifier>
 #include <cstdio>
+#include <cstdlib>
 #include <memory>
 
 #include "app/guard_run.h"
@@ -51,6 +52,15 @@ std::unique_ptr<QSocketNotifier> join(MainLoop& loop) {
   return ready;
 }
 
+const AppDelegate* running = nullptr;
+
+/// The window toolkit calls exit() when its display drops it, and other programs can make the
+/// display do that. To the keeper an exit is the end for good, so this one has to look like the
+/// crash that it is.
+void crashUnlessAsked() {
+  if (running && !running->quitting()) std::abort();
+}
+
 int runDesktop(QApplication& qt, NativeServices& services, const AppPaths& paths) {
   std::optional<CoverFlash> flash;
   GuardRun run(services, paths, windowReport(),
@@ -67,7 +77,9 @@ int runDesktop(QApplication& qt, NativeServices& services, const AppPaths& paths
       windows->askForQuit([](const OwnerProof&) {});
     };
   });
+  running = &run.app().appDelegate();
   const int exitCode = QApplication::exec();
+  running = nullptr;
   flash->follow(nullptr);
   return exitCode;
 }
@@ -76,6 +88,7 @@ int runDesktop(QApplication& qt, NativeServices& services, const AppPaths& paths
 
 int main(int argc, char** argv) {
   harden();
+  std::atexit(crashUnlessAsked);
   if (!hasWindowSystem()) {
     std::fputs("brindle: no window system here; \"brindle guard\" works without one\n", stderr);
     return exit_code::failed;

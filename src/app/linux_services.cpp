@@ -129,7 +129,9 @@ bool hasWindowSystem() {
     const char* value = std::getenv(variable);
     return value && *value;
   };
-  return set("DISPLAY") || set("WAYLAND_DISPLAY") || set("QT_QPA_PLATFORM");
+  if (set("WAYLAND_DISPLAY") || set("QT_QPA_PLATFORM")) return true;
+  // A name alone proves nothing: after a log out it is left over, and the toolkit would crash.
+  return set("DISPLAY") && x11Answers();
 }
 
 std::string ownProgram(const std::string& name) {

@@ -6,6 +6,10 @@
 
 namespace brindle {
 
+/// The X server that this process would use takes connections. Waits a moment for one that starts
+/// anew. Blocking.
+bool x11Answers();
+
 /// A white X11 window. The connection to the X server lives only as long as the window is shown.
 class X11FlashWindow final : public FlashWindow {
  public:
