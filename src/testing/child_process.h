@@ -2,9 +2,12 @@
 
 #include <signal.h>
 #include <spawn.h>
+#include <sys/stat.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
+#include <fstream>
+#include <memory>
 #include <string>
 #include <vector>
 
@@ -49,6 +52,19 @@ class ChildProcess {
 /// Runs a line of bash, which sees the functions that the place around the test exports.
 inline int bash(const std::string& line) {
   return ChildProcess({"bash", "-c", line + " >/dev/null"}).wait();
+}
+
+/// A program that writes a word into descriptor 3 once it is ready, after which this returns.
+/// `folder` keeps the pipe.
+inline std::pair<std::unique_ptr<ChildProcess>, std::string> readyProgram(const std::string& folder,
+                                                                          const std::string& line) {
+  const std::string pipe = folder + "/ready";
+  mkfifo(pipe.c_str(), 0600);
+  auto program = std::make_unique<ChildProcess>(
+      std::vector<std::string>{"bash", "-c", "exec " + line + " 3>" + pipe + " 2>/dev/null"});
+  std::string said;
+  std::ifstream(pipe) >> said;
+  return {std::move(program), said};
 }
 
 }  // namespace brindle

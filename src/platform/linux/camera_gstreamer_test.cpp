@@ -2,7 +2,6 @@
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
-#include <poll.h>
 #include <unistd.h>
 
 #include <chrono>
@@ -12,8 +11,8 @@
 #include "platform/contract/camera_contract.h"
 #include "platform/linux/exposure_watch.h"
 #include "platform/linux/image_jpeg.h"
-#include "platform/linux/scheduler_linux.h"
 #include "platform/posix/worker_queue_thread.h"
+#include "testing/linux_loop.h"
 #include "testing/temporary_folder.h"
 
 namespace brindle {
@@ -107,16 +106,7 @@ class Loop {
   LinuxScheduler scheduler;
   ThreadWorkerQueue queue{scheduler, "brindle.camera"};
 
-  template <class Condition>
-  bool runUntil(Condition condition) {
-    const auto limit = std::chrono::steady_clock::now() + 10s;
-    while (!condition() && std::chrono::steady_clock::now() < limit) {
-      pollfd ready{scheduler.fd(), POLLIN, 0};
-      ::poll(&ready, 1, 20);
-      scheduler.processReady();
-    }
-    return condition();
-  }
+  bool runUntil(const std::function<bool()>& done) { return brindle::runUntil(scheduler, done); }
 };
 
 class GstreamerCameras : public Loop {

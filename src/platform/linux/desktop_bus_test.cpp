@@ -1,4 +1,3 @@
-#include <fcntl.h>
 #include <gtest/gtest.h>
 #include <sdbus-c++/sdbus-c++.h>
 
@@ -20,6 +19,7 @@
 #include "testing/child_process.h"
 #include "testing/linux_loop.h"
 #include "testing/recording_log.h"
+#include "testing/temporary_folder.h"
 
 // The desktop's services as private processes see them: a bus daemon of the test's own, and peers
 // that answer on it from a thread of their own.
@@ -29,35 +29,23 @@ namespace {
 class PrivateBus {
  public:
   PrivateBus() {
-    char folder[] = "/tmp/brindle-bus-XXXXXX";
-    folder_ = mkdtemp(folder);
     setenv("DBUS_SESSION_BUS_ADDRESS", address().c_str(), 1);
     setenv("DBUS_SYSTEM_BUS_ADDRESS", "unix:path=/nonexistent", 1);
-    setenv("XDG_DATA_DIRS", folder_.c_str(), 1);
+    setenv("XDG_DATA_DIRS", folder().c_str(), 1);
     start();
   }
-  ~PrivateBus() {
-    stop();
-    std::filesystem::remove_all(folder_);
-  }
-  std::string address() const { return "unix:path=" + folder_ + "/bus"; }
-  const std::string& folder() const { return folder_; }
-  /// Ready when it has printed its address into the pipe.
+  std::string address() const { return "unix:path=" + (folder_ / "bus"); }
+  const std::string& folder() const { return folder_.path(); }
   void start() {
-    const std::string ready = folder_ + "/ready";
-    mkfifo(ready.c_str(), 0600);
-    daemon_ = std::make_unique<ChildProcess>(
-        std::vector<std::string>{"bash", "-c",
-                                 "exec dbus-daemon --config-file=" BRINDLE_PEERS
-                                 "/bus.conf --nofork --nopidfile --address=" +
-                                     address() + " --print-address=3 3>" + ready + " 2>/dev/null"});
-    std::string line;
-    std::getline(std::ifstream(ready) >> std::ws, line);
+    daemon_ = readyProgram(folder(), "dbus-daemon --config-file=" BRINDLE_PEERS
+                                     "/bus.conf --nofork --nopidfile --print-address=3 --address=" +
+                                         address())
+                  .first;
   }
   void stop() { daemon_.reset(); }
 
  private:
-  std::string folder_;
+  TemporaryFolder folder_;
   std::unique_ptr<ChildProcess> daemon_;
 };
 

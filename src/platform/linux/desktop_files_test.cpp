@@ -62,40 +62,42 @@ TEST(LinuxLoginItemTest, TheEntryAndTheUnitNameTheProgramExactly) {
   EXPECT_EQ(backend.item.status(), LoginItem::Status::disabled);
 }
 
-class KeyringChoiceTest : public testing::Test {
- protected:
-  KeyringKind choose(bool serviceSeen) {
-    return chooseKeyring(preferences, files, "/data/keyring", serviceSeen, Log(lines));
+TEST(KeyringChoiceTest, FilesOnlyWhereNoServiceWasEverSeenAndTheChoiceIsRemembered) {
+  using enum KeyringKind;
+  const char* inFiles = "keyring: no Secret Service here, secrets are kept in private files";
+  const struct {
+    std::vector<bool> seen;
+    std::vector<KeyringKind> chosen;
+    bool forgetful, items;
+    std::vector<const char*> lines;
+  } rows[] = {
+      {{false, true}, {file, file}, false, false, {inFiles}},
+      {{true, false}, {secretService, secretService}, false, false, {}},
+      {{false, true},
+       {secretService, secretService},
+       true,
+       false,
+       {"keyring: the choice of files could not be remembered, so it is not made",
+        "keyring: could not remember that a Secret Service was seen"}},
+      {{true}, {file}, false, true, {inFiles}},  // items in files outlive lost preferences
+  };
+  for (const auto& row : rows) {
+    MemoryFiles files;
+    MemoryPreferences preferences;
+    RecordingLog lines;
+    preferences.setFailing(row.forgetful);
+    if (row.items) {
+      FileKeychain keychain(files, "/data/keyring");
+      ASSERT_EQ(keychain.write(KeychainStore::dataProtection, {"guard.pin", "owner"}, Bytes{1}), 0);
+    }
+    std::vector<KeyringKind> chosen;
+    for (const bool seen : row.seen) {
+      chosen.push_back(chooseKeyring(preferences, files, "/data/keyring", seen, Log(lines)));
+    }
+    EXPECT_EQ(chosen, row.chosen);
+    EXPECT_EQ(lines.size(), row.lines.size()) << lines.all();
+    for (const char* line : row.lines) EXPECT_TRUE(lines.has(line)) << line;
   }
-  MemoryFiles files;
-  MemoryPreferences preferences;
-  RecordingLog lines;
-};
-
-TEST_F(KeyringChoiceTest, FilesAreChosenOnceWhereNoServiceWasEverSeen) {
-  EXPECT_EQ(choose(false), KeyringKind::file);
-  EXPECT_EQ(choose(true), KeyringKind::file) << "the owner's items are in files by now";
-  EXPECT_EQ(lines.count("keyring: no Secret Service here, secrets are kept in private files"), 1U);
-}
-
-TEST_F(KeyringChoiceTest, AServiceOnceSeenIsNeverReplaced) {
-  EXPECT_EQ(choose(true), KeyringKind::secretService);
-  EXPECT_EQ(choose(false), KeyringKind::secretService);
-  EXPECT_EQ(lines.size(), 0U);
-}
-
-TEST_F(KeyringChoiceTest, AChoiceThatCannotBeRememberedIsNotMade) {
-  preferences.setFailing(true);
-  EXPECT_EQ(choose(false), KeyringKind::secretService);
-  EXPECT_TRUE(lines.has("keyring: the choice of files could not be remembered, so it is not made"));
-  EXPECT_EQ(choose(true), KeyringKind::secretService);
-  EXPECT_TRUE(lines.has("keyring: could not remember that a Secret Service was seen"));
-}
-
-TEST_F(KeyringChoiceTest, ItemsInFilesOutliveLostPreferences) {
-  FileKeychain keychain(files, "/data/keyring");
-  ASSERT_EQ(keychain.write(KeychainStore::dataProtection, {"guard.pin", "owner"}, Bytes{1}), 0);
-  EXPECT_EQ(choose(true), KeyringKind::file);
 }
 
 }  // namespace

@@ -108,36 +108,6 @@ TEST_F(PosixFilesTest, WhatACrashLeftIsHiddenReplacedOrRemoved) {
   EXPECT_EQ(text(files, folder / "state"), "whole");
 }
 
-// Every prefix of what was really asked of the system, on a disk that keeps no more than it must
-// and on one whose names run ahead of the content.
-TEST_F(PosixFilesTest, APowerCutAtAnyStepLeavesOneWholeDocument) {
-  const std::string home = folder / "Brindle";
-  const std::string path = home + "/state.json";
-  ASSERT_TRUE(files.makeFolder(home));
-  std::size_t returned[3] = {};
-  for (std::size_t i = 0; i < 3; ++i) {
-    ASSERT_TRUE(files.writeWhole(path, viewOf(std::string(1000 * (i + 1), 'x'))));
-    returned[i] = steps.size();
-  }
-  for (const auto survives :
-       {MemoryFiles::Survives::flushedOnly, MemoryFiles::Survives::allNames}) {
-    for (std::size_t cut = returned[0]; cut <= steps.size(); ++cut) {
-      MemoryFiles disk;
-      for (std::size_t at = 1; at != std::string::npos; at = home.find('/', at + 1)) {
-        ASSERT_TRUE(disk.makeFolder(home.substr(0, home.find('/', at + 1))));
-      }
-      for (std::size_t i = 0; i < cut; ++i) ASSERT_TRUE(disk.apply(steps[i]));
-      disk.crash(survives);
-      const auto content = disk.read(path);
-      ASSERT_TRUE(content) << "after step " << cut;
-      std::size_t newest = 0;
-      for (std::size_t i = 0; i < 3; ++i) newest = cut >= returned[i] ? i + 1 : newest;
-      EXPECT_GE(content->size(), 1000 * newest) << "lost what had returned, after step " << cut;
-      EXPECT_EQ(content->size() % 1000, 0u);
-    }
-  }
-}
-
 /// Runs in mounts of its own, so that a disk can be small, full or read-only.
 class PosixFilesOnMounts : public PosixFilesTest {
  protected:

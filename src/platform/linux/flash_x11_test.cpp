@@ -1,16 +1,11 @@
 #include "platform/linux/flash_x11.h"
 
-#include <fcntl.h>
-#include <signal.h>
-#include <spawn.h>
-#include <sys/wait.h>
-#include <unistd.h>
-
 #include <cstdlib>
 #include <memory>
-#include <string>
 
 #include "platform/contract/flash_window_contract.h"
+#include "testing/child_process.h"
+#include "testing/temporary_folder.h"
 
 // Last: its macros (None, Bool) get in the way of other headers.
 #include <X11/Xlib.h>
@@ -23,35 +18,18 @@ namespace {
 class PrivateDisplay {
  public:
   PrivateDisplay() {
-    int ends[2];
-    if (::pipe2(ends, O_CLOEXEC) != 0) return;
-    posix_spawn_file_actions_t actions;
-    posix_spawn_file_actions_init(&actions);
-    posix_spawn_file_actions_adddup2(&actions, ends[1], 3);
-    const char* const words[] = {"Xvfb",     "-displayfd", "3", "-nolisten",  "tcp",
-                                 "-noreset", "-screen",    "0", "640x480x24", nullptr};
-    ::posix_spawnp(&pid_, words[0], &actions, nullptr, const_cast<char**>(words), environ);
-    posix_spawn_file_actions_destroy(&actions);
-    ::close(ends[1]);
-    std::string number;  // comes in pieces, and the server insists on writing all of them
-    for (char digit = 0; ::read(ends[0], &digit, 1) == 1 && digit != '\n';) number += digit;
-    ::close(ends[0]);
-    ::setenv("DISPLAY", (":" + number).c_str(), 1);
+    std::string number;
+    std::tie(server_, number) = readyProgram(
+        folder_.path(), "Xvfb -displayfd 3 -nolisten tcp -noreset -screen 0 640x480x24");
     EXPECT_FALSE(number.empty()) << "Xvfb did not start";
+    ::setenv("DISPLAY", (":" + number).c_str(), 1);
   }
-  ~PrivateDisplay() {
-    kill();
-    ::unsetenv("DISPLAY");
-  }
-  void kill() {
-    if (pid_ <= 0) return;
-    ::kill(pid_, SIGKILL);
-    ::waitpid(pid_, nullptr, 0);
-    pid_ = 0;
-  }
+  ~PrivateDisplay() { ::unsetenv("DISPLAY"); }
+  void kill() { server_.reset(); }
 
  private:
-  pid_t pid_ = 0;
+  TemporaryFolder folder_;
+  std::unique_ptr<ChildProcess> server_;
 };
 
 using Connection = std::unique_ptr<Display, decltype(&XCloseDisplay)>;

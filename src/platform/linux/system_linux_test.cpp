@@ -19,27 +19,20 @@
 #include "platform/memory/files_memory.h"
 #include "platform/openssl/crypto_openssl.h"
 #include "platform/posix/worker_queue_thread.h"
+#include "testing/linux_loop.h"
+#include "testing/recording_log.h"
 
 namespace brindle {
 namespace {
 
 using std::chrono::hours;
 using std::chrono::milliseconds;
-using std::chrono::seconds;
 
 struct LinuxLoop {
   std::unique_ptr<LinuxScheduler> scheduler = std::make_unique<LinuxScheduler>();
   std::unique_ptr<WorkerQueue> queue = std::make_unique<ThreadWorkerQueue>(*scheduler, "test");
 
-  /// Waits on the one descriptor, as a window toolkit does.
-  bool runUntil(const std::function<bool()>& condition) {
-    const Duration giveUp = scheduler->awakeTime() + seconds(20);
-    while (!condition() && scheduler->awakeTime() < giveUp) {
-      pollfd waiting{scheduler->fd(), POLLIN, 0};
-      if (::poll(&waiting, 1, 20'000) == 1) scheduler->processReady();
-    }
-    return condition();
-  }
+  bool runUntil(const std::function<bool()>& done) { return brindle::runUntil(*scheduler, done); }
 };
 INSTANTIATE_TYPED_TEST_SUITE_P(Linux, SchedulerContract, LinuxLoop);
 INSTANTIATE_TYPED_TEST_SUITE_P(Linux, WorkerQueueContract, LinuxLoop);
@@ -54,9 +47,11 @@ INSTANTIATE_TYPED_TEST_SUITE_P(Linux, BootClockContract, ClockBackend);
 
 struct PreferencesBackend {
   MemoryFiles files;
-  std::optional<LinuxPreferences> all{std::in_place, files, "/home/owner/.config/Brindle"};
+  RecordingLog lines;
+  std::optional<LinuxPreferences> all{std::in_place, files, "/home/owner/.config/Brindle",
+                                      Log(lines)};
   Preferences& preferences() { return *all; }
-  void reopen() { all.emplace(files, "/home/owner/.config/Brindle"); }
+  void reopen() { all.emplace(files, "/home/owner/.config/Brindle", Log(lines)); }
   void fail(bool failing) {
     if (failing) return files.failAll({FileError::Kind::noSpace, ENOSPC});
     files.failNothing();
@@ -190,17 +185,19 @@ class LinuxPreferencesTest : public testing::Test {
     ASSERT_TRUE(files.writeWhole("/c/preferences.json", viewOf(document)));
   }
   MemoryFiles files;
+  RecordingLog lines;
 };
 
 TEST_F(LinuxPreferencesTest, ADamagedFileIsSetAsideAndNeverOverwritten) {
   for (const std::string_view damaged : {"", "{\"a\":1", "[1]", "null", "{\"a\":1}x"}) {
     put(damaged);
-    LinuxPreferences preferences(files, "/c");
+    LinuxPreferences preferences(files, "/c", Log(lines));
     EXPECT_EQ(preferences.keys("").size(), 0u);
     EXPECT_TRUE(preferences.report().answered);
     EXPECT_NE(preferences.report().detail.find("set aside"), std::string::npos);
     EXPECT_TRUE(preferences.set("fresh", true));
   }
+  EXPECT_EQ(lines.count("preferences are not JSON: defaults hold, the file was set aside"), 5u);
   EXPECT_EQ(files.list("/c")->size(), 6u);
   EXPECT_EQ(files.read("/c/preferences-unreadable-2.json"), bytesOf("{\"a\":1"));
 }
@@ -208,20 +205,23 @@ TEST_F(LinuxPreferencesTest, ADamagedFileIsSetAsideAndNeverOverwritten) {
 TEST_F(LinuxPreferencesTest, AFileThatCannotBeOpenedOrMovedStaysAsItIs) {
   put("{\"a\":1}");
   files.failNext(FileOp::read, {FileError::Kind::denied, EACCES});
-  LinuxPreferences closed(files, "/c");
+  LinuxPreferences closed(files, "/c", Log(lines));
   put("nonsense");
   files.failNext(FileOp::renameNew, {FileError::Kind::denied, EROFS});
-  LinuxPreferences stuck(files, "/c");
+  LinuxPreferences stuck(files, "/c", Log(lines));
   for (LinuxPreferences* each : {&closed, &stuck}) {
     EXPECT_FALSE(each->set("b", true));
     EXPECT_FALSE(each->report().answered);
   }
+  EXPECT_EQ(lines.line(0),
+            "preferences could not be read (13): defaults hold, nothing can be stored");
+  EXPECT_TRUE(lines.line(1).ends_with("the file was left in place, nothing can be stored"));
   EXPECT_EQ(files.read("/c/preferences.json"), bytesOf("nonsense"));
 }
 
 TEST_F(LinuxPreferencesTest, ValuesOfForeignKindsSpoilNothing) {
   put(R"({"list":[1],"none":null,"huge":18446744073709551615,"good":"yes"})");
-  const LinuxPreferences preferences(files, "/c");
+  const LinuxPreferences preferences(files, "/c", Log(lines));
   EXPECT_EQ(preferences.keys(""), std::vector<std::string>{"good"});
 }
 
