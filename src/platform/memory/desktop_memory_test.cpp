@@ -65,31 +65,5 @@ struct MemoryQuitBackend : Loop {
 };
 INSTANTIATE_TYPED_TEST_SUITE_P(Memory, QuitSenderContract, MemoryQuitBackend);
 
-TEST(MemoryKeychainTest, EachTroubleHasItsCodeAndHarmsNoItem) {
-  using namespace keychain_code;
-  const KeychainItem item{"guard.pin", "owner"};
-  const auto store = KeychainStore::dataProtection;
-  MemoryKeychain keychain;
-  ASSERT_EQ(keychain.write(store, item, Bytes{2}), success);
-  const auto all = [&](int code) {
-    EXPECT_EQ(keychain.read(store, item).code, code);
-    EXPECT_EQ(keychain.write(store, item, Bytes{3}), code);
-    EXPECT_EQ(keychain.remove(store, item), code);
-  };
-  keychain.setLocked(true);
-  all(interactionNotAllowed);
-  keychain.setDenied(true);
-  all(authFailed);
-  keychain.setGone(true);
-  all(notAvailable);
-  keychain.setGone(false);
-  keychain.failNextWrite(io);
-  EXPECT_EQ(keychain.write(store, item, Bytes{3}), io);
-  EXPECT_EQ(keychain.read(store, item).data, Bytes{2});
-  keychain.setAnswer(KeychainStore::legacy, userCanceled);
-  EXPECT_EQ(keychain.read(KeychainStore::legacy, item).code, userCanceled);
-  EXPECT_EQ(keychain.read(store, item).code, success);
-}
-
 }  // namespace
 }  // namespace brindle
