@@ -3,7 +3,6 @@
 #include <limits>
 
 #include "base/json_fields.h"
-#include "base/json_writer.h"
 
 namespace brindle {
 namespace {
@@ -41,56 +40,6 @@ TEST(JsonReadingTest, RefusesWhatIsNoDocument) {
     EXPECT_FALSE(parseJson(text)) << text;
   }
   EXPECT_TRUE(parseJson(std::string(30, '[') + std::string(30, ']')));
-}
-
-TEST(JsonFieldsTest, EachFieldIsAsForgivingAsItSays) {
-  struct Row {
-    const char* text;
-    bool readable;
-    std::int64_t required, strict, lenient;
-  };
-  const Row rows[] = {{R"({"r":1,"s":2,"l":3})", true, 1, 2, 3},
-                      {R"({"r":1})", true, 1, 7, 7},
-                      {R"({"r":1,"s":null,"l":null})", true, 1, 7, 7},
-                      {R"({"r":1,"l":"x"})", true, 1, 7, 7},
-                      {R"({"r":1,"s":"x"})", false, 1, 7, 7},
-                      {R"({"r":null})", false, 7, 7, 7},
-                      {R"({"s":2})", false, 7, 2, 7},
-                      {"[]", false, 7, 7, 7}};
-  for (const Row& row : rows) {
-    std::int64_t required = 7, strict = 7, lenient = 7;
-    const auto json = parseJson(row.text);
-    ASSERT_TRUE(json);
-    JsonFields in(*json);
-    in.required("r", required).strict("s", strict).lenient("l", lenient);
-    EXPECT_EQ(in.readable(), row.readable) << row.text;
-    EXPECT_EQ(std::tie(required, strict, lenient), std::tie(row.required, row.strict, row.lenient))
-        << row.text;
-  }
-}
-
-TEST(JsonWriterTest, WritesPlainAndRepairedText) {
-  std::string out;
-  JsonWriter(out)
-      .beginObject()
-      .field("text", "a\"\\\n\t\r\x01\xff")
-      .field("numbers", 1.5)
-      .key("list")
-      .beginArray()
-      .value(true)
-      .value(std::uint64_t{18446744073709551615u})
-      .value(-5)
-      .value(0.1)
-      .value(std::numeric_limits<double>::infinity())
-      .beginObject()
-      .endObject()
-      .endArray()
-      .field("time", WallTime{})
-      .endObject();
-  EXPECT_EQ(out,
-            "{\"text\":\"a\\\"\\\\\\n\\t\\r\\u0001\xef\xbf\xbd\",\"numbers\":1.5,"
-            "\"list\":[true,18446744073709551615,-5,0.1,null,{}],"
-            "\"time\":\"1970-01-01T00:00:00Z\"}");
 }
 
 }  // namespace

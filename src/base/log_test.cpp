@@ -34,18 +34,5 @@ TEST(LogTest, RendersEveryKindAndRedactsPrivateArguments) {
   EXPECT_EQ(sink.line, "nothing to add");
 }
 
-TEST(RecordingLogTest, FindsLinesByTheirDesignOrAsShown) {
-  RecordingLog lines;
-  const Log log(lines);
-  log.notice("read: %{private}s", "a");
-  log.notice("read: %{private}s", "b");
-  EXPECT_EQ(lines.count("read: %{private}s"), 2u);
-  EXPECT_TRUE(lines.has("read: a"));
-  EXPECT_FALSE(lines.has("read: "));
-  EXPECT_EQ(lines.line(0), "read: a");
-  EXPECT_EQ(lines.last("read: %{private}s"), "read: b");
-  EXPECT_EQ(lines.all(), "read: a\nread: b\n");
-}
-
 }  // namespace
 }  // namespace brindle
