@@ -75,16 +75,18 @@ TEST(EventJsonTest, EachFieldIsAsForgivingAsItsUseAllows) {
   for (const char* json :
        {R"("wrongPINs":null)", R"("alert":null)", R"("resolved":null)",
         R"("reason":"camera-denied")", R"("photoPending":"yes")",
-        R"("location":{"lat":1,"lon":2.5,"accuracy":3})", R"("trigger":{"kind":"watched-app"})",
-        R"("iPhone":"far")", R"("watchedOpenings":2.5)", R"("attemptOnly":1)",
-        R"("alsoOpened":[{"kind":"a","name":"b"},5])", R"("openingPhotos":"a")",
-        R"("unknown":[[[{"alert":7}]]])"}) {
+        R"("location":{"lat":1,"lon":2.5,"accuracy":3})",
+        R"("location":{"lat":1e400,"lon":2,"accuracy":3,"at":"1970-01-01T00:00:00Z"})",
+        R"("trigger":{"kind":"watched-app"})", R"("iPhone":"far")", R"("watchedOpenings":2.5)",
+        R"("attemptOnly":1)", R"("alsoOpened":[{"kind":"a","name":"b"},5])",
+        R"("openingPhotos":"a")", R"("unknown":[[[{"alert":7}]]])"}) {
     expectRead(json, bareEvent());
   }
   // Strict or required: the event is unreadable.
   for (const char* json :
        {R"("wrongPINs":1.5)", R"("wrongPINs":9223372036854775808)", R"("wrongPINs":1e400)",
-        R"("wrongPINs":true)", R"("wrongAnswers":"2")", R"("alert":7)", R"("alert":"Queued")",
+        R"("wrongPINs":1e19)", R"("wrongPINs":-9223372036854777856)", R"("wrongPINs":true)",
+        R"("wrongAnswers":"2")", R"("alert":7)", R"("alert":"Queued")",
         R"("alert":"sent","unknown":1,"alert":7)", R"("vault":"sent")", R"("vaultPhotos":{})",
         R"("vaultPhotos":[{"file":"a"}])", R"("resolved":0)", R"("videoFile":[])", R"("id":7)",
         R"("date":"2026-03-29T02:30:00.5Z")", R"("photoFiles":null)", R"("photoFiles":["a",1])"}) {

@@ -110,6 +110,7 @@ TEST(SavedStateJsonTest, TopLevelFieldsFailOneByOne) {
       {R"("armedAtMonotonicNs":3.0)", ""},
       {R"("armedAtMonotonicNs":18446744073709551615)", ""},
       {R"("armedAtMonotonicNs":18446744073709551616)", "armedAtMonotonicNs"},
+      {R"("armedAtMonotonicNs":-1)", "armedAtMonotonicNs"},
       {R"("cameraOff":[])", ""},
       {R"("cameraOff":[{"id":)" + id + R"(,"at":"1970-01-01T00:00:00Z"}])", "cameraOff"},
       {R"("updateInstall":7)", ""},

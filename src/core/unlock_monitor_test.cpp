@@ -77,15 +77,12 @@ TEST_F(UnlockMonitorTest, AWakeIsAnUnlockOneSecondLaterIfNothingIsLocked) {
 }
 
 TEST_F(UnlockMonitorTest, EverySignalIsPassedOnOnceWithItsTimeUntilStopped) {
+  using enum SystemNotice;
   monitor.start();  // a second start registers nothing twice
   const std::pair<SystemNotice, std::string_view> rows[] = {
-      {SystemNotice::screenLocked, "locked"},
-      {SystemNotice::sessionResignedActive, "switched-user"},
-      {SystemNotice::screensDidSleep, "display-sleep"},
-      {SystemNotice::willSleep, "sleep"},
-      {SystemNotice::willPowerOff, "shut-down"},
-      {SystemNotice::didWake, "wake"},
-  };
+      {screenLocked, "locked"},           {sessionResignedActive, "switched-user"},
+      {screensDidSleep, "display-sleep"}, {willSleep, "sleep"},
+      {willPowerOff, "shut-down"},        {didWake, "wake"}};
   for (const auto& [notice, raw] : rows) {
     clock.advance(1s);
     signals.clear();

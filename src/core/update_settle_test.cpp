@@ -101,30 +101,17 @@ TEST_F(UpdateSettleTest, SleepAndWakeEndItAndItWaitsForTheNextLock) {
 
 TEST_F(UpdateSettleTest, IsNotAwayWhenAnythingSpeaksAgainstIt) {
   const struct {
-    const char* line;
+    bool on, locked, dark, unlocked, asleep, underWay;
     std::function<void()> happens;
   } rows[] = {
-      {"(on false, locked true, display asleep false, unlocked since false, Mac asleep false, "
-       "unlock "
-       "under way false)",
-       [this] { facts.on = false; }},
-      {"(on true, locked false, display asleep false, unlocked since true, Mac asleep false, "
-       "unlock "
-       "under way false)",
-       [this] {
-         screen.setLocked(false);
-         settle.unlockSeen();
-       }},
-      {"(on true, locked true, display asleep false, unlocked since true, Mac asleep false, unlock "
-       "under way false)",
-       [this] { settle.unlockSeen(); }},
-      {"(on true, locked true, display asleep true, unlocked since false, Mac asleep true, unlock "
-       "under way true)",
-       [this] {
-         screen.setDisplayAsleep(true);
-         facts.macAsleep = facts.unlockUnderWay = true;
-       }},
+      {false, true, false, false, false, false, [this] { facts.on = false; }},
+      {true, false, false, true, false, false,
+       [this] { screen.setLocked(false), settle.unlockSeen(); }},
+      {true, true, false, true, false, false, [this] { settle.unlockSeen(); }},
+      {true, true, true, false, true, true,
+       [this] { screen.setDisplayAsleep(true), facts.macAsleep = facts.unlockUnderWay = true; }},
   };
+  const auto say = [](bool is) { return std::string(is ? "true" : "false"); };
   settle.unlockSeen();  // one before the settle does not count
   for (const auto& row : rows) {
     facts = {.on = true};
@@ -134,8 +121,11 @@ TEST_F(UpdateSettleTest, IsNotAwayWhenAnythingSpeaksAgainstIt) {
     clock.advance(3s);
     row.happens();
     clock.advance(2s);
-    EXPECT_TRUE(
-        lines.has("settle over, not away " + std::string(row.line) + ": waits for the next lock"))
+    EXPECT_TRUE(lines.has("settle over, not away (on " + say(row.on) + ", locked " +
+                          say(row.locked) + ", display asleep " + say(row.dark) +
+                          ", unlocked since " + say(row.unlocked) + ", Mac asleep " +
+                          say(row.asleep) + ", unlock under way " + say(row.underWay) +
+                          "): waits for the next lock"))
         << lines.all();
   }
   EXPECT_EQ(installs, 0);
