@@ -11,19 +11,6 @@ CapturedPhoto shotOf(std::optional<double> brightness) {
   return {bytesOf("x"), brightness, WallTime{}};
 }
 
-TEST(PhotoBrightnessTest, ThresholdsAreExact) {
-  const struct {
-    std::optional<double> brightness;
-    bool flash, usable;
-  } rows[] = {{0.11, true, false}, {0.12, true, true}, {0.29, true, true},
-              {0.3, false, true},  {1.0, false, true}, {std::nullopt, false, true}};
-  for (const auto& row : rows) {
-    SCOPED_TRACE(row.brightness.value_or(-1));
-    EXPECT_EQ(callsForFlash(shotOf(row.brightness)), row.flash);
-    EXPECT_EQ(isUsable(shotOf(row.brightness)), row.usable);
-  }
-}
-
 TEST(PhotoBrightnessTest, ChoosesUsableShotsUnderTheFlashFirst) {
   const struct {
     const char* why;
