@@ -66,7 +66,7 @@ class LinuxServices final : public NativeServices {
         imageWork_(scheduler_, "brindle.images"),
         cameraWork_(scheduler_, "brindle.camera"),
         files_(paths.data),
-        preferences_(files_, paths.preferences),
+        preferences_(files_, paths.preferences, log_),
         keychain_(makeLinuxKeychain(files_, preferences_, paths.data, log_)),
         screen_(logind_, system_, session_, log_),
         notifications_(session_, log_),

@@ -26,22 +26,26 @@ std::optional<PreferenceValue> valueOf(const Json& json) {
 
 }  // namespace
 
-LinuxPreferences::LinuxPreferences(Files& files, std::string folder)
+LinuxPreferences::LinuxPreferences(Files& files, std::string folder, Log log)
     : files_(files), folder_(std::move(folder)), path_(joinPath(folder_, "preferences.json")) {
-  load();
+  load(log);
 }
 
-void LinuxPreferences::load() {
+void LinuxPreferences::load(Log log) {
   const auto document = files_.read(path_);
   if (!document) {
     if (document.error().kind == FileError::Kind::notFound) return;
     storable_ = false;
+    log.notice("preferences could not be read (%{public}ld): defaults hold, nothing can be stored",
+               document.error().code);
     problem_ = fmt::format("{} cannot be opened (error {})", path_, document.error().code);
     return;
   }
   if (parse(*document, values_)) return;
   values_.clear();
   storable_ = setAside();
+  log.notice("preferences are not JSON: defaults hold, the file was %{public}s",
+             storable_ ? "set aside" : "left in place, nothing can be stored");
   problem_ = fmt::format("{} could not be read and was {}", path_,
                          storable_ ? "set aside" : "left in place; nothing can be stored");
 }

@@ -2,6 +2,7 @@
 
 #include <map>
 
+#include "base/log.h"
 #include "platform/files.h"
 #include "platform/preferences.h"
 
@@ -13,7 +14,7 @@ namespace brindle {
 class LinuxPreferences final : public Preferences {
  public:
   /// Reads the file, which lies in `folder`.
-  LinuxPreferences(Files& files, std::string folder);
+  LinuxPreferences(Files& files, std::string folder, Log log);
 
   std::optional<PreferenceValue> get(std::string_view key) const override;
   [[nodiscard]] bool change(
@@ -26,7 +27,7 @@ class LinuxPreferences final : public Preferences {
 
   static bool parse(ByteView document, Values& values);
   static std::string encode(const Values& values);
-  void load();
+  void load(Log log);
   bool setAside();
 
   Files& files_;
