@@ -49,9 +49,9 @@ BrindleMacApp::~BrindleMacApp() {
   services_.imageWork.finish();
 }
 
-void BrindleMacApp::start(std::function<void()> started) {
-  freshInstall_.run(lifetime_.guard([this, started = std::move(started)] {
-    store_.start();
+void BrindleMacApp::start(std::function<void()> started, NightjarStore::Role role) {
+  freshInstall_.run(lifetime_.guard([this, role, started = std::move(started)] {
+    store_.start(role);
     startAtLogin_.follow([this](auto changed) { return store_.onChange(std::move(changed)); },
                          [this] { return store_.armed(); });
     started();

@@ -31,7 +31,7 @@ class BrindleMacApp {
   BrindleMacApp& operator=(const BrindleMacApp&) = delete;
 
   /// Looks whether this installation is new, then starts the store; `started` from the main loop.
-  void start(std::function<void()> started);
+  void start(std::function<void()> started, NightjarStore::Role role = NightjarStore::Role::guard);
 
   NightjarStore& store() { return store_; }
   AppDelegate& appDelegate() { return appDelegate_; }

@@ -96,7 +96,12 @@ int runHere(const AppPaths& paths, Request request, Conversation& conversation) 
     saved = all;
     services->scheduler().stop();
   };
-  const auto leave = [&] { app.store().prepareToQuit(app.appDelegate().quit); };
+  // A wrong try is photographed here as everywhere: nobody gets out of the picture by giving up.
+  QuitWait photos(services->scheduler());
+  const auto leave = [&] {
+    photos.begin([&] { return app.store().photographing(); },
+                 [&] { app.store().prepareToQuit(app.appDelegate().quit); });
+  };
   session = std::make_unique<CommandSession>(commands, app.gate(), [&](Reply reply) {
     auto next = conversation.next(reply);
     const bool more = next.has_value();
@@ -105,7 +110,8 @@ int runHere(const AppPaths& paths, Request request, Conversation& conversation) 
           if (!more || !session->receive(std::move(**next))) leave();
         });
   });
-  app.start([&] { static_cast<void>(session->receive(std::move(request))); });
+  app.start([&] { static_cast<void>(session->receive(std::move(request))); },
+            NightjarStore::Role::command);
   services->scheduler().run();
   return saved ? conversation.exitCode() : exit_code::failed;
 }

@@ -38,21 +38,24 @@ NightjarStore::~NightjarStore() = default;
 
 // ---- start
 
-void NightjarStore::start() {
+void NightjarStore::start(Role role) {
   PhotoVault::Loaded loaded = services_.vault.load();
   arming_ = Arming::from(loaded.state);
   cameraOff_ = std::move(loaded.state.cameraOff);
   updateInstall_ = std::move(loaded.state.updateInstall);
   history_.load(std::move(loaded.state.events));
 
-  const SessionMark mark = currentSessionMark(services_.clock);
-  takeUp(sinceLastRun(readSessionMark(services_.defaults), mark));
-  // The mark follows the event it gives rise to: a crash in between must not lose the event, and a
-  // run that cannot read whether the guard was on leaves the question to the next.
-  if (loaded.how != PhotoVault::StateLoad::unreadable) {
-    saving_.whenRecorded(lifetime_.guard([this, mark] {
-      (void)writeSessionMark(services_.defaults, mark);  // the next start then looks once more
-    }));
+  takeUp();
+  if (role == Role::guard) {
+    const SessionMark mark = currentSessionMark(services_.clock);
+    resumeGuard(sinceLastRun(readSessionMark(services_.defaults), mark));
+    // The mark follows the event it gives rise to: a crash in between must not lose the event, and
+    // a run that cannot read whether the guard was on leaves the question to the next.
+    if (loaded.how != PhotoVault::StateLoad::unreadable) {
+      saving_.whenRecorded(lifetime_.guard([this, mark] {
+        (void)writeSessionMark(services_.defaults, mark);  // the next start then looks once more
+      }));
+    }
   }
   cancellables_.push_back(services_.secrets.onChange(
       [this](const OwnerSecrets::States& states) { secretsAre(states); }));
@@ -64,22 +67,25 @@ void NightjarStore::start() {
   cancellables_.push_back(services_.screen.onReachable([this](bool) { publish(); }));
   services_.secrets.refresh(
       lifetime_.guard([this](const OwnerSecrets::States& states) { secretsAre(states); }));
-  monitor_.start();
+  if (role == Role::guard) monitor_.start();
   publish();
 }
 
-void NightjarStore::takeUp(SinceLastRun since) {
+void NightjarStore::takeUp() {
   const bool waiting = std::ranges::any_of(
       history_.events(), [](const EventRef& event) { return event->photoPending; });
   if (waiting) {
     adoptPhotos(history_, services_.vault.photoNames());
     closeUnfinished(history_);
   }
+  if (armed()) unlocks_.resume();
+}
+
+void NightjarStore::resumeGuard(SinceLastRun since) {
   resumeHolds(history_, reports_, alertDelayTime(), services_.scheduler.wallTime());
   if (!armed()) return;
   collaborators_.watch.start();
   collaborators_.alertWatch.guardOn(armedBy().value_or(ArmSource::owner()));
-  unlocks_.resume();
   // Somebody restarted the machine or logged in while nobody could see it.
   if (since == SinceLastRun::restarted || since == SinceLastRun::loggedOut) {
     relaunchUnlockID_ = unlocks_.begin(std::nullopt);

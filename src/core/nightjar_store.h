@@ -29,8 +29,11 @@ class NightjarStore final : public ProofSink {
   NightjarStore(const GuardServices& services, const GuardCollaborators& collaborators);
   ~NightjarStore() override;
 
+  /// `command`: for a moment, while no guard runs. It watches nothing and leaves it to the guard to
+  /// notice what happened meanwhile: an event needs somebody who stays for its photos.
+  enum class Role { guard, command };
   /// Reads the history, takes up a guard that was left on, and begins to listen. Called once.
-  void start();
+  void start(Role role = Role::guard);
 
   // ---- published; `onChange` is told once per turn of the main loop
   [[nodiscard]] Subscription onChange(std::function<void()> changed) {
@@ -72,6 +75,7 @@ class NightjarStore final : public ProofSink {
   const std::optional<std::string>& stateNotice() const { return flow_.stateNotice(); }
   bool updateWaitsForLock() const { return armed() && updateSettle_.updateWaits(); }
   bool cameraAllowed() const { return services_.camera.cameraAllowed(); }
+  bool photographing() const { return photos_.underWay(); }
   std::int64_t alertDelay() const;  ///< seconds
   GuardStatus status() const;
 
@@ -129,7 +133,8 @@ class NightjarStore final : public ProofSink {
   void onUnlock();
   void onLock(LockSignal signal, WallTime date);
   void forgetProof();
-  void takeUp(SinceLastRun since);
+  void takeUp();
+  void resumeGuard(SinceLastRun since);
   TurnOnOutcome applyTurnOn(ArmSource source, const OwnerSecrets::States& secrets);
   void switchOn(ArmSource source);
   void turnOff();

@@ -4,7 +4,7 @@ namespace brindle {
 
 using std::chrono::seconds;
 
-void GuardWorld::launch() {
+void GuardWorld::launch(NightjarStore::Role role) {
   worker = std::make_unique<VirtualWorkerQueue>(scheduler);
   vault = std::make_unique<PhotoVault>(
       files, "/home/Brindle", [] { return std::string("20260302-100000"); }, Log(lines));
@@ -12,7 +12,7 @@ void GuardWorld::launch() {
       GuardServices{scheduler, clock, screen, defaults, notifications, random, *worker, *vault,
                     camera, secrets, Log(lines)},
       others.all());
-  store->start();
+  store->start(role);
   scheduler.run();
 }
 

@@ -25,7 +25,7 @@ class GuardWorld {
  public:
   explicit GuardWorld(std::uint64_t seed = 1) : random(seed) {}
 
-  void launch();
+  void launch(NightjarStore::Role role = NightjarStore::Role::guard);
   /// The process ends without a word.
   void kill();
   /// A power cut as well: only what was flushed is left.
