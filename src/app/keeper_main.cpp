@@ -61,6 +61,14 @@ sigset_t holdSignals() {
   return set;
 }
 
+/// An order to quit that comes while there is no program to decide it ends the keeper: a program
+/// that cannot start after the session's end must not be tried for ever.
+void pauseFor(unsigned seconds, const sigset_t& signals) {
+  sigprocmask(SIG_UNBLOCK, &signals, nullptr);
+  while (seconds > 0) seconds = sleep(seconds);
+  sigprocmask(SIG_BLOCK, &signals, nullptr);
+}
+
 pid_t start(char** command) {
   // The program gets the signal mask it would have had without us.
   sigset_t none;
@@ -105,6 +113,6 @@ int main(int argc, char** argv) {
     const int status = attend(child, signals);
     if (WIFEXITED(status)) return WEXITSTATUS(status);
     std::fprintf(stderr, "brindle-keeper: ended by signal %d, starting again\n", WTERMSIG(status));
-    sleep(pause.secondsBeforeRestart());
+    if (const unsigned wait = pause.secondsBeforeRestart()) pauseFor(wait, signals);
   }
 }
