@@ -94,6 +94,11 @@ TEST_F(RelaunchTest, APhotoIsTakenInThatItsRecordMissedAndAnEmptyEventWasClosedE
   launch();
   EXPECT_EQ(last()->photoFiles, std::vector{photoFileName(second, 0)});
   EXPECT_FALSE(last()->photoProblem || last()->photoPending);
+  store->wrongTry(WrongTry::pin);
+  scheduler.advance(3s);
+  store->proved(OwnerGate::prove(OwnerPurpose::confirmUnlock));
+  scheduler.run();
+  EXPECT_EQ(last()->photoFiles.size(), 3u) << "it may be of an earlier try";
 }
 
 }  // namespace

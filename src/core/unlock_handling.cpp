@@ -1,6 +1,7 @@
 #include "core/unlock_handling.h"
 
 #include <algorithm>
+#include <iterator>
 #include <ranges>
 #include <utility>
 
@@ -28,10 +29,13 @@ std::optional<UnlockEvent> attemptsOf(const UnlockEvent& event) {
   tries.alert = event.alert;
   tries.attemptOnly = true;
   tries.photoPending = event.photoPending;
-  for (const auto& photo : event.vaultPhotos) {
-    if (photo.kind == UnlockEvent::VaultPhoto::Kind::unlock) continue;
-    tries.photoFiles.push_back(photo.file);
-    tries.vaultPhotos.push_back(photo);
+  using Photo = UnlockEvent::VaultPhoto;
+  const auto ofTry = [](const Photo& photo) { return photo.kind != Photo::Kind::unlock; };
+  std::ranges::copy_if(event.vaultPhotos, std::back_inserter(tries.vaultPhotos), ofTry);
+  for (const FileName& name : event.photoFiles) {
+    // A photo found after a crash may be of a try: in doubt it stays.
+    const auto known = std::ranges::find(event.vaultPhotos, name, &Photo::file);
+    if (known == event.vaultPhotos.end() || ofTry(*known)) tries.photoFiles.push_back(name);
   }
   return tries;
 }
