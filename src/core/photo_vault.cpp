@@ -168,7 +168,9 @@ bool PhotoVault::keepAside() {
   auto held =
       giveAsideName(writeState_ == WriteState::keepPartialFirst ? partialCopy : unreadableCopy);
   if (!held && held.error().kind != FileError::Kind::notFound) return false;
-  if (!fileManager_.flushFolder(root_)) {
+  const auto flushed = fileManager_.flushFolder(root_);
+  const bool folderGone = !flushed && flushed.error().kind == FileError::Kind::notFound;
+  if (!flushed && !folderGone) {
     if (held && !takeBack(*held)) held_ = *held;
     return false;
   }
@@ -179,13 +181,23 @@ bool PhotoVault::keepAside() {
   return true;
 }
 
+/// Somebody may have removed the folder meanwhile.
+bool PhotoVault::writeInto(const std::string& folder, const std::string& path, ByteView bytes) {
+  auto written = fileManager_.writeWhole(path, bytes);
+  if (!written && written.error().kind == FileError::Kind::notFound &&
+      fileManager_.makeFolder(folder)) {
+    written = fileManager_.writeWhole(path, bytes);
+  }
+  return written.has_value();
+}
+
 PhotoVault::Save PhotoVault::save(const SavedState& state) {
   const std::lock_guard lock(lock_);
   if (!keepAside()) {
     log_.notice("state.json not saved: the file that didn't read whole couldn't be kept aside");
     return Save::failed;
   }
-  if (!fileManager_.writeWhole(statePath(), viewOf(writer_.write(state)))) {
+  if (!writeInto(root_, statePath(), viewOf(writer_.write(state)))) {
     writeFailed();
     return Save::failed;
   }
@@ -218,13 +230,7 @@ void PhotoVault::writeFailed() {
 bool PhotoVault::savePhoto(const FileName& name, ByteView bytes) {
   if (!isPlainFileName(name)) return false;
   const std::lock_guard lock(lock_);
-  auto written = fileManager_.writeWhole(photoPath(name), bytes);
-  // Somebody may have removed the folder meanwhile.
-  if (!written && written.error().kind == FileError::Kind::notFound &&
-      fileManager_.makeFolder(photos_)) {
-    written = fileManager_.writeWhole(photoPath(name), bytes);
-  }
-  return written.has_value();
+  return writeInto(photos_, photoPath(name), bytes);
 }
 
 std::optional<Bytes> PhotoVault::readPhoto(const FileName& name) {

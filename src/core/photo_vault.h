@@ -99,6 +99,7 @@ class PhotoVault {
   FileResult<Held> giveAsideName(std::string_view kind);
   bool takeBack(const Held& held);
   bool stillInPlace(const Held& held);
+  bool writeInto(const std::string& folder, const std::string& path, ByteView bytes);
   void writeFailed();
 
   bool removeUnlessHandedOut(const FileName& name);

@@ -244,6 +244,7 @@ TEST_F(PhotoVaultTest, PhotosStayInTheirFolderAndSurviveItsRemoval) {
   MemoryFiles fresh;
   PhotoVault early(
       fresh, root, [] { return std::string("now"); }, Log(lines));
+  EXPECT_EQ(early.save({}), PhotoVault::Save::saved) << "no folder yet";
   EXPECT_TRUE(early.savePhoto("b.jpg", jpeg)) << "no folder yet";
   EXPECT_THAT(early.photoNames(), ElementsAre("b.jpg"));
   files.failAll(full);
