@@ -71,6 +71,13 @@ int takeInstance(InstanceLock& lock, const AppPaths& paths) {
     std::this_thread::sleep_for(std::chrono::milliseconds(50));
     outcome = lock.take(paths.lockFile());
   }
+  // Whoever removed the lock file must not get a second guard that writes over the first one's
+  // history.
+  ControlClient other;
+  if (outcome == InstanceLock::Outcome::taken &&
+      other.connect(paths.socketFile()) == ControlClient::Outcome::connected) {
+    outcome = InstanceLock::Outcome::heldByAnother;
+  }
   if (outcome == InstanceLock::Outcome::taken) return exit_code::done;
   if (outcome == InstanceLock::Outcome::heldByAnother) {
     std::fputs("brindle: another Brindle of yours is at work already\n", stderr);
