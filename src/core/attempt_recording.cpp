@@ -29,7 +29,8 @@ Uuid AttemptRecording::openAttempt(WrongTry which) {
 
 void AttemptRecording::proved() {
   const auto id = std::exchange(attempt_, std::nullopt);
-  const EventRef event = id ? parts_.history.find(*id) : nullptr;
+  if (!id) return;
+  const EventRef event = parts_.history.find(*id);
   if (!event || !parts_.reports.holding(*id)) return;
   parts_.reports.settle(*id);
   parts_.collaborators.unlockLog.record(*id, event->date, UnlockLogging::Outcome::wrongPIN,

@@ -7,8 +7,8 @@
 
 namespace brindle {
 
-/// Whether a secret's record is there. `unreadable`: it exists or may exist, but the keychain could not
-/// be read. `unknown` until the first answer of the keychain.
+/// Whether a secret's record is there. `unreadable`: it exists or may exist, but the keychain could
+/// not be read. `unknown` until the first answer of the keychain.
 enum class SecretState { unknown, notSet, set, unreadable };
 
 /// What the store needs to know of the owner's secrets; the secrets themselves stay with whoever

@@ -255,7 +255,7 @@ class StateHandler {
     if (depth_ != (inEvents_ ? 2u : 1u)) return true;
     if (inEvents_) {
       reader_.takeEvent(nodes_.value());
-    } else {
+    } else if (field_) {
       reader_.takeField(*field_, nodes_.value(), fieldText());
     }
     nodes_.clear();

@@ -23,7 +23,7 @@ int KeychainItems::reach() {
 
 bool KeychainItems::hasNone(int code) {
   // Builds without the entitlement keep their items in the legacy keychain and move nothing.
-  if (code == missingEntitlement && !*provisioned_) legacyOnly_ = true;
+  if (code == missingEntitlement && provisioned_ == false) legacyOnly_ = true;
   return legacyOnly_;
 }
 

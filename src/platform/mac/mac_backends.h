@@ -47,10 +47,10 @@ std::unique_ptr<CameraDevice> makeMacCamera();
 std::unique_ptr<FlashWindow> makeMacFlashWindow();
 std::unique_ptr<ImageReader> makeMacImageReader();
 
-/// Keeps windows of ours, each told by its content view, in front of everything a person could bring
-/// up, and this application the one that gets the keys: meanwhile there is no Dock, no menu bar, no
-/// switching of applications and no force quit. Called again and again while they are up; with none
-/// it gives all of this back.
+/// Keeps windows of ours, each told by its content view, in front of everything a person could
+/// bring up, and this application the one that gets the keys: meanwhile there is no Dock, no menu
+/// bar, no switching of applications and no force quit. Called again and again while they are up;
+/// with none it gives all of this back.
 void holdMacCovers(std::span<const std::uintptr_t> views);
 
 /// The unified log. Private arguments reach the system as such, so that it does its own redaction.
