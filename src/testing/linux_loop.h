@@ -2,7 +2,9 @@
 
 #include <poll.h>
 
+#include <algorithm>
 #include <chrono>
+#include <cstdint>
 #include <functional>
 
 #include "platform/linux/scheduler_linux.h"
@@ -20,7 +22,8 @@ inline bool runUntil(LinuxScheduler& scheduler, const std::function<bool()>& don
         end - std::chrono::steady_clock::now());
     if (left.count() <= 0) return false;
     pollfd ready{scheduler.fd(), POLLIN, 0};
-    poll(&ready, 1, static_cast<int>(left.count()));
+    // Not everything waited for wakes the loop: a camera's thread changes what `done` looks at.
+    poll(&ready, 1, static_cast<int>(std::min<std::int64_t>(left.count(), 20)));
   }
 }
 
