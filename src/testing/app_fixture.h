@@ -2,7 +2,6 @@
 
 #include <gtest/gtest.h>
 
-#include <filesystem>
 #include <functional>
 #include <string>
 
@@ -11,6 +10,7 @@
 #include "app/guard_commands.h"
 #include "app/memory_services.h"
 #include "testing/recording_log.h"
+#include "testing/temporary_folder.h"
 
 namespace brindle {
 
@@ -25,12 +25,6 @@ class AppFixture : public testing::Test {
     devices.screen.setReachable(true);
     app.start([this] { started = true; });
     runUntil([this] { return started; });
-  }
-  ~AppFixture() override { std::filesystem::remove_all(folder); }
-
-  static std::string newFolder() {
-    std::string name = testing::TempDir() + "brindle-app-XXXXXX";
-    return mkdtemp(name.data()) ? name : std::string();
   }
   void runUntil(const std::function<bool()>& happened) {
     bool late = false;
@@ -68,7 +62,8 @@ class AppFixture : public testing::Test {
   }
   Reply say(const std::string& name) { return command({.command = name}); }
 
-  std::string folder = newFolder();
+  TemporaryFolder home;  // goes last: the worker may write until the application is gone
+  const std::string& folder = home.path();
   AppPaths paths = AppPaths::below(folder);
   RecordingLog lines;
   MemoryServices devices{paths, lines};

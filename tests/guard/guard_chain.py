@@ -125,6 +125,7 @@ check("a try over the socket counts with the others", "Wrong PIN. Photo taken." 
 wait_until("both wrong tries are recorded", lambda: [e.get("wrongPINs") for e in state()["events"]] == [2], state)
 guard.type(PIN)
 guard.shows("Confirmed.")
+wait_until("the tries' photos are all taken", lambda: not any(e["photoPending"] for e in state()["events"]), state)
 
 brindle("history", code=4)
 shown = brindle("history", "--json", typed=PIN + "\n")
