@@ -84,7 +84,8 @@ QWidget* HistoryPage::openPage() {
 }
 
 void HistoryPage::refresh() {
-  const bool open = store_.historyUnlocked();
+  // Without a PIN there is nobody to keep out, and no proof to give.
+  const bool open = store_.historyUnlocked() || store_.pinState() == SecretState::notSet;
   pages_->setCurrentIndex(open ? 1 : 0);
   if (!open) {
     // What was on the page must not stay in its widgets behind a closed door.

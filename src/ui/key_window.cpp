@@ -1,5 +1,6 @@
 #include "ui/key_window.h"
 
+#include <QCloseEvent>
 #include <QVBoxLayout>
 
 #include "core/menu_content.h"
@@ -28,6 +29,11 @@ KeyWindow::KeyWindow(Parts parts)
   tabs_->addTab(settings_, translated("Settings"));
   changes_ = store_.onChange([this] { refresh(); });
   refresh();
+}
+
+void KeyWindow::closeEvent(QCloseEvent* event) {
+  store_.lockHistory();
+  QWidget::closeEvent(event);
 }
 
 void KeyWindow::show(Page page) {

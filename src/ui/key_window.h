@@ -29,6 +29,10 @@ class KeyWindow : public QWidget {
   void show(Page page);
   SettingsPage& settings() { return *settings_; }
 
+ protected:
+  /// Whoever opens the window next proves themself for the history again.
+  void closeEvent(QCloseEvent* event) override;
+
  private:
   QWidget* guardPage();
   void refresh();

@@ -18,11 +18,6 @@ void WindowManager::openFullWindow(KeyWindow::Page page) {
   window_->show(page);
 }
 
-void WindowManager::closeFullWindow() {
-  window_.reset();
-  store_.lockHistory();
-}
-
 void WindowManager::chosen(MenuContent::Action action) {
   switch (action) {
     case MenuContent::Action::turnOn:

@@ -11,7 +11,7 @@
 
 namespace brindle {
 
-/// Opens, brings forward and closes the windows, and shows the owner checks that the store asks
+/// Opens the windows and brings them forward, and shows the owner checks that the store asks
 /// for. Main thread only.
 class WindowManager {
  public:
@@ -25,7 +25,6 @@ class WindowManager {
   explicit WindowManager(Parts parts);
 
   void openFullWindow(KeyWindow::Page page = KeyWindow::Page::guard);
-  void closeFullWindow();
   GuardedWindow& guardedWindow() { return guarded_; }
   /// Asks for a proof to quit; `given` once it came.
   void askForQuit(ProofForm::Proved given);

@@ -166,7 +166,7 @@ TEST_F(WindowsTest, HistoryOpensOnlyWithProofAndForgetsBehindAClosedDoor) {
   auto* list = seen<QListWidget>("History");
   ASSERT_TRUE(list);
   EXPECT_EQ(list->count(), 1);
-  store->lockHistory();
+  window->close();
   settle();
   EXPECT_FALSE(list->isVisible());
   EXPECT_EQ(list->count(), 0);
