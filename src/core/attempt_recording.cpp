@@ -28,7 +28,8 @@ Uuid AttemptRecording::openAttempt(WrongTry which) {
 }
 
 void AttemptRecording::proved() {
-  const auto id = std::exchange(attempt_, std::nullopt);
+  const auto id = attempt_;
+  attempt_.reset();
   if (!id) return;
   const EventRef event = parts_.history.find(*id);
   if (!event || !parts_.reports.holding(*id)) return;

@@ -255,8 +255,8 @@ class StateHandler {
     if (depth_ != (inEvents_ ? 2u : 1u)) return true;
     if (inEvents_) {
       reader_.takeEvent(nodes_.value());
-    } else if (field_) {
-      reader_.takeField(*field_, nodes_.value(), fieldText());
+    } else if (const auto field = field_) {
+      reader_.takeField(*field, nodes_.value(), fieldText());
     }
     nodes_.clear();
     return true;

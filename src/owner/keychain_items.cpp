@@ -14,8 +14,9 @@ KeychainItems::KeychainItems(Keychain& keychain, KeychainMarks& marks, Log log,
     : keychain_(keychain, log, std::move(bundleId)), marks_(marks), move_(keychain_, marks_) {}
 
 int KeychainItems::reach() {
-  if (!provisioned_) provisioned_ = keychain_.provisioned();
-  if (!*provisioned_ || probed_) return success;
+  const bool provisioned =
+      provisioned_ ? *provisioned_ : provisioned_.emplace(keychain_.provisioned());
+  if (!provisioned || probed_) return success;
   const int code = keychain_.probe();
   probed_ = code == success;
   return code;

@@ -35,7 +35,7 @@ struct TimerQueue::Wait final : Timer::Entry, std::enable_shared_from_this<Wait>
   void fire(Duration awakeNow) {
     disarm();
     const auto running = task;
-    if (interval > Duration::zero()) {
+    if (awakeDue && interval > Duration::zero()) {
       const auto missed = std::max<std::int64_t>(0, (awakeNow - *awakeDue) / interval);
       *awakeDue += (missed + 1) * interval;
       arm();
@@ -88,8 +88,8 @@ bool TimerQueue::runOne(Now now, std::uint64_t mark) {
   if (!awake && !wall) return false;
   auto next = awake ? awake : wall;
   if (awake && wall) {
-    const Duration awakeLate = now.awake - *awake->awakeDue;
-    const auto wallLate = now.wall - *wall->wallDue;
+    const Duration awakeLate = now.awake - awake->awakeDue.value_or(now.awake);
+    const auto wallLate = now.wall - wall->wallDue.value_or(now.wall);
     if (wallLate > awakeLate || (wallLate == awakeLate && wall->order < awake->order)) next = wall;
   }
   next->fire(now.awake);

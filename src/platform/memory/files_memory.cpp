@@ -137,7 +137,7 @@ FileResult<void> MemoryFiles::writeSteps(const std::string& path, ByteView conte
   auto result = step({FileOp::write, fresh, {}, Bytes(content.begin(), content.end())});
   if (result) result = step({FileOp::flush, fresh, {}, {}});
   if (result) result = step({FileOp::rename, fresh, path, {}});
-  if (!result) step({FileOp::remove, fresh, {}, {}});
+  if (!result) (void)step({FileOp::remove, fresh, {}, {}});
   return result;
 }
 
@@ -149,9 +149,9 @@ FileResult<void> MemoryFiles::writeWhole(const std::string& path, ByteView conte
   result = step({FileOp::flushFolder, folderOf(path), {}, {}});
   if (!result) {
     if (!earlier) {
-      step({FileOp::remove, path, {}, {}});
+      (void)step({FileOp::remove, path, {}, {}});
     } else {
-      writeSteps(path, Bytes(earlier->content));
+      (void)writeSteps(path, Bytes(earlier->content));
     }
   }
   return result;
@@ -222,7 +222,7 @@ void MemoryFiles::crash(Survives survives) {
 std::unique_ptr<MemoryFiles> MemoryFiles::replay(std::span<const FileStep> steps, std::size_t count,
                                                  Survives survives) {
   auto files = std::make_unique<MemoryFiles>();
-  for (const FileStep& each : steps.first(std::min(count, steps.size()))) files->apply(each);
+  for (const FileStep& each : steps.first(std::min(count, steps.size()))) (void)files->apply(each);
   files->crash(survives);
   return files;
 }

@@ -77,7 +77,10 @@ void MemoryKeychain::setNext(std::optional<int>& next, int code) {
 }
 
 int MemoryKeychain::codeFor(KeychainStore store, std::optional<int>& next) {
-  if (next) return *std::exchange(next, std::nullopt);
+  if (const auto code = next) {
+    next.reset();
+    return *code;
+  }
   if (trouble_ != success) return trouble_;
   const auto answer = answers_.find(store);
   return answer == answers_.end() ? success : answer->second;
