@@ -138,3 +138,14 @@ check("off needs proof", "Brindle is off." in brindle("off", typed=PIN + "\n"))
 check("the document says off", "armedAt" not in state(), state())
 os.kill(guard.pid, signal.SIGTERM)
 check("off, it ends when asked", guard.ends() == 0)
+
+# A guard that commands cannot reach still guards, and says so.
+os.environ["XDG_RUNTIME_DIR"] += "/" + "x" * 200
+lonely = subprocess.Popen([BRINDLE, "guard"], stdin=subprocess.DEVNULL, stdout=subprocess.PIPE, stderr=subprocess.STDOUT, text=True)
+guards.append(lonely.pid)
+said = ""
+while "socket: not there: <private>" not in said and (line := lonely.stdout.readline()):
+    said += line
+check("a guard without its socket says so", "socket: not there: <private>" in said, said)
+lonely.terminate()
+check("and ends when asked", lonely.wait(timeout=20) == 0, lonely.returncode)
