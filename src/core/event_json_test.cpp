@@ -34,14 +34,16 @@ UnlockEvent bareEvent() {
   return event;
 }
 
-TEST(EventJsonTest, AnOldEventReadsAsDealtWith) {
-  const auto event = readEvent("{" + bare + "}");
-  ASSERT_TRUE(event);
-  EXPECT_EQ(*event, bareEvent());
-  EXPECT_TRUE(event->resolved);
+TEST(EventJsonTest, AnOldEventReadsAsDealtWithAndNoneWithoutItsRequiredFields) {
+  EXPECT_EQ(readEvent("{" + bare + "}"), bareEvent());
+  EXPECT_TRUE(bareEvent().resolved);
+  for (const char* json :
+       {"{}", "[]", "null", "7", R"({"id":"5A3C0E1B-7D2F-4C11-9E0A-2B3C4D5E6F70"})"}) {
+    EXPECT_FALSE(readEvent(json)) << json;
+  }
 }
 
-TEST(EventJsonTest, EachFieldIsAsForgivingAsItsUseAllows) {
+TEST(EventJsonTest, EachFieldCountsAndIsAsForgivingAsItsUseAllows) {
   using E = UnlockEvent;
   const std::pair<const char*, void (*)(E&)> rows[] = {
       {R"("wrongPINs":3.0)", [](E& e) { e.wrongPINs = 3; }},
@@ -59,6 +61,17 @@ TEST(EventJsonTest, EachFieldIsAsForgivingAsItsUseAllows) {
        [](E& e) { e.trigger.emplace("of tomorrow", std::string("a\0\"\xF0\x9F\x98\x80", 7)); }},
       {R"("iPhone":"unsure")", [](E& e) { e.iPhone = IPhoneSeen::unsure; }},
       {R"("openingClips":["a"])", [](E& e) { e.openingClips = {"a"}; }},
+      {R"("openingPhotos":["a"])", [](E& e) { e.openingPhotos = {"a"}; }},
+      {R"("alsoOpened":[{"kind":"a","name":"b"}])",
+       [](E& e) {
+         e.alsoOpened = {{"a", "b"}};
+       }},
+      {R"("attemptOnly":true)", [](E& e) { e.attemptOnly = true; }},
+      {R"("watchedOpenings":1)", [](E& e) { e.watchedOpenings = 1; }},
+      {R"("videoFile":"a")", [](E& e) { e.videoFile = "a"; }},
+      {R"("photoPending":true)", [](E& e) { e.photoPending = true; }},
+      {R"("vault":"saved")", [](E& e) { e.vault = VaultState::saved; }},
+      {R"("wrongAnswers":1)", [](E& e) { e.wrongAnswers = 1; }},
   };
   const auto expectRead = [](const char* json, const E& expected) {
     const auto event = readWith(json);
@@ -70,6 +83,8 @@ TEST(EventJsonTest, EachFieldIsAsForgivingAsItsUseAllows) {
     E expected = bareEvent();
     change(expected);
     expectRead(json, expected);
+    EXPECT_NE(expected, bareEvent()) << json;
+    EXPECT_NE(std::hash<E>{}(expected), std::hash<E>{}(bareEvent())) << json;
   }
   // Lenient, absent or unknown: as if it were not there.
   for (const char* json :
@@ -91,13 +106,6 @@ TEST(EventJsonTest, EachFieldIsAsForgivingAsItsUseAllows) {
         R"("vaultPhotos":[{"file":"a"}])", R"("resolved":0)", R"("videoFile":[])", R"("id":7)",
         R"("date":"2026-03-29T02:30:00.5Z")", R"("photoFiles":null)", R"("photoFiles":["a",1])"}) {
     EXPECT_FALSE(readWith(json)) << json;
-  }
-}
-
-TEST(EventJsonTest, NoEventWithoutItsRequiredFields) {
-  for (const char* json :
-       {"{}", "[]", "null", "7", R"({"id":"5A3C0E1B-7D2F-4C11-9E0A-2B3C4D5E6F70"})"}) {
-    EXPECT_FALSE(readEvent(json)) << json;
   }
 }
 

@@ -9,20 +9,16 @@ namespace {
 
 using namespace std::chrono_literals;
 
-UnlockEvent eventAt(WallTime date) {
-  UnlockEvent event;
-  event.date = date;
-  event.resolved = false;
-  return event;
-}
-
 TEST(OpeningFoldingTest, FoldsIntoTheEventBeingHandledOrElseTheLastForThreeSeconds) {
   const WallTime t{1h};
-  UnlockEvent resolved = eventAt(t), tries = eventAt(t);
-  resolved.resolved = true;
-  tries.attemptOnly = true;
-  const auto ref = [](const UnlockEvent& e) { return std::make_shared<const UnlockEvent>(e); };
-  const EventRef now = ref(eventAt(t)), old = ref(eventAt(t - 1min));
+  const auto eventAt = [](WallTime date, bool resolved = false, bool attemptOnly = false) {
+    UnlockEvent event;
+    event.date = date;
+    event.resolved = resolved;
+    event.attemptOnly = attemptOnly;
+    return std::make_shared<const UnlockEvent>(event);
+  };
+  const EventRef now = eventAt(t), old = eventAt(t - 1min);
 
   EXPECT_EQ(OpeningFolding::target(nullptr, nullptr, t), nullptr);
   EXPECT_EQ(OpeningFolding::target(nullptr, now, t + 3s), now) << "exactly three seconds fold";
@@ -30,9 +26,9 @@ TEST(OpeningFoldingTest, FoldsIntoTheEventBeingHandledOrElseTheLastForThreeSecon
   EXPECT_EQ(OpeningFolding::target(nullptr, now, t - 1us), nullptr) << "the clock was set back";
   EXPECT_EQ(OpeningFolding::target(old, now, t + 1s), nullptr) << "the one being handled decides";
   EXPECT_EQ(OpeningFolding::target(now, old, t + 1s), now);
-  EXPECT_EQ(OpeningFolding::target(nullptr, ref(resolved), t), nullptr);
-  EXPECT_EQ(OpeningFolding::target(nullptr, ref(tries), t), nullptr);
-  EXPECT_EQ(OpeningFolding::target(nullptr, ref(eventAt(t - 24h * 366 * 586)), t), nullptr)
+  EXPECT_EQ(OpeningFolding::target(nullptr, eventAt(t, true), t), nullptr);
+  EXPECT_EQ(OpeningFolding::target(nullptr, eventAt(t, false, true), t), nullptr);
+  EXPECT_EQ(OpeningFolding::target(nullptr, eventAt(t - 24h * 366 * 586), t), nullptr)
       << "longer ago than a duration can say";
 }
 
@@ -65,22 +61,14 @@ TEST(SecretsFlowTest, LeadsANewOwnerAndARepairOnlyWhileOff) {
 
 TEST(ArmingTest, NothingIsTurnedOnThatNobodyCouldTurnOff) {
   using enum SecretState;
-  const struct {
-    bool armed;
-    OwnerSecrets::States secrets;
-    TurnOnOutcome outcome;
-  } rows[] = {
-      {true, {notSet, notSet}, TurnOnOutcome::alreadyOn},
-      {false, {notSet, unreadable}, TurnOnOutcome::noPIN},
-      {false, {unreadable, set}, TurnOnOutcome::unreadable},
-      {false, {set, unreadable}, TurnOnOutcome::unreadable},
-      {false, {unknown, unknown}, TurnOnOutcome::unreadable},
-      {false, {set, notSet}, TurnOnOutcome::on},
-      {false, {set, set}, TurnOnOutcome::on},
-  };
-  for (const auto& row : rows) {
-    EXPECT_EQ(judgeTurnOn(row.armed, row.secrets), row.outcome) << &row - rows;
-  }
+  const std::pair<OwnerSecrets::States, TurnOnOutcome> rows[] = {
+      {{notSet, unreadable}, TurnOnOutcome::noPIN},
+      {{unreadable, set}, TurnOnOutcome::unreadable},
+      {{set, unreadable}, TurnOnOutcome::unreadable},
+      {{unknown, unknown}, TurnOnOutcome::unreadable},
+      {{set, notSet}, TurnOnOutcome::on}};
+  for (const auto& [secrets, outcome] : rows) EXPECT_EQ(judgeTurnOn(false, secrets), outcome);
+  EXPECT_EQ(judgeTurnOn(true, {notSet, notSet}), TurnOnOutcome::alreadyOn);
 }
 
 class AlertHoldTest : public testing::Test {
@@ -93,17 +81,15 @@ class AlertHoldTest : public testing::Test {
 };
 
 TEST_F(AlertHoldTest, WhatIsLeftIsRoundedUpToWholeSecondsAndNothingIsReleasedInline) {
-  const struct {
-    Duration elapsed;
-    std::int64_t left;
-  } rows[] = {{0s, 30}, {1ns, 30}, {3200ms, 27}, {29s, 1}, {29999ms, 1}, {30s, 0}, {24h, 0}};
-  for (const auto& row : rows) {
+  const std::pair<Duration, int> rows[] = {{0s, 30},     {1ns, 30}, {3200ms, 27}, {29s, 1},
+                                           {29999ms, 1}, {30s, 0},  {24h, 0}};
+  for (const auto& [elapsed, left] : rows) {
     released.clear();
-    hold.begin(one, 30s, row.elapsed);
-    EXPECT_EQ(hold.secondsLeft(one), row.left);
+    hold.begin(one, 30s, elapsed);
+    EXPECT_EQ(hold.secondsLeft(one), left);
     EXPECT_TRUE(released.empty());
-    scheduler.advance(std::chrono::seconds(row.left) - 1ns);
-    EXPECT_EQ(released.size(), row.left == 0 ? 1u : 0u);
+    scheduler.advance(std::chrono::seconds(left) - 1ns);
+    EXPECT_EQ(released.size(), left == 0 ? 1u : 0u);
     scheduler.advance(1ns);
     EXPECT_EQ(released.size(), 1u);
     EXPECT_FALSE(hold.running(one));
@@ -132,9 +118,7 @@ TEST_F(AlertHoldTest, SleepCountsAndASetClockDoesNot) {
   scheduler.advance(1min);
   EXPECT_EQ(released.size(), 3u);
   EXPECT_EQ(scheduler.pending(), 0u);
-}
 
-TEST(HeldSoFarTest, ADateAheadHasUsedUpNothingAndAnOldOneEverything) {
   const WallTime t{1000h};
   EXPECT_EQ(heldSoFar(t, t + 5s), 5s);
   EXPECT_EQ(heldSoFar(t + 1h, t), 0s);
@@ -143,11 +127,6 @@ TEST(HeldSoFarTest, ADateAheadHasUsedUpNothingAndAnOldOneEverything) {
 
 class StateSavingTest : public testing::Test {
  protected:
-  std::size_t saves() {
-    std::size_t renames = 0;
-    for (const FileStep& step : files.steps()) renames += step.op == FileOp::rename;
-    return renames;
-  }
   VirtualScheduler scheduler;
   VirtualWorkerQueue worker{scheduler};
   MemoryFiles files;
@@ -177,7 +156,6 @@ TEST_F(StateSavingTest, OneTurnSharesASaveAndARunningSaveIsFollowedByExactlyOne)
   worker.release();
   scheduler.run();
   EXPECT_EQ(snapshots, 2);
-  EXPECT_EQ(saves(), 2u);
   EXPECT_EQ(recorded, 11);
   EXPECT_TRUE(saving.saved());
   saving.whenRecorded([this] { ++recorded; });

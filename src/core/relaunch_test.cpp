@@ -8,7 +8,13 @@ namespace {
 
 using namespace std::chrono_literals;
 
-class RelaunchTest : public GuardFixture {};
+class RelaunchTest : public GuardFixture {
+ protected:
+  void relaunch() {
+    kill();
+    launch();
+  }
+};
 
 TEST_F(RelaunchTest, AnUnresolvedUnlockGetsItsWindowAndTheRestOfItsHoldBack) {
   turnOn();
@@ -28,25 +34,21 @@ TEST_F(RelaunchTest, AnUnresolvedUnlockGetsItsWindowAndTheRestOfItsHoldBack) {
   others.handOvers.assign(1, HandOver::handedOver);
   launch();
   EXPECT_EQ(others.count("report"), 1) << "ran out meanwhile: released at once";
-  kill();
-  launch();
+  relaunch();
   EXPECT_EQ(others.count("report"), 1) << "and only once";
   EXPECT_EQ(store->pendingConfirm(), id) << "and still asks";
 }
 
 TEST_F(RelaunchTest, ARestartOrLoginWhileOnIsAnUnlock) {
   turnOn();
-  kill();
-  launch();
+  relaunch();
   EXPECT_TRUE(store->events().empty()) << "the same session";
   kill();
   clock.setSessionId("2");
   launch(NightjarStore::Role::command);
   EXPECT_TRUE(store->armed() && store->events().empty()) << "left to the guard";
-  kill();
-  launch();
-  ASSERT_EQ(store->events().size(), 1u);
-  EXPECT_EQ(store->pendingConfirm(), last()->id);
+  relaunch();
+  EXPECT_EQ(store->pendingConfirm(), store->events().at(0)->id);
   scheduler.advance(3s);
   EXPECT_EQ(onDisk().events[0]->photoFiles.size(), 4u);
 
@@ -60,11 +62,9 @@ TEST_F(RelaunchTest, ARestartOrLoginWhileOnIsAnUnlock) {
   files.failNext(FileOp::write, {FileError::Kind::noSpace, 28});
   launch();
   EXPECT_EQ(store->events().size(), 2u);
-  kill();
-  launch();
+  relaunch();
   EXPECT_EQ(store->events().size(), 2u) << "the mark does not pass an unrecorded event";
-  kill();
-  launch();
+  relaunch();
   EXPECT_EQ(store->events().size(), 2u) << "but a recorded one";
   store->proved(OwnerGate::prove(OwnerPurpose::turnOff));
   scheduler.run();
@@ -78,10 +78,7 @@ TEST_F(RelaunchTest, APhotoIsTakenInThatItsRecordMissedAndAnEmptyEventWasClosedE
   turnOn();
   lock();
   unlock();
-  const Uuid id = last()->id;
-  kill();
-  const std::string photo = photoFileName(id, 0);
-  launch();
+  relaunch();
   EXPECT_EQ(last()->photoProblem, PhotoProblem::closedEarly);
   EXPECT_FALSE(last()->photoPending);
 
@@ -89,8 +86,7 @@ TEST_F(RelaunchTest, APhotoIsTakenInThatItsRecordMissedAndAnEmptyEventWasClosedE
   unlock();
   const Uuid second = last()->id;
   kill();
-  const std::string folder = "/home/Brindle/photos/";
-  ASSERT_TRUE(files.writeWhole(folder + photoFileName(second, 0), viewOf("jpeg")));
+  ASSERT_TRUE(files.writeWhole("/home/Brindle/photos/" + photoFileName(second, 0), viewOf("jpeg")));
   launch();
   EXPECT_EQ(last()->photoFiles, std::vector{photoFileName(second, 0)});
   EXPECT_FALSE(last()->photoProblem || last()->photoPending);

@@ -17,17 +17,7 @@ std::string golden(const std::string& name) {
 
 std::string written(const SavedState& state) { return SavedStateWriter().write(state) + "\n"; }
 
-SavedState stateOf(std::size_t events) {
-  SavedState state;
-  for (std::size_t i = 0; i < events; ++i) {
-    UnlockEvent event;
-    event.wrongPINs = static_cast<std::int64_t>(i);
-    state.events.push_back(std::make_shared<UnlockEvent>(event));
-  }
-  return state;
-}
-
-TEST(SavedStateJsonTest, TheCurrentDocumentIsWrittenAsItWasRead) {
+TEST(SavedStateJsonTest, TheCurrentDocumentIsWrittenAsItWasReadAndAnOldOneAnew) {
   const auto read = readSavedState(golden("current"));
   ASSERT_TRUE(read);
   EXPECT_TRUE(read->reading.complete());
@@ -42,13 +32,11 @@ TEST(SavedStateJsonTest, TheCurrentDocumentIsWrittenAsItWasRead) {
   EXPECT_EQ(event.location->place, "Köpenick \"am See\"");
   EXPECT_EQ(event.location->lat, 52.520008);
   EXPECT_EQ(event.photoProblem, PhotoProblem::dark);
-}
 
-TEST(SavedStateJsonTest, AnOldDocumentReadsWholeAndIsWrittenAnew) {
-  const auto read = readSavedState(golden("old"));
-  ASSERT_TRUE(read);
-  EXPECT_TRUE(read->reading.complete());
-  EXPECT_EQ(written(read->state), golden("old_written"));
+  const auto old = readSavedState(golden("old"));
+  ASSERT_TRUE(old);
+  EXPECT_TRUE(old->reading.complete());
+  EXPECT_EQ(written(old->state), golden("old_written"));
 }
 
 TEST(SavedStateJsonTest, DamageCostsOnlyTheDamagedFieldOrEvent) {
@@ -128,29 +116,29 @@ TEST(SavedStateJsonTest, TopLevelFieldsFailOneByOne) {
 }
 
 TEST(SavedStateJsonTest, WhatCannotBeWrittenNeverSpoilsTheDocument) {
-  SavedState state = stateOf(1);
+  SavedState state;
   UnlockEvent event;
-  event.trigger = Trigger{"tripwire", "a\xff\xfe b\n\x01"};
+  event.trigger.emplace("tripwire", "a\xff\xfe b\n\x01");
   event.location = UnlockLocation{std::numeric_limits<double>::quiet_NaN(), 1, 1, {}, {}};
   state.events.push_back(std::make_shared<UnlockEvent>(event));
   state.updateInstall = "{half";
   const auto read = readSavedState(written(state));
   ASSERT_TRUE(read);
   ASSERT_TRUE(read->reading.complete());
-  EXPECT_EQ(read->state.events.at(1)->trigger->name, "a\uFFFD b\n\x01");
-  EXPECT_FALSE(read->state.updateInstall || read->state.events.at(1)->location);
+  EXPECT_EQ(read->state.events.at(0)->trigger->name, "a\uFFFD b\n\x01");
+  EXPECT_FALSE(read->state.updateInstall || read->state.events.at(0)->location);
 }
 
 /// A writer that remembers the last document gives the same bytes as one that does not.
 TEST(SavedStateJsonTest, EveryNextDocumentIsWhatAFreshWriterWouldWrite) {
-  constexpr unsigned seed = 20261031;
-  std::mt19937 random(seed);
+  std::mt19937 random(20261031);
   const auto below = [&random](std::size_t n) { return static_cast<std::ptrdiff_t>(random() % n); };
   SavedStateWriter writer;
   SavedState state;
   for (int step = 0; step < 600; ++step) {
     EventList& events = state.events;
-    const auto fresh = stateOf(static_cast<std::size_t>(step % 12) + 1).events.back();
+    const auto fresh = std::make_shared<UnlockEvent>();
+    fresh->wrongPINs = step % 12;
     const auto at = events.begin() + below(events.size() + 1);
     if (const auto what = below(6); what == 0 && at != events.end()) {
       events.erase(at);
@@ -164,8 +152,7 @@ TEST(SavedStateJsonTest, EveryNextDocumentIsWhatAFreshWriterWouldWrite) {
       events.insert(what == 4 ? events.end() : at, fresh);
     }
     state.armedAt = step % 2 ? std::optional(WallTime{}) : std::nullopt;
-    ASSERT_EQ(writer.write(state), SavedStateWriter().write(state))
-        << "seed " << seed << ", step " << step;
+    ASSERT_EQ(writer.write(state), SavedStateWriter().write(state)) << step;
   }
 }
 

@@ -23,8 +23,7 @@ TEST(QuitRequestTest, OnlyAVerifiedSystemReasonGoesWithoutProofWhileOn) {
   }
   RecordingLog lines;
   for (const char* reason : {"", "quia", "SHUT", "shut "}) {
-    EXPECT_EQ(decideQuit({reason, true, "somebody"}, true, Log(lines)), QuitDecision::needsProof)
-        << reason;
+    EXPECT_EQ(decideQuit({reason, true, "any"}, true, Log(lines)), QuitDecision::needsProof);
   }
   EXPECT_EQ(lines.size(), 0u) << "these claim no system reason";
 }
@@ -46,23 +45,18 @@ TEST(MenuContentTest, ShowsTheGuardAndKeepsItsOrder) {
 
 TEST(SessionMarkTest, TellsARestartFromALogout) {
   const SessionMark last{"boot-a", "1"};
-  const struct {
-    std::optional<SessionMark> before;
-    SessionMark now;
-    SinceLastRun result;
-  } rows[] = {
-      {std::nullopt, last, SinceLastRun::unknown},
-      {last, last, SinceLastRun::sameSession},
-      {last, {"boot-a", "2"}, SinceLastRun::loggedOut},
-      {last, {"boot-b", "1"}, SinceLastRun::restarted},
-      {last, {"boot-b", ""}, SinceLastRun::restarted},
-      {last, {"", "1"}, SinceLastRun::unknown},
-      {SessionMark{"", "1"}, {"", "2"}, SinceLastRun::loggedOut},
-  };
-  for (const auto& row : rows) EXPECT_EQ(sinceLastRun(row.before, row.now), row.result);
+  using enum SinceLastRun;
+  const std::tuple<std::optional<SessionMark>, SessionMark, SinceLastRun> rows[] = {
+      {std::nullopt, last, unknown},
+      {last, last, sameSession},
+      {last, {"boot-a", "2"}, loggedOut},
+      {last, {"boot-b", "1"}, restarted},
+      {last, {"boot-b", ""}, restarted},
+      {last, {"", "1"}, unknown},
+      {SessionMark{"", "1"}, {"", "2"}, loggedOut}};
+  for (const auto& [before, now, result] : rows) EXPECT_EQ(sinceLastRun(before, now), result);
 
   MemoryPreferences preferences;
-  EXPECT_FALSE(readSessionMark(preferences));
   ASSERT_TRUE(writeSessionMark(preferences, last));
   EXPECT_EQ(readSessionMark(preferences), last);
   EXPECT_EQ(preferences.text("boot"), "boot-a");
@@ -76,6 +70,10 @@ class StartAtLoginOnArmTest : public testing::Test {
   }
   void change(bool on) {
     armed = on;
+    changes.tell();
+  }
+  void disabledElsewhere() {
+    item.setStatus(LoginItem::Status::disabled);
     changes.tell();
   }
   bool enabled() const { return item.status() == LoginItem::Status::enabled; }
@@ -97,14 +95,12 @@ TEST_F(StartAtLoginOnArmTest, KeepsWhatIsEnabledWhileOnAndNothingElse) {
   ASSERT_TRUE(start.choose(true));
   EXPECT_TRUE(enabled());
   EXPECT_EQ(preferences.boolean("startAtLogin"), true);
-  item.setStatus(LoginItem::Status::disabled);
-  changes.tell();
+  disabledElsewhere();
   EXPECT_TRUE(enabled());
   EXPECT_TRUE(lines.has("login item: enabled again while on"));
 
-  item.setStatus(LoginItem::Status::disabled);
   featureOn = false;
-  changes.tell();
+  disabledElsewhere();
   EXPECT_FALSE(enabled()) << "switched off";
   featureOn = true;
   change(false);
@@ -113,28 +109,22 @@ TEST_F(StartAtLoginOnArmTest, KeepsWhatIsEnabledWhileOnAndNothingElse) {
   ASSERT_TRUE(start.choose(false));
   item.setStatus(LoginItem::Status::enabled);
   change(true);
-  item.setStatus(LoginItem::Status::disabled);
-  changes.tell();
+  disabledElsewhere();
   EXPECT_FALSE(enabled()) << "the owner chose against it";
 }
 
 TEST_F(StartAtLoginOnArmTest, ASystemThatRefusesIsSaidAndTheChoiceStays) {
   item.setProblem("not approved");
-  const auto refused = start.choose(true);
-  ASSERT_FALSE(refused);
-  EXPECT_EQ(refused.error(), "not approved");
-  EXPECT_FALSE(start.chosen());
-  EXPECT_FALSE(preferences.boolean("startAtLogin"));
+  EXPECT_EQ(start.choose(true).error(), "not approved");
+  EXPECT_FALSE(start.chosen() || preferences.boolean("startAtLogin"));
   ASSERT_TRUE(preferences.set("startAtLogin", true));
   change(true);
   EXPECT_TRUE(lines.has("login item: not kept enabled: not approved"));
   item.setProblem("");
   item.setStatus(LoginItem::Status::enabled);
   preferences.setFailing(true);
-  const auto unsaved = start.choose(false);
-  ASSERT_FALSE(unsaved);
+  EXPECT_EQ(start.choose(false).error(), "The choice could not be saved.");
   EXPECT_TRUE(enabled()) << "put back";
-  EXPECT_EQ(unsaved.error(), "The choice could not be saved.");
 }
 
 }  // namespace

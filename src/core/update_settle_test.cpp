@@ -23,6 +23,10 @@ class UpdateSettleTest : public testing::Test {
     settle.endedBy(which);
     settle.lockSignal(which);
   }
+  void away(bool locked, bool dark) {
+    screen.setLocked(locked);
+    screen.setDisplayAsleep(dark);
+  }
   void TearDown() override {
     settle.endedBy(LockSignal::wake);
     EXPECT_EQ(clock.pending(), 0u);
@@ -39,12 +43,10 @@ class UpdateSettleTest : public testing::Test {
 TEST_F(UpdateSettleTest, InstallsFiveSecondsAfterALockOrADarkDisplay) {
   for (const auto which : {LockSignal::locked, LockSignal::displaySleep}) {
     installs = 0;
-    screen.setLocked(false);
-    screen.setDisplayAsleep(false);
+    away(false, false);
     ready();
     EXPECT_TRUE(lines.has("update ready: installs at the next lock (on)"));
-    screen.setLocked(which == LockSignal::locked);
-    screen.setDisplayAsleep(which == LockSignal::displaySleep);
+    away(which == LockSignal::locked, which == LockSignal::displaySleep);
     signal(which);
     signal(which);  // only one settle at a time
     const std::string raw(rawValue(which));
@@ -100,32 +102,29 @@ TEST_F(UpdateSettleTest, SleepAndWakeEndItAndItWaitsForTheNextLock) {
 }
 
 TEST_F(UpdateSettleTest, IsNotAwayWhenAnythingSpeaksAgainstIt) {
-  const struct {
-    bool on, locked, dark, unlocked, asleep, underWay;
-    std::function<void()> happens;
-  } rows[] = {
-      {false, true, false, false, false, false, [this] { facts.on = false; }},
-      {true, false, false, true, false, false,
+  const std::pair<const char*, std::function<void()>> rows[] = {
+      {"on false, locked true, display asleep false, unlocked since false, Mac asleep false, "
+       "unlock under way false",
+       [this] { facts.on = false; }},
+      {"on true, locked false, display asleep false, unlocked since true, Mac asleep false, "
+       "unlock under way false",
        [this] { screen.setLocked(false), settle.unlockSeen(); }},
-      {true, true, false, true, false, false, [this] { settle.unlockSeen(); }},
-      {true, true, true, false, true, true,
-       [this] { screen.setDisplayAsleep(true), facts.macAsleep = facts.unlockUnderWay = true; }},
-  };
-  const auto say = [](bool is) { return std::string(is ? "true" : "false"); };
+      {"on true, locked true, display asleep false, unlocked since true, Mac asleep false, "
+       "unlock under way false",
+       [this] { settle.unlockSeen(); }},
+      {"on true, locked true, display asleep true, unlocked since false, Mac asleep true, "
+       "unlock under way true",
+       [this] { screen.setDisplayAsleep(true), facts.macAsleep = facts.unlockUnderWay = true; }}};
   settle.unlockSeen();  // one before the settle does not count
-  for (const auto& row : rows) {
+  for (const auto& [seen, happens] : rows) {
     facts = {.on = true};
-    screen.setLocked(true);
-    screen.setDisplayAsleep(false);
+    away(true, false);
     ready();
     clock.advance(3s);
-    row.happens();
+    happens();
     clock.advance(2s);
-    EXPECT_TRUE(lines.has("settle over, not away (on " + say(row.on) + ", locked " +
-                          say(row.locked) + ", display asleep " + say(row.dark) +
-                          ", unlocked since " + say(row.unlocked) + ", Mac asleep " +
-                          say(row.asleep) + ", unlock under way " + say(row.underWay) +
-                          "): waits for the next lock"))
+    EXPECT_TRUE(
+        lines.has(std::string("settle over, not away (") + seen + "): waits for the next lock"))
         << lines.all();
   }
   EXPECT_EQ(installs, 0);
