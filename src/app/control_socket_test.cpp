@@ -18,8 +18,7 @@ namespace {
 
 class ControlSocketTest : public AppFixture {
  protected:
-  ControlSocketTest() { listen(); }
-  void listen() { EXPECT_EQ(socket.listen(paths.socketFile()), std::nullopt); }
+  ControlSocketTest() { EXPECT_EQ(socket.listen(paths.socketFile()), std::nullopt); }
   Descriptor connected() const {
     Descriptor peer(::socket(AF_UNIX, SOCK_STREAM | SOCK_NONBLOCK | SOCK_CLOEXEC, 0));
     sockaddr_un address{};
@@ -49,17 +48,6 @@ class ControlSocketTest : public AppFixture {
       [this](auto send) { return std::make_unique<CommandSession>(commands, app.gate(), send); },
       {std::chrono::milliseconds(200), std::chrono::seconds(10)}};
 };
-
-TEST_F(ControlSocketTest, AnswersAndCloses) {
-  struct stat found {};
-  ASSERT_EQ(stat(paths.runtime.c_str(), &found), 0);
-  EXPECT_EQ(found.st_mode & 0777, 0700u);
-  const auto peer = connected();
-  send(peer, encodeRequest({.command = "status", .json = true}));
-  const auto reply = decodeReply(heard(peer));
-  ASSERT_TRUE(reply);
-  EXPECT_NE(reply->text.find("\"running\":true"), std::string::npos);
-}
 
 TEST_F(ControlSocketTest, BadPeersAreClosedAndTheGuardGoesOn) {
   const std::string rows[] = {"garbage\n", std::string(20000, 'x'),
@@ -99,6 +87,9 @@ TEST_F(ControlSocketTest, HasRoomForSoManyOnly) {
 }
 
 TEST_F(ControlSocketTest, RefusesOtherUsers) {
+  struct stat found {};
+  ASSERT_EQ(stat(paths.runtime.c_str(), &found), 0);
+  EXPECT_EQ(found.st_mode & 0777, 0700u);
   if (geteuid() != 0) GTEST_SKIP() << "only root can become somebody else";
   for (const auto& each : {folder, folder + "/run", paths.runtime}) chmod(each.c_str(), 0755);
   chmod(paths.socketFile().c_str(), 0777);

@@ -10,25 +10,22 @@ using GuardCommandsTest = AppFixture;
 
 Request setupOf(std::string_view pin, std::string_view repeat) {
   Request request{.command = "setup", .alertDelay = 20, .startAtLogin = true, .question = "Pet?"};
+  const std::string_view answer = "Rex Barker";
   for (const auto& [name, text] :
-       std::vector<std::pair<std::string, std::string_view>>{{"pin", pin},
-                                                             {"pinRepeat", repeat},
-                                                             {"answer", "Rex Barker"},
-                                                             {"answerRepeat", "Rex Barker"}}) {
+       {std::pair("pin", pin), std::pair("pinRepeat", repeat), std::pair("answer", answer),
+        std::pair("answerRepeat", answer)}) {
     request.secrets.push_back({name, SecretText(text)});
   }
   return request;
 }
 
 TEST_F(GuardCommandsTest, SetsUpTurnsOnAndOff) {
-  auto reply = say("on");
+  const auto reply = say("on");
   EXPECT_EQ(reply.text, "Brindle has no PIN on this Mac, so it stays off.\n");
   EXPECT_EQ(reply.exitCode, exit_code::failed);
-  reply = command(setupOf("730164", "730165"));
-  EXPECT_EQ(reply.exitCode, exit_code::failed);
+  EXPECT_EQ(command(setupOf("730164", "730165")).exitCode, exit_code::failed);
   EXPECT_FALSE(app.store().pinIsSet());
-  reply = command(setupOf(pin, pin));
-  EXPECT_EQ(reply.text,
+  EXPECT_EQ(command(setupOf(pin, pin)).text,
             "The question and its answer are saved.\nThe PIN is saved.\nThe alert delay is 20 s.\n"
             "Brindle starts at login.\n");
   EXPECT_EQ(say("off").text, "Brindle is off.\n");
@@ -50,14 +47,7 @@ TEST_F(GuardCommandsTest, SetsUpTurnsOnAndOff) {
                            "\"pin\":\"set\"", "\"alertDelay\":20", "\"lockSource\":true"}) {
     EXPECT_NE(status.find(part), std::string::npos) << part << status;
   }
-  Request delay{.command = "setup", .alertDelay = 4000};
-  EXPECT_EQ(command(std::move(delay),
-                    [] {
-                      std::vector<Request> tries;
-                      tries.push_back(tryWith("pin", pin));
-                      return tries;
-                    }())
-                .text,
+  EXPECT_EQ(command({.command = "setup", .alertDelay = 4000}, tries({{"pin", pin}})).text,
             "The alert delay was not saved: it is 0 to 3600 seconds.\n");
 }
 
@@ -78,20 +68,14 @@ TEST_F(GuardCommandsTest, ProofIsAskedForWhereItIsDue) {
   EXPECT_EQ(say("confirm").text, "Nothing waits to be confirmed.\n");
   EXPECT_EQ(say("fly").exitCode, exit_code::usage);
 
-  std::vector<Request> tries;
-  tries.push_back(tryWith("answer", "Rex"));
-  tries.push_back(tryWith("pin", wrongPin));
-  tries.push_back(tryWith("pin", pin));
-  const auto off = command({.command = "off"}, std::move(tries));
-  EXPECT_EQ(off.text, "Brindle is off.\n");
+  auto asked = tries({{"answer", "Rex"}, {"pin", wrongPin}, {"pin", pin}});
+  EXPECT_EQ(command({.command = "off"}, std::move(asked)).text, "Brindle is off.\n");
   EXPECT_FALSE(app.store().armed());
   ASSERT_EQ(app.store().events().size(), 1u)
       << "the wrong PIN, and not the answer that was not open";
   EXPECT_EQ(app.store().events()[0]->wrongPINs, 1);
 
-  std::vector<Request> right;
-  right.push_back(tryWith("pin", pin));
-  EXPECT_EQ(command({.command = "delete", .target = "all"}, std::move(right)).text,
+  EXPECT_EQ(command({.command = "delete", .target = "all"}, tries({{"pin", pin}})).text,
             "The history is deleted.\n");
   EXPECT_TRUE(app.store().events().empty());
 }
@@ -144,9 +128,9 @@ TEST_F(GuardCommandsTest, ATryOutOfPlaceEndsTheConversation) {
 TEST_F(GuardCommandsTest, DoctorNamesEveryBackendAndFailsWithoutTheEssentialOnes) {
   auto reply = say("doctor");
   EXPECT_EQ(reply.exitCode, exit_code::done) << reply.text;
-  for (const char* service : {"screen lock", "camera", "keychain", "files", "guarded window",
-                              "notifications", "login item", "quit sender", "preferences",
-                              "boot clock", "random", "crypto", "image", "flash window"}) {
+  for (const char* service :
+       {"files", "guarded window", "notifications", "login item", "quit sender", "preferences",
+        "boot clock", "random", "crypto", "image", "flash window"}) {
     EXPECT_NE(reply.text.find(service), std::string::npos) << service;
   }
   const std::pair<std::string, std::function<void(bool)>> rows[] = {
@@ -163,18 +147,12 @@ TEST_F(GuardCommandsTest, DoctorNamesEveryBackendAndFailsWithoutTheEssentialOnes
   }
 }
 
-class AppDelegateTest : public AppFixture {
- protected:
-  AppDelegateTest() {
-    choosePin();
-    say("on");
-    delegate.quit = [this](bool saved) { quit = saved; };
-  }
+TEST_F(GuardCommandsTest, APersonsQuitOrderNeedsProofAndIsRefusedWhereNobodyCanAsk) {
   AppDelegate& delegate = app.appDelegate();
   std::optional<bool> quit;
-};
-
-TEST_F(AppDelegateTest, APersonsOrderNeedsProofAndIsRefusedWhereNobodyCanAsk) {
+  delegate.quit = [&](bool saved) { quit = saved; };
+  choosePin();
+  say("on");
   devices.quitSender.order({"shut", false, "pid 77"});
   runUntil([this] { return lines.has("quit refused: the guard is on"); });
   EXPECT_TRUE(lines.has("quit claiming a system reason, sender pid 77"));
@@ -185,13 +163,17 @@ TEST_F(AppDelegateTest, APersonsOrderNeedsProofAndIsRefusedWhereNobodyCanAsk) {
   EXPECT_FALSE(delegate.quitting());
   const auto sitting = app.gate().open(OwnerPurpose::quit);
   sitting->tryPin(SecretText(pin), [](GateAnswer) {});
-  runUntil([this] { return quit.has_value(); });
+  runUntil([&] { return quit.has_value(); });
   EXPECT_TRUE(*quit);
 }
 
-TEST_F(AppDelegateTest, TheSystemsOrderNeedsNone) {
+TEST_F(GuardCommandsTest, TheSystemsQuitOrderNeedsNoProof) {
+  std::optional<bool> quit;
+  app.appDelegate().quit = [&](bool saved) { quit = saved; };
+  choosePin();
+  say("on");
   devices.quitSender.order({"logo", true, "logind"});
-  runUntil([this] { return quit.has_value(); });
+  runUntil([&] { return quit.has_value(); });
   EXPECT_TRUE(*quit);
   EXPECT_TRUE(app.store().armed()) << "the guard is on again after the next login";
 }

@@ -2,13 +2,10 @@
 
 #include <gtest/gtest.h>
 
-#include "testing/recording_log.h"
-
 namespace brindle {
 namespace {
 
-class RedactedLog final : public LogSink {
- public:
+struct RedactedLog final : LogSink {
   void write(std::string_view format, std::span<const LogArg> args) override {
     line = renderLogLine(format, args);
     segments = logSegments(format, args);

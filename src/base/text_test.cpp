@@ -7,10 +7,9 @@ namespace brindle {
 namespace {
 
 TEST(UuidTest, ReadsTheCanonicalFormInEitherCaseOnly) {
-  const char* lower = "0b0a7c1e-5c1f-4f0e-9d7b-3f6f0c2d9a11";
-  const auto id = Uuid::parse(lower);
+  const auto id = Uuid::parse("0b0a7c1e-5c1f-4f0e-9d7b-3f6f0c2d9a11");
   ASSERT_TRUE(id);
-  EXPECT_EQ(id->lower(), lower);
+  EXPECT_EQ(id->lower(), "0b0a7c1e-5c1f-4f0e-9d7b-3f6f0c2d9a11");
   EXPECT_EQ(Uuid::parse(id->upper()), id);
   for (const char* wrong :
        {"", "0b0a7c1e5c1f4f0e9d7b3f6f0c2d9a11", "{0b0a7c1e-5c1f-4f0e-9d7b-3f6f0c2d9a1}",

@@ -54,6 +54,12 @@ class AppFixture : public testing::Test {
     request.secrets.push_back({std::string(kind), SecretText(secret)});
     return request;
   }
+  static std::vector<Request> tries(
+      std::initializer_list<std::pair<std::string_view, std::string_view>> each) {
+    std::vector<Request> all;
+    for (const auto& [kind, secret] : each) all.push_back(tryWith(kind, secret));
+    return all;
+  }
   void choosePin() {
     bool saved = false;
     app.secrets().savePin(SecretText(pin), SecretText(pin), nullptr,

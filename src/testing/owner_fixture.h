@@ -2,6 +2,7 @@
 
 #include <gtest/gtest.h>
 
+#include <functional>
 #include <string>
 #include <utility>
 #include <vector>
@@ -78,14 +79,18 @@ class OwnerFixture : public testing::Test {
     ASSERT_EQ(keychain.write(where, item(name), data), keychain_code::success);
   }
 
+  /// What `call` tells the function it is given by the time all is done; `otherwise` if nothing.
+  template <class T>
+  T told(T otherwise, const std::function<void(std::function<void(T)>)>& call) {
+    call([&otherwise](T result) { otherwise = std::move(result); });
+    time.run();
+    return otherwise;
+  }
   SecretCheck check(SecretKind which, std::string_view entered) {
     return checkIn(secrets, which, entered);
   }
   SecretCheck checkIn(SecretStore& store, SecretKind which, std::string_view entered) {
-    SecretCheck result;
-    store.check(which, SecretText(entered), [&](SecretCheck check) { result = check; });
-    time.run();
-    return result;
+    return told<SecretCheck>({}, [&](auto done) { store.check(which, SecretText(entered), done); });
   }
   CheckOutcome pin(std::string_view entered) { return check(SecretKind::pin, entered).outcome; }
   CheckOutcome answer(std::string_view entered) {
@@ -94,25 +99,18 @@ class OwnerFixture : public testing::Test {
 
   PinSaved savePin(std::string_view text, std::string_view repeat,
                    const OwnerProof* proof = nullptr) {
-    PinSaved result = PinSaved::failed;
-    secrets.savePin(SecretText(text), SecretText(repeat), proof,
-                    [&](PinSaved saved) { result = saved; });
-    time.run();
-    return result;
+    return told<PinSaved>(PinSaved::failed, [&](auto done) {
+      secrets.savePin(SecretText(text), SecretText(repeat), proof, done);
+    });
   }
   AnswerSaved saveAnswer(std::string question, std::string_view text, std::string_view repeat,
                          const OwnerProof* proof = nullptr) {
-    AnswerSaved result = AnswerSaved::failed;
-    secrets.saveAnswer(std::move(question), SecretText(text), SecretText(repeat), proof,
-                       [&](AnswerSaved saved) { result = saved; });
-    time.run();
-    return result;
+    return told<AnswerSaved>(AnswerSaved::failed, [&](auto done) {
+      secrets.saveAnswer(std::move(question), SecretText(text), SecretText(repeat), proof, done);
+    });
   }
   OwnerSecrets::States refreshed() {
-    OwnerSecrets::States result;
-    secrets.refresh([&](OwnerSecrets::States states) { result = states; });
-    time.run();
-    return result;
+    return told<OwnerSecrets::States>({}, [&](auto done) { secrets.refresh(done); });
   }
 };
 

@@ -20,13 +20,6 @@ std::string RecordingLog::line(std::size_t i) const {
   return i < lines_.size() ? lines_[i].shown : std::string();
 }
 
-std::string RecordingLog::last(std::string_view format) const {
-  const std::lock_guard lock(mutex_);
-  const auto found = std::find_if(lines_.rbegin(), lines_.rend(),
-                                  [format](const Line& line) { return line.format == format; });
-  return found == lines_.rend() ? std::string() : found->shown;
-}
-
 std::size_t RecordingLog::size() const {
   const std::lock_guard lock(mutex_);
   return lines_.size();

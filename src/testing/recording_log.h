@@ -19,8 +19,6 @@ class RecordingLog final : public LogSink {
   std::size_t count(std::string_view what) const;
   /// The i-th line, private parts shown; empty when there is none.
   std::string line(std::size_t i) const;
-  /// The latest line of that format, private parts shown; empty when there is none.
-  std::string last(std::string_view format) const;
   std::size_t size() const;
   void clear();
   /// All lines, one below the other, for messages of failed tests.

@@ -4,10 +4,6 @@
 
 namespace brindle {
 
-// 2026-03-02, a Monday, 09:00:00 UTC: a moment without any clock change nearby.
-VirtualScheduler::VirtualScheduler()
-    : VirtualScheduler(WallTime(std::chrono::seconds(1'772'442'000))) {}
-
 WallTime VirtualScheduler::wallTime() const {
   return wallBase_ + std::chrono::floor<WallTime::duration>(sinceBase_);
 }
@@ -15,11 +11,6 @@ WallTime VirtualScheduler::wallTime() const {
 void VirtualScheduler::post(Task task) {
   const std::lock_guard lock(mutex_);
   posted_.push_back(std::move(task));
-}
-
-std::size_t VirtualScheduler::posted() const {
-  const std::lock_guard lock(mutex_);
-  return posted_.size();
 }
 
 Timer VirtualScheduler::after(Duration delay, Task task) {
@@ -44,11 +35,6 @@ bool VirtualScheduler::runOnePosted() {
   }
   if (task) task();
   return true;
-}
-
-void VirtualScheduler::runPosted() {
-  while (runOnePosted()) {
-  }
 }
 
 /// The awake time at which the next timer is due if nobody sets the clock; never before now.

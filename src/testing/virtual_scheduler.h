@@ -11,9 +11,6 @@ namespace brindle {
 /// A main loop whose time moves only when it is told to. Whoever drives it is the main thread.
 class VirtualScheduler final : public Scheduler {
  public:
-  VirtualScheduler();
-  explicit VirtualScheduler(WallTime start) : wallBase_(start) {}
-
   Duration awakeTime() const override { return awake_; }
   WallTime wallTime() const override;
   void post(Task task) override;
@@ -29,12 +26,9 @@ class VirtualScheduler final : public Scheduler {
   void setWallTime(WallTime time);
   /// Runs everything that is due now.
   void run() { advance(Duration::zero()); }
-  /// Runs posted tasks, and those they post, but no timers.
-  void runPosted();
 
-  /// Timers still armed, and tasks posted but not run.
+  /// Timers still armed.
   std::size_t pending() const { return timers_.armed(); }
-  std::size_t posted() const;
   /// How long the machine has slept so far.
   Duration slept() const { return slept_; }
 
@@ -44,12 +38,14 @@ class VirtualScheduler final : public Scheduler {
   void moveTo(Duration awake);
 
   TimerQueue timers_;
-  mutable std::mutex mutex_;
+  std::mutex mutex_;
   std::deque<Task> posted_;
   Duration awake_{0};
   Duration slept_{0};
-  WallTime wallBase_;      // what the wall clock showed when it was last set
-  Duration sinceBase_{0};  // and the time since
+  // What the wall clock showed when it was last set, and the time since. It starts on 2026-03-02, a
+  // Monday, 09:00:00 UTC: a moment without any clock change nearby.
+  WallTime wallBase_{std::chrono::seconds(1'772'442'000)};
+  Duration sinceBase_{0};
   bool running_ = false;
 };
 

@@ -20,7 +20,6 @@ class VirtualWorkerQueue final : public WorkerQueue {
   /// While held, nothing is worked off: the worker is busy or slow.
   void hold() { state_->held = true; }
   void release();
-  std::size_t waiting() const { return state_->jobs.size(); }
 
  private:
   struct Job {
