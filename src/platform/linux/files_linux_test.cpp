@@ -1,20 +1,9 @@
 #include <gtest/gtest.h>
-#include <sched.h>
-#include <sys/mount.h>
-#include <sys/socket.h>
 #include <sys/stat.h>
-#include <sys/un.h>
-
-#include <cstring>
 
 #include "platform/contract/files_contract.h"
-#include "platform/linux/journal_sink.h"
-#include "platform/memory/files_memory.h"
-#include "platform/posix/descriptor.h"
 #include "platform/posix/files_posix.h"
-#include "platform/posix/terminal_sink.h"
-#include "platform/tee_sink.h"
-#include "testing/recording_log.h"
+#include "testing/private_mounts.h"
 #include "testing/temporary_folder.h"
 
 namespace brindle {
@@ -113,24 +102,15 @@ class PosixFilesOnMounts : public PosixFilesTest {
  protected:
   void SetUp() override {
     PosixFilesTest::SetUp();
-    if (::unshare(CLONE_NEWNS) != 0 ||
-        ::mount("none", "/", nullptr, MS_REC | MS_PRIVATE, nullptr)) {
-      GTEST_SKIP() << "mounts of its own need root";
+    if (mounts.missing()) GTEST_SKIP() << mounts.missing();
+    for (const std::string& disk : {small, folder / "other"}) {
+      ASSERT_TRUE(files.makeFolder(disk) && mounts.add(disk));
     }
-    for (const char* name : {"small", "other"}) {
-      const std::string disk = folder / name;
-      ASSERT_TRUE(files.makeFolder(disk));
-      ASSERT_EQ(::mount("tmpfs", disk.c_str(), "tmpfs", 0, "size=1m"), 0);
-      mounted.push_back(disk);
-    }
-    path = folder / "small/state.json";
     ASSERT_TRUE(files.writeWhole(path, viewOf("old")));
   }
-  void TearDown() override {
-    for (const std::string& each : mounted) ::umount2(each.c_str(), MNT_DETACH);
-  }
-  std::vector<std::string> mounted;
-  std::string path;
+  const std::string small = folder / "small";
+  const std::string path = small + "/state.json";
+  PrivateMounts mounts;
 };
 
 TEST_F(PosixFilesOnMounts, AFullDiskIsSaidAndLosesNothing) {
@@ -144,7 +124,7 @@ TEST_F(PosixFilesOnMounts, AFullDiskIsSaidAndLosesNothing) {
 }
 
 TEST_F(PosixFilesOnMounts, AReadOnlyDiskIsSaidAndStaysReadable) {
-  ASSERT_EQ(::mount("", mounted[0].c_str(), "", MS_REMOUNT | MS_RDONLY, nullptr), 0);
+  ASSERT_EQ(::mount("", small.c_str(), "", MS_REMOUNT | MS_RDONLY, nullptr), 0);
   for (const auto& result :
        {files.writeWhole(path, viewOf("new")), files.remove(path), files.hardLink(path, path + "2"),
         files.renameNew(path, path + "2"), files.makeFolder(folder / "small/new")}) {
@@ -165,43 +145,6 @@ TEST_F(PosixFilesOnMounts, NamesCannotCrossDisks) {
     EXPECT_EQ(result.error(), (FileError{Kind::unsupported, EXDEV}));
   }
   EXPECT_EQ(text(files, path), "old");
-}
-
-TEST_F(PosixFilesOnMounts, TheJournalNeverGetsPrivateText) {
-  ASSERT_EQ(::mount("tmpfs", "/run", "tmpfs", 0, "size=1m"), 0);
-  mounted.emplace_back("/run");
-  EXPECT_FALSE(JournalSink::available());
-  ASSERT_TRUE(files.makeFolder("/run/systemd/journal"));
-  const Descriptor journal(::socket(AF_UNIX, SOCK_DGRAM | SOCK_CLOEXEC | SOCK_NONBLOCK, 0));
-  sockaddr_un address{AF_UNIX, "/run/systemd/journal/socket"};
-  ASSERT_EQ(::bind(journal.get(), reinterpret_cast<sockaddr*>(&address), sizeof address), 0);
-  EXPECT_TRUE(JournalSink::available());
-  JournalSink sink;
-  Log(sink).notice("state.json kept aside: %{private}s, %{public}ld events", "secret name", 3);
-  char entry[4096];
-  const auto size = ::recv(journal.get(), entry, sizeof entry, 0);
-  ASSERT_GT(size, 0);
-  const std::string_view sent(entry, static_cast<std::size_t>(size));
-  EXPECT_NE(sent.find("MESSAGE=state.json kept aside: <private>, 3 events\n"), sent.npos) << sent;
-  EXPECT_NE(sent.find("SYSLOG_IDENTIFIER=brindle\n"), sent.npos);
-  EXPECT_EQ(sent.find("secret name"), sent.npos);
-}
-
-TEST(TerminalSinkTest, RedactsAndKeepsToOneLine) {
-  int ends[2];
-  ASSERT_EQ(::pipe(ends), 0);
-  const Descriptor in(ends[0]);
-  const Descriptor out(ends[1]);
-  TerminalSink terminal(out.get());
-  RecordingLog recorder;
-  TeeSink both({&terminal, &recorder});
-  Log(both).notice("camera: %{public}s at %{private}s", "\x1b[2J\nforged", "home");
-  char line[200];
-  const auto size = ::read(in.get(), line, sizeof line);
-  ASSERT_GT(size, 0);
-  EXPECT_EQ(std::string_view(line, static_cast<std::size_t>(size)),
-            "camera: ?[2J?forged at <private>\n");
-  EXPECT_TRUE(recorder.has("camera: \x1b[2J\nforged at home"));
 }
 
 }  // namespace

@@ -4,5 +4,5 @@ brindle_library(brindle_linux_system
   LINKS brindle_platform brindle_posix brindle_openssl
   PRIVATE_LINKS PkgConfig::FMT PkgConfig::SYSTEMD)
 brindle_test(brindle_linux_system_test
-  SOURCES files_linux_test.cpp system_linux_test.cpp
+  SOURCES files_linux_test.cpp log_sinks_test.cpp system_linux_test.cpp
   LINKS brindle_linux_system brindle_memory brindle_testing)
