@@ -1,18 +1,14 @@
 #pragma once
 
-#include <gtest/gtest.h>
-
 #include "platform/boot_clock.h"
+#include "platform/contract/contract_test.h"
 #include "platform/scheduler.h"
 
 namespace brindle {
 
 /// A backend offers `clock` and `scheduler`.
 template <class Backend>
-class BootClockContract : public testing::Test {
- protected:
-  Backend backend;
-};
+using BootClockContract = ContractTest<Backend>;
 TYPED_TEST_SUITE_P(BootClockContract);
 
 TYPED_TEST_P(BootClockContract, CountsFromTheBootAndNamesIt) {

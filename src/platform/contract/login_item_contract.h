@@ -1,20 +1,16 @@
 #pragma once
 
-#include <gtest/gtest.h>
-
+#include "platform/contract/contract_test.h"
 #include "platform/login_item.h"
 
 namespace brindle {
 
 /// A backend offers: `item`, disabled at first, and `fail()`, after which changes fail.
 template <class Backend>
-class LoginItemContract : public testing::Test {
- protected:
-  Backend backend;
-};
+using LoginItemContract = ContractTest<Backend>;
 TYPED_TEST_SUITE_P(LoginItemContract);
 
-TYPED_TEST_P(LoginItemContract, WhatWasSetIsWhatIsRead) {
+TYPED_TEST_P(LoginItemContract, WhatWasSetIsReadAndAFailureIsExplainedToAPerson) {
   auto& item = this->backend.item;
   EXPECT_EQ(item.status(), LoginItem::Status::disabled);
   for (int turn = 0; turn < 2; ++turn) {
@@ -26,17 +22,13 @@ TYPED_TEST_P(LoginItemContract, WhatWasSetIsWhatIsRead) {
     EXPECT_TRUE(item.disable());
     EXPECT_EQ(item.status(), LoginItem::Status::disabled);
   }
-}
-
-TYPED_TEST_P(LoginItemContract, AFailureIsExplainedToAPerson) {
   this->backend.fail();
-  const auto done = this->backend.item.enable();
+  const auto done = item.enable();
   ASSERT_FALSE(done);
   EXPECT_FALSE(done.error().empty());
-  EXPECT_NE(this->backend.item.status(), LoginItem::Status::enabled);
+  EXPECT_NE(item.status(), LoginItem::Status::enabled);
 }
 
-REGISTER_TYPED_TEST_SUITE_P(LoginItemContract, WhatWasSetIsWhatIsRead,
-                            AFailureIsExplainedToAPerson);
+REGISTER_TYPED_TEST_SUITE_P(LoginItemContract, WhatWasSetIsReadAndAFailureIsExplainedToAPerson);
 
 }  // namespace brindle

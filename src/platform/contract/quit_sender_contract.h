@@ -1,19 +1,15 @@
 #pragma once
 
-#include <gtest/gtest.h>
-
 #include <vector>
 
+#include "platform/contract/contract_test.h"
 #include "platform/quit_sender.h"
 
 namespace brindle {
 
 /// A backend offers: `sender`, `personQuits()`, and `until(condition)`.
 template <class Backend>
-class QuitSenderContract : public testing::Test {
- protected:
-  Backend backend;
-};
+using QuitSenderContract = ContractTest<Backend>;
 TYPED_TEST_SUITE_P(QuitSenderContract);
 
 TYPED_TEST_P(QuitSenderContract, APersonsOrderClaimsNothingAndEndsNothing) {

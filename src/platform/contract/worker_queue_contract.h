@@ -1,20 +1,17 @@
 #pragma once
 
-#include <gtest/gtest.h>
-
+#include <chrono>
 #include <string>
 #include <thread>
 
+#include "platform/contract/contract_test.h"
 #include "platform/worker_queue.h"
 
 namespace brindle {
 
 /// A backend offers `scheduler`, `queue`, both pointers, and `runUntil(condition)`.
 template <class Backend>
-class WorkerQueueContract : public testing::Test {
- protected:
-  Backend backend;
-};
+using WorkerQueueContract = ContractTest<Backend>;
 TYPED_TEST_SUITE_P(WorkerQueueContract);
 
 TYPED_TEST_P(WorkerQueueContract, WorksInOrderAndReportsOnTheMainThread) {
@@ -39,7 +36,13 @@ TYPED_TEST_P(WorkerQueueContract, FinishWaitsForTheWorkButNotForItsReports) {
   int worked = 0;
   int reported = 0;
   for (int i = 0; i < 50; ++i) {
-    this->backend.queue->run([&] { ++worked; }, [&] { ++reported; });
+    const auto slow = [&] {
+      const auto end = std::chrono::steady_clock::now() + std::chrono::microseconds(200);
+      while (std::chrono::steady_clock::now() < end) {
+      }
+      ++worked;
+    };
+    this->backend.queue->run(slow, [&] { ++reported; });
   }
   this->backend.queue->finish();
   EXPECT_EQ(worked, 50);

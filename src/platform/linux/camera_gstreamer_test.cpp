@@ -101,36 +101,22 @@ TEST(ExposureWatchTest, SettlesOnceFourFramesAgreeAndAreNotBlack) {
   }
 }
 
-class Loop {
- public:
+struct GstreamerCameras {
   LinuxScheduler scheduler;
   ThreadWorkerQueue queue{scheduler, "brindle.camera"};
-
+  FakeKernel kernel;
+  GstreamerCamera works{queue, {"videotestsrc is-live=true"}};
+  GstreamerCamera missing{queue, {}, kernel.folders()};
+  CameraDevice& camera() { return works; }
+  CameraDevice& noCamera() { return missing; }
   bool runUntil(const std::function<bool()>& done) { return brindle::runUntil(scheduler, done); }
-};
-
-class GstreamerCameras : public Loop {
- public:
-  CameraDevice& camera() { return camera_; }
-  CameraDevice& noCamera() { return missing_; }
-
- private:
-  FakeKernel kernel_;
-  GstreamerCamera camera_{queue, {"videotestsrc is-live=true"}};
-  GstreamerCamera missing_{queue, {}, kernel_.folders()};
 };
 INSTANTIATE_TYPED_TEST_SUITE_P(Gstreamer, CameraContract, GstreamerCameras);
 
-class GstreamerCameraTest : public testing::Test {
+class GstreamerCameraTest : public CameraContract<GstreamerCameras> {
  protected:
   std::unique_ptr<GstreamerCamera> cameraOf(const std::string& fragment) {
     return std::make_unique<GstreamerCamera>(loop.queue, CameraSource{fragment});
-  }
-  CameraStart started(CameraDevice& camera) {
-    std::optional<CameraStart> how;
-    camera.start([&](CameraStart result) { how = result; });
-    EXPECT_TRUE(loop.runUntil([&] { return how.has_value(); }));
-    return how.value_or(CameraStart::failed);
   }
   std::optional<Bytes> photo(CameraDevice& camera) {
     bool answered = false;
@@ -142,8 +128,8 @@ class GstreamerCameraTest : public testing::Test {
     EXPECT_TRUE(loop.runUntil([&] { return answered; }));
     return taken;
   }
-
-  Loop loop;
+  GstreamerCameras& loop = backend;
+  FakeKernel& kernel = backend.kernel;
 };
 
 TEST_F(GstreamerCameraTest, PhotosAreJpegOfWhatTheCameraSeesAlsoWhenItSendsJpeg) {
@@ -187,18 +173,19 @@ TEST_F(GstreamerCameraTest, ACameraThatGoesAwayIsNoticedAndMayComeBack) {
     EXPECT_TRUE(photo(*camera));
     EXPECT_TRUE(loop.runUntil([&] { return !camera->running(); }));
     EXPECT_FALSE(camera->capture([](auto, auto) {}));
+    camera->stop();
+    EXPECT_THAT(camera->report().detail, testing::HasSubstr("last failure: no more frames"));
   }
 }
 
 TEST_F(GstreamerCameraTest, SourcesThatCannotWorkFailAndSayWhy) {
-  FakeKernel kernel;
   FakeKernel::write(kernel.root() / "bad-0.jpg", "this is no picture, however long it may be");
   const std::pair<std::string, const char*> rows[] = {
       {"nosuchelement", "nosuchelement"},
       {"multifilesrc location=" + (kernel.root() / "bad-%d.jpg").string() +
            " caps=image/jpeg,framerate=30/1",
-       "last start: "},
-      {"multifilesrc location=/nowhere/%d.jpg caps=image/jpeg,framerate=30/1", "last start: "}};
+       "last failure: "},
+      {"multifilesrc location=/nowhere/%d.jpg caps=image/jpeg,framerate=30/1", "last failure: "}};
   for (const auto& [source, why] : rows) {
     SCOPED_TRACE(source);
     const auto camera = cameraOf(source);
@@ -238,7 +225,6 @@ TEST_F(GstreamerCameraTest, PreparingLeavesAListOfPlugInsBehindBeforeAnythingEls
 }
 
 TEST_F(GstreamerCameraTest, ADeviceThatMayNotBeOpenedIsDeniedAndOneThatIsNoneFails) {
-  FakeKernel kernel;
   kernel.add("video0", "fixed", "front");
   GstreamerCamera camera(loop.queue, {}, kernel.folders());
   EXPECT_EQ(camera.authorization(), CameraAuthorization::authorized);

@@ -82,7 +82,6 @@ class Peer {
   void leave() { connection_->releaseName(name_); }
   void comeBack() { connection_->requestName(name_); }
   sdbus::IObject& object() { return *object_; }
-  sdbus::IConnection& connection() { return *connection_; }
   const std::string& name() const { return name_; }
 
  private:
@@ -106,7 +105,6 @@ class ScreensaverPeer : public Peer {
     active_ = active;
     object().emitSignal("ActiveChanged").onInterface(name()).withArguments(active);
   }
-  void setSilently(bool active) { active_ = active; }
 
  private:
   std::atomic<bool> active_ = false;
@@ -125,20 +123,24 @@ struct ScreensaverBackend : Desktop {
 };
 INSTANTIATE_TYPED_TEST_SUITE_P(Screensaver, ScreenLockContract, ScreensaverBackend);
 
-class ScreensaverTest : public testing::Test {
+class ScreensaverTest : public ScreenLockContract<ScreensaverBackend> {
  protected:
-  ScreensaverBackend desktop;
-  std::vector<SystemNotice> seen;
-  Subscription locked = observe(SystemNotice::screenLocked);
-  Subscription unlocked = observe(SystemNotice::screenUnlocked);
-  Subscription observe(SystemNotice notice) {
-    return desktop.lock.distributed().observe(notice, [this, notice] { seen.push_back(notice); });
-  }
+  ScreensaverBackend& desktop = backend;
+  Subscription locked = record(desktop.lock.distributed(), SystemNotice::screenLocked);
+  Subscription unlocked = record(desktop.lock.distributed(), SystemNotice::screenUnlocked);
 };
 
-TEST_F(ScreensaverTest, AChangeMissedWhileTheBusWasAwayIsToldOnReturn) {
+TEST_F(ScreensaverTest, OneThatVanishesUncoversTheScreenAndOneMissedWithTheBusIsToldOnReturn) {
   desktop.peer.set(true);
-  ASSERT_TRUE(desktop.until([&] { return seen.size() == 1; }));
+  ASSERT_TRUE(sees(1));
+  desktop.peer.leave();
+  ASSERT_TRUE(sees(2));
+  EXPECT_FALSE(desktop.lock.screenLocked());
+  EXPECT_TRUE(desktop.lines.has("org.freedesktop.ScreenSaver: gone from the bus"));
+  desktop.peer.comeBack();
+  ASSERT_TRUE(sees(3)) << "it is still active";
+  EXPECT_TRUE(desktop.lines.has("org.freedesktop.ScreenSaver: back on the bus"));
+
   desktop.bus.stop();
   ASSERT_TRUE(desktop.until([&] { return !desktop.lock.reachable(); }));
   EXPECT_TRUE(desktop.lock.screenLocked()) << "a lost bus is no unlock";
@@ -146,27 +148,15 @@ TEST_F(ScreensaverTest, AChangeMissedWhileTheBusWasAwayIsToldOnReturn) {
       << "the system bus was never there; " << desktop.lines.all();
   desktop.bus.start();
   ScreensaverPeer successor(desktop.bus.address(), saverPath);
-  ASSERT_TRUE(desktop.until([&] { return seen.size() == 2; }));
-  EXPECT_EQ(seen, (std::vector{SystemNotice::screenLocked, SystemNotice::screenUnlocked}));
+  ASSERT_TRUE(sees(4));
+  EXPECT_EQ(seen.back(), SystemNotice::screenUnlocked);
   EXPECT_TRUE(desktop.lock.reachable());
   EXPECT_TRUE(desktop.lines.has("session bus: connected"));
 }
 
-TEST_F(ScreensaverTest, AScreensaverThatVanishesUncoversTheScreen) {
-  desktop.peer.set(true);
-  ASSERT_TRUE(desktop.until([&] { return seen.size() == 1; }));
-  desktop.peer.leave();
-  ASSERT_TRUE(desktop.until([&] { return seen.size() == 2; }));
-  EXPECT_FALSE(desktop.lock.screenLocked());
-  EXPECT_TRUE(desktop.lines.has("org.freedesktop.ScreenSaver: gone from the bus"));
-  desktop.peer.comeBack();
-  ASSERT_TRUE(desktop.until([&] { return seen.size() == 3; })) << "it is still active";
-  EXPECT_TRUE(desktop.lines.has("org.freedesktop.ScreenSaver: back on the bus"));
-}
-
 TEST_F(ScreensaverTest, ASignalThatSomebodyElseSendsUsIsNotBelieved) {
   desktop.peer.set(true);
-  ASSERT_TRUE(desktop.until([&] { return seen.size() == 1; }));
+  ASSERT_TRUE(sees(1));
   // Sent straight to our connection, it passes every match rule.
   const auto forger = sdbus::createSessionBusConnectionWithAddress(desktop.bus.address());
   const auto object = sdbus::createObject(*forger, saverPath);
@@ -199,8 +189,7 @@ TEST(ScreenLockLinuxTest, WithoutAnySourceItSaysSo) {
   EXPECT_NE(lock.report().detail.find("system bus: "), std::string::npos) << lock.report().detail;
 }
 
-TEST(DisplayPowerTest, TheCompositorsPowerSavingIsTheDisplaysSleep) {
-  ScreensaverBackend desktop;
+TEST_F(ScreensaverTest, TheCompositorsPowerSavingIsTheDisplaysSleep) {
   Peer mutter(desktop.bus.address(), "org.gnome.Mutter.DisplayConfig",
               "/org/gnome/Mutter/DisplayConfig");
   std::atomic<int> mode = 3;
@@ -211,17 +200,13 @@ TEST(DisplayPowerTest, TheCompositorsPowerSavingIsTheDisplaysSleep) {
     mode = next;
     mutter.object().emitPropertiesChangedSignal(mutter.name(), {"PowerSaveMode"});
   };
-  std::vector<SystemNotice> seen;
-  const auto record = [&](SystemNotice notice) {
-    return desktop.lock.workspace().observe(notice, [&seen, notice] { seen.push_back(notice); });
-  };
-  const auto sleeps = record(SystemNotice::screensDidSleep);
-  const auto wakes = record(SystemNotice::screensDidWake);
+  const auto sleeps = record(desktop.lock.workspace(), SystemNotice::screensDidSleep);
+  const auto wakes = record(desktop.lock.workspace(), SystemNotice::screensDidWake);
   mutter.serve();
-  ASSERT_TRUE(desktop.until([&] { return seen.size() == 1; })) << "asleep when first met";
+  ASSERT_TRUE(sees(1)) << "asleep when first met";
   EXPECT_TRUE(desktop.lock.displayAsleep());
   becomes(0);
-  ASSERT_TRUE(desktop.until([&] { return seen.size() == 2; }));
+  ASSERT_TRUE(sees(2));
   EXPECT_FALSE(desktop.lock.displayAsleep());
   EXPECT_EQ(seen, (std::vector{SystemNotice::screensDidSleep, SystemNotice::screensDidWake}));
 }

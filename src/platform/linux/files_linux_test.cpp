@@ -27,13 +27,12 @@ mode_t modeOf(const std::string& path) {
 class PosixFilesTest : public testing::Test {
  protected:
   void SetUp() override { ASSERT_FALSE(folder.path().empty()); }
-  std::string text(Files& from, const std::string& path) {
-    const auto content = from.read(path);
+  std::string text(const std::string& path) {
+    const auto content = files.read(path);
     return content ? std::string(textOf(*content)) : "(unreadable)";
   }
 
   TemporaryFolder folder;
-  std::vector<FileStep> steps;
   bool flushFails = false;
   int flushesUntilFailure = 0;
   PosixFiles files{folder.path(),
@@ -44,10 +43,10 @@ class PosixFilesTest : public testing::Test {
                      }
                      return ::fsync(fd);
                    },
-                   [this](const FileStep& step) { steps.push_back(step); }};
+                   {}};
 };
 
-TEST_F(PosixFilesTest, WhatItMakesIsPrivate) {
+TEST_F(PosixFilesTest, WhatItMakesIsPrivateAndLinksAndPipesInTheWayDoNoHarm) {
   const mode_t earlier = ::umask(0);
   ASSERT_TRUE(files.makeFolder(folder / "a/b"));
   ASSERT_TRUE(files.writeWhole(folder / "a/b/c", viewOf("x")));
@@ -55,17 +54,15 @@ TEST_F(PosixFilesTest, WhatItMakesIsPrivate) {
   EXPECT_EQ(modeOf(folder / "a"), 0700u);
   EXPECT_EQ(modeOf(folder / "a/b"), 0700u);
   EXPECT_EQ(modeOf(folder / "a/b/c"), 0600u);
-}
 
-TEST_F(PosixFilesTest, LinksAndPipesInTheWayDoNoHarm) {
   const std::string target = folder / "target";
   ASSERT_TRUE(files.writeWhole(target, viewOf("untouched")));
   const std::string planted = joinPath(folder.path(), temporaryName("state"));
   ASSERT_EQ(::symlink(target.c_str(), planted.c_str()), 0);
   ASSERT_EQ(::symlink(target.c_str(), (folder / "state").c_str()), 0);
   ASSERT_TRUE(files.writeWhole(folder / "state", viewOf("mine")));
-  EXPECT_EQ(text(files, target), "untouched");
-  EXPECT_EQ(text(files, folder / "state"), "mine");
+  EXPECT_EQ(text(target), "untouched");
+  EXPECT_EQ(text(folder / "state"), "mine");
   ASSERT_EQ(::mkfifo((folder / "pipe").c_str(), 0600), 0);
   EXPECT_FALSE(files.read(folder / "pipe"));
 }
@@ -80,7 +77,7 @@ TEST_F(PosixFilesTest, AFailedFlushLeavesTheEarlierFile) {
     flushesUntilFailure = flush;
     EXPECT_FALSE(files.writeWhole(folder / "fresh", viewOf("new")));
     flushFails = false;
-    EXPECT_EQ(text(files, path), "old");
+    EXPECT_EQ(text(path), "old");
     EXPECT_EQ(files.list(folder.path()), Names{"state"});
     EXPECT_EQ(files.removeLeftovers(folder.path()), 0u);
   }
@@ -94,7 +91,7 @@ TEST_F(PosixFilesTest, WhatACrashLeftIsHiddenReplacedOrRemoved) {
   EXPECT_EQ(files.list(folder.path()), Names{});
   ASSERT_TRUE(files.writeWhole(folder / "state", viewOf("whole")));
   EXPECT_EQ(files.removeLeftovers(folder.path()), 1u);
-  EXPECT_EQ(text(files, folder / "state"), "whole");
+  EXPECT_EQ(text(folder / "state"), "whole");
 }
 
 /// Runs in mounts of its own, so that a disk can be small, full or read-only.
@@ -113,38 +110,31 @@ class PosixFilesOnMounts : public PosixFilesTest {
   PrivateMounts mounts;
 };
 
-TEST_F(PosixFilesOnMounts, AFullDiskIsSaidAndLosesNothing) {
-  const Bytes large(2 << 20);
-  const auto written = files.writeWhole(path, large);
-  ASSERT_FALSE(written);
-  EXPECT_EQ(written.error(), (FileError{Kind::noSpace, ENOSPC}));
-  EXPECT_EQ(text(files, path), "old");
-  EXPECT_EQ(files.removeLeftovers(folder / "small"), 0u);
-  EXPECT_TRUE(files.writeWhole(path, viewOf("fits")));
-}
+TEST_F(PosixFilesOnMounts, AFullReadOnlyOrOtherDiskIsSaidAndLosesNothing) {
+  EXPECT_EQ(files.writeWhole(path, Bytes(2 << 20)).error(), (FileError{Kind::noSpace, ENOSPC}));
+  EXPECT_EQ(text(path), "old");
+  EXPECT_EQ(files.removeLeftovers(small), 0u);
 
-TEST_F(PosixFilesOnMounts, AReadOnlyDiskIsSaidAndStaysReadable) {
-  ASSERT_EQ(::mount("", small.c_str(), "", MS_REMOUNT | MS_RDONLY, nullptr), 0);
-  for (const auto& result :
-       {files.writeWhole(path, viewOf("new")), files.remove(path), files.hardLink(path, path + "2"),
-        files.renameNew(path, path + "2"), files.makeFolder(folder / "small/new")}) {
-    ASSERT_FALSE(result);
-    EXPECT_EQ(result.error(), (FileError{Kind::denied, EROFS}));
-  }
-  EXPECT_TRUE(files.makeFolder(folder / "small"));
-  EXPECT_EQ(text(files, path), "old");
-  const PosixFiles there(folder / "small/Brindle");
-  EXPECT_FALSE(there.report().answered);
-  EXPECT_TRUE(files.report().answered);
-}
-
-TEST_F(PosixFilesOnMounts, NamesCannotCrossDisks) {
   const std::string across = folder / "other/state.json";
   for (const auto& result : {files.renameNew(path, across), files.hardLink(path, across)}) {
     ASSERT_FALSE(result);
     EXPECT_EQ(result.error(), (FileError{Kind::unsupported, EXDEV}));
   }
-  EXPECT_EQ(text(files, path), "old");
+  EXPECT_EQ(text(path), "old");
+  EXPECT_TRUE(files.writeWhole(path, viewOf("fits")));
+
+  ASSERT_EQ(::mount("", small.c_str(), "", MS_REMOUNT | MS_RDONLY, nullptr), 0);
+  for (const auto& result :
+       {files.writeWhole(path, viewOf("new")), files.remove(path), files.hardLink(path, path + "2"),
+        files.renameNew(path, path + "2"), files.makeFolder(small + "/new")}) {
+    ASSERT_FALSE(result);
+    EXPECT_EQ(result.error(), (FileError{Kind::denied, EROFS}));
+  }
+  EXPECT_TRUE(files.makeFolder(small));
+  EXPECT_EQ(text(path), "fits");
+  const PosixFiles there(small + "/Brindle");
+  EXPECT_FALSE(there.report().answered);
+  EXPECT_TRUE(files.report().answered);
 }
 
 }  // namespace

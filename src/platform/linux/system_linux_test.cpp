@@ -3,7 +3,6 @@
 #include <poll.h>
 #include <sys/epoll.h>
 
-#include <atomic>
 #include <optional>
 
 #include "platform/contract/boot_clock_contract.h"
@@ -142,25 +141,6 @@ TEST_F(LinuxSchedulerTest, ATaskMayRunTheLoopAndOrderIsKept) {
   loop.scheduler->post([&] { order += 'b'; });
   EXPECT_TRUE(loop.runUntil([&] { return order.size() == 3; }));
   EXPECT_EQ(order, "abc");
-}
-
-TEST(ThreadWorkerQueueTest, FinishWaitsForThePieceUnderWay) {
-  LinuxLoop loop;
-  std::atomic<bool> begun = false;
-  std::atomic<bool> ended = false;
-  loop.queue->run(
-      [&] {
-        begun = true;
-        begun.notify_one();
-        const Duration until = loop.scheduler->awakeTime() + milliseconds(5);
-        while (loop.scheduler->awakeTime() < until) {
-        }
-        ended = true;
-      },
-      nullptr);
-  begun.wait(false);
-  loop.queue->finish();
-  EXPECT_TRUE(ended);
 }
 
 // RFC 7914, section 11; the first half of each 64-byte value, which is its own block.

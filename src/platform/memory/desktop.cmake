@@ -1,2 +1,1 @@
 target_sources(brindle_memory PRIVATE keychain_memory.cpp)
-brindle_test(desktop_memory_test SOURCES desktop_memory_test.cpp LINKS brindle_memory brindle_testing)

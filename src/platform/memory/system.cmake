@@ -3,6 +3,6 @@ brindle_library(brindle_memory
   SOURCES crypto_memory.cpp files_memory.cpp
   LINKS brindle_platform
   PRIVATE_LINKS brindle_openssl)
-brindle_test(brindle_memory_system_test
-  SOURCES system_memory_test.cpp
+brindle_test(brindle_memory_test
+  SOURCES memory_test.cpp
   LINKS brindle_memory brindle_testing)
