@@ -1,0 +1,1 @@
+target_sources(brindle_memory PRIVATE background_transfer_memory.cpp http_memory.cpp)

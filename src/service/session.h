@@ -1,0 +1,32 @@
+#pragma once
+
+#include <functional>
+#include <optional>
+#include <string>
+
+#include "base/subscription.h"
+#include "base/times.h"
+
+namespace brindle {
+
+/// Who is signed in. Holds a secret: never logged, never shown.
+struct Session {
+  std::string token;  ///< the bearer token (RFC 6750)
+  std::string email;
+  std::string provider;  ///< "Apple", "Google" or "Email"
+  std::string termsVersion;
+  std::optional<WallTime> acceptedAt;
+  bool operator==(const Session&) const = default;
+};
+
+/// Who is signed in now, for everything that sends on their behalf. Main thread only.
+class SessionSource {
+ public:
+  virtual ~SessionSource() = default;
+  /// None while signed out, and while the account is being deleted.
+  virtual const std::optional<Session>& session() const = 0;
+  /// Called from the main loop after the session changed.
+  [[nodiscard]] virtual Subscription onSessionChange(std::function<void()> changed) = 0;
+};
+
+}  // namespace brindle
