@@ -2,6 +2,7 @@
 
 #include <functional>
 
+#include "base/subscription.h"
 #include "core/unlock_event.h"
 
 namespace brindle {
@@ -16,8 +17,14 @@ class AlertReporting {
   virtual ~AlertReporting() = default;
   /// `done` comes from the main loop, once. Asking again for the same event replaces its report.
   virtual void handOver(const UnlockEvent& event, std::function<void(HandOver)> done) = 0;
+  /// The same for a camera that was switched off.
+  virtual void handOver(const CameraOffAlert& alert, std::function<void(HandOver)> done) = 0;
   /// The event needs no report any more.
   virtual void withdraw(const Uuid& event) = 0;
+  /// How a report that was handed over ended, perhaps in a later run: sent or rejected. From the
+  /// main loop.
+  [[nodiscard]] virtual Subscription onResult(
+      std::function<void(const Uuid& id, AlertState result)> ended) = 0;
 };
 
 }  // namespace brindle

@@ -36,6 +36,12 @@ class AlertWatching {
   virtual void extend(const Uuid& event) = 0;
   /// The owner said that it was them, or deleted the record.
   virtual void cancel(const Uuid& event) = 0;
+  /// An update is about to replace this program.
+  virtual void updating() = 0;
+  /// The run is about to end. `systemEnds`: the person logs out, or the machine goes down.
+  virtual void quitting(bool systemEnds) = 0;
+  /// Something is on its way that is worth a short wait at the end of a run.
+  virtual bool underWay() const = 0;
 };
 
 }  // namespace brindle

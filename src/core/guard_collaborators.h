@@ -18,12 +18,28 @@ namespace brindle {
 // What the guard store drives besides the camera and the files. All of it lives on the main thread
 // and returns at once.
 
+/// Something that the owner's other devices are told.
+struct DeviceNotice {
+  std::string kind;                       ///< "unlock", "turned-on", "watched-file", …
+  std::optional<std::string> targetName;  ///< the watched item
+  std::optional<std::string> source;      ///< who turned the guard on
+  std::optional<std::string> reason;      ///< why it was turned off
+  bool operator==(const DeviceNotice&) const = default;
+};
+
 /// Notices to the owner's other devices.
 class OtherDeviceNotices {
  public:
   virtual ~OtherDeviceNotices() = default;
-  /// `notice` is "turned-on"; `detail` says who turned the guard on.
-  virtual void send(std::string_view notice, std::string_view detail) = 0;
+  virtual void send(const DeviceNotice& notice) = 0;
+};
+
+/// Something outside the guard may forbid turning it on.
+class TurnOnGate {
+ public:
+  virtual ~TurnOnGate() = default;
+  /// Why not, for the owner; nothing when it may be turned on.
+  virtual std::optional<std::string> refusal() const = 0;
 };
 
 /// Watches the owner's files, folders and apps while the guard is on.
@@ -88,6 +104,7 @@ struct GuardCollaborators {
   ClipRecording& clips;
   Locating& locator;
   FeatureSwitches& features;
+  TurnOnGate& gate;
 };
 
 }  // namespace brindle

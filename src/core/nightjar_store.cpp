@@ -181,7 +181,7 @@ void NightjarStore::switchOn(ArmSource source) {
   changed();
   collaborators_.watch.start();
   collaborators_.alertWatch.guardOn(source);
-  collaborators_.push.send("turned-on", source.rawValue());
+  collaborators_.push.send({"turned-on", {}, std::string(source.rawValue()), {}});
 }
 
 void NightjarStore::turnOff() {

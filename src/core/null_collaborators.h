@@ -16,6 +16,9 @@ class NoAlertWatch final : public AlertWatching {
   void firstPhoto(const Uuid&, const FileName&) override {}
   void extend(const Uuid&) override {}
   void cancel(const Uuid&) override {}
+  void updating() override {}
+  void quitting(bool) override {}
+  bool underWay() const override { return false; }
 };
 
 /// Without an account nobody is owed a report.
@@ -25,7 +28,13 @@ class NoAlertReporting final : public AlertReporting {
   void handOver(const UnlockEvent&, std::function<void(HandOver)> done) override {
     scheduler_.post([done = std::move(done)] { done(HandOver::nothingOwed); });
   }
+  void handOver(const CameraOffAlert&, std::function<void(HandOver)> done) override {
+    scheduler_.post([done = std::move(done)] { done(HandOver::nothingOwed); });
+  }
   void withdraw(const Uuid&) override {}
+  [[nodiscard]] Subscription onResult(std::function<void(const Uuid&, AlertState)>) override {
+    return {};
+  }
 
  private:
   Scheduler& scheduler_;
@@ -39,7 +48,7 @@ class NoVault final : public VaultUploading {
 
 class NoOtherDevices final : public OtherDeviceNotices {
  public:
-  void send(std::string_view, std::string_view) override {}
+  void send(const DeviceNotice&) override {}
 };
 
 class NoWatchMonitor final : public WatchMonitoring {
@@ -83,6 +92,11 @@ class NoLocator final : public Locating {
   }
 };
 
+class NoTurnOnGate final : public TurnOnGate {
+ public:
+  std::optional<std::string> refusal() const override { return std::nullopt; }
+};
+
 class AllFeaturesOn final : public FeatureSwitches {
  public:
   bool on(std::string_view) const override { return true; }
@@ -92,8 +106,8 @@ class AllFeaturesOn final : public FeatureSwitches {
 struct NullCollaborators {
   explicit NullCollaborators(Scheduler& scheduler) : alerts(scheduler) {}
   GuardCollaborators all() {
-    return {alertWatch, alerts,          uploads, push,    watch,   alarm,
-            unlockLog,  updateInstaller, clips,   locator, features};
+    return {alertWatch, alerts,          uploads, push,    watch,    alarm,
+            unlockLog,  updateInstaller, clips,   locator, features, gate};
   }
 
   NoAlertWatch alertWatch;
@@ -107,6 +121,7 @@ struct NullCollaborators {
   NoClips clips;
   NoLocator locator;
   AllFeaturesOn features;
+  NoTurnOnGate gate;
 };
 
 }  // namespace brindle

@@ -22,11 +22,12 @@ class RecordedCollaborators final : public AlertWatching,
                                     public UpdateInstalling,
                                     public ClipRecording,
                                     public Locating,
-                                    public FeatureSwitches {
+                                    public FeatureSwitches,
+                                    public TurnOnGate {
  public:
   explicit RecordedCollaborators(Scheduler& scheduler) : scheduler_(scheduler) {}
   GuardCollaborators all() {
-    return {*this, *this, *this, *this, *this, *this, *this, *this, *this, *this, *this};
+    return {*this, *this, *this, *this, *this, *this, *this, *this, *this, *this, *this, *this};
   }
 
   void guardOn(const ArmSource& source) override { told("on " + std::string(source.rawValue())); }
@@ -35,6 +36,9 @@ class RecordedCollaborators final : public AlertWatching,
   void firstPhoto(const Uuid&, const FileName& name) override { told("first photo " + name); }
   void extend(const Uuid&) override { told("extend"); }
   void cancel(const Uuid&) override { told("cancel"); }
+  void updating() override { told("updating"); }
+  void quitting(bool) override { told("quitting"); }
+  bool underWay() const override { return false; }
 
   void handOver(const UnlockEvent& event, std::function<void(HandOver)> done) override {
     told("report " + event.id.upper());
@@ -43,13 +47,21 @@ class RecordedCollaborators final : public AlertWatching,
     if (!handOvers.empty()) handOvers.pop_front();
     scheduler_.post([done = std::move(done), answer] { done(answer); });
   }
+  void handOver(const CameraOffAlert&, std::function<void(HandOver)> done) override {
+    told("camera off");
+    scheduler_.post([done = std::move(done)] { done(HandOver::handedOver); });
+  }
   void withdraw(const Uuid&) override {}
+  [[nodiscard]] Subscription onResult(std::function<void(const Uuid&, AlertState)> ended) override {
+    return reportResults.add(std::move(ended));
+  }
 
   void keepCopies(const UnlockEvent&) override { told("keep copies"); }
   void deleteCopies(const UnlockEvent&) override { told("delete copies"); }
-  void send(std::string_view notice, std::string_view detail) override {
-    told(std::string(notice) + " " + std::string(detail));
+  void send(const DeviceNotice& notice) override {
+    told(notice.kind + (notice.source ? " " + *notice.source : " notice"));
   }
+  std::optional<std::string> refusal() const override { return turnOnRefusal; }
   void start() override { told("watch start"); }
   void occurred(const UnlockEvent&) override {}
   void unconfirmed(const UnlockEvent&) override { told("alarm unconfirmed"); }
@@ -83,6 +95,8 @@ class RecordedCollaborators final : public AlertWatching,
   std::vector<std::string> calls;
   std::deque<HandOver> handOvers;  ///< the coming answers; nothing owed after them
   bool reportsHang = false;
+  Listeners<const Uuid&, AlertState> reportResults;
+  std::optional<std::string> turnOnRefusal;
   Wish clipWish{false, false, "off"};
   std::function<void(Clip)> clipDone;
   bool locationWanted = false;
