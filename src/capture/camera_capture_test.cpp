@@ -120,16 +120,13 @@ TEST_F(MacCameraCaptureTest, TheFlashIsLitOncePerSeriesByALaterShotBelowItsThres
     EXPECT_EQ(flash.shows() - before, row.lit);
     EXPECT_EQ(levels(), row.chosen);
   }
-}
-
-TEST_F(MacCameraCaptureTest, WithoutAScreenTheShotsTakenSoFarStillCount) {
   flash.setHasScreen(false);
   frames({0.5, 0.2});
   take(2);
-  EXPECT_THAT(levels(), ElementsAre(0.5, 0.2));
+  EXPECT_THAT(levels(), ElementsAre(0.5, 0.2)) << "without a screen what was taken still counts";
 }
 
-TEST_F(MacCameraCaptureTest, ADarkRoomEndsAtALimitAndIsCalledDark) {
+TEST_F(MacCameraCaptureTest, ADarkRoomEndsAtALimitAndIsCalledDarkAndNoPictureIsNeverDark) {
   frames({0.05});
   take(4);
   EXPECT_LE(camera.shots(), 12);
@@ -142,15 +139,14 @@ TEST_F(MacCameraCaptureTest, ADarkRoomEndsAtALimitAndIsCalledDark) {
   const int before = camera.shots();
   take(4);
   EXPECT_EQ(camera.shots() - before, 12);
-}
 
-TEST_F(MacCameraCaptureTest, FramesThatAreNoPicturesCountAndAreNeverDark) {
+  const int lit = flash.shows();
   camera.setFrames({bytesOf("not a picture")});
   take(2);
   EXPECT_THAT(levels(), ElementsAre(-1, -1));
   EXPECT_EQ(photoProblemOf(true, photos, true), std::nullopt);
   EXPECT_EQ(first, "not a picture");
-  EXPECT_EQ(flash.shows(), 0);
+  EXPECT_EQ(flash.shows(), lit);
 }
 
 TEST_F(MacCameraCaptureTest, ShotsThatFailHangOrComeEmptyAreGoneWithoutEndingTheSeries) {
@@ -245,8 +241,18 @@ TEST_F(MacCameraCaptureTest, ACancelledSeriesSaysNothingAndGivesItsTurnOn) {
   EXPECT_EQ(camera.stops(), stops + 1) << "stopped between two series";
 }
 
-TEST_F(MacCameraCaptureTest, EndingTheSeriesFromItsOwnAnswersIsSafe) {
-  Subscription ended, last;
+TEST_F(MacCameraCaptureTest, SeriesThatEndInLineOrFromTheirOwnAnswersHurtNobody) {
+  const auto unwanted = [](auto) { ADD_FAILURE(); };
+  auto one = capture.takePhoto(1, nullptr, unwanted);
+  auto inLine = capture.takePhoto(1, nullptr, unwanted);
+  auto last = capture.takePhoto(1, nullptr, unwanted);
+  inLine.end();
+  one.end();
+  last.end();  // its turn has come, and it does not know yet
+  clock.advance(1min);
+  EXPECT_EQ(camera.shots(), 0);
+
+  Subscription ended;
   ended = capture.takePhoto(
       2, [&](CapturedPhoto) { ended.end(); }, [&](auto) { ++dones; });
   clock.advance(1min);
