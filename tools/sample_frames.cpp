@@ -8,13 +8,12 @@
 #include <cmath>
 #include <cstdint>
 #include <cstdio>
-#include <memory>
+#include <fstream>
 #include <random>
 #include <string>
 #include <vector>
 
-// Last: it needs FILE and size_t to be declared.
-#include <jpeglib.h>
+#include "jpeg_writing.h"
 
 namespace {
 
@@ -101,34 +100,6 @@ std::vector<std::uint8_t> rendered(const Scene& scene) {
   return pixels;
 }
 
-struct CloseFile {
-  void operator()(std::FILE* file) const { std::fclose(file); }
-};
-
-bool writeJpeg(const std::string& path, std::vector<std::uint8_t> pixels) {
-  const std::unique_ptr<std::FILE, CloseFile> file(std::fopen(path.c_str(), "wb"));
-  if (!file) return false;
-  jpeg_error_mgr errors{};
-  jpeg_compress_struct info{};
-  info.err = jpeg_std_error(&errors);  // ends the program, which is right for a build step
-  jpeg_create_compress(&info);
-  jpeg_stdio_dest(&info, file.get());
-  info.image_width = width;
-  info.image_height = height;
-  info.input_components = 3;
-  info.in_color_space = JCS_RGB;
-  jpeg_set_defaults(&info);
-  jpeg_set_quality(&info, 88, TRUE);
-  jpeg_start_compress(&info, TRUE);
-  while (info.next_scanline < info.image_height) {
-    JSAMPROW row = pixels.data() + std::size_t{3} * width * info.next_scanline;
-    jpeg_write_scanlines(&info, &row, 1);
-  }
-  jpeg_finish_compress(&info);
-  jpeg_destroy_compress(&info);
-  return std::fflush(file.get()) == 0;
-}
-
 struct Light {
   const char* name;
   double room, screen;
@@ -153,7 +124,12 @@ int main(int argc, char** argv) {
   for (const Light& light : lights) {
     for (std::size_t i = 0; i < shifts.size(); ++i) {
       const std::string path = folder + "/" + light.name + "-" + std::to_string(i) + ".jpg";
-      if (writeJpeg(path, rendered({light.room, light.screen, shifts[i]}))) continue;
+      const auto jpeg =
+          brindle::jpegOf(rendered({light.room, light.screen, shifts[i]}), width, 3, 88);
+      std::ofstream file(path, std::ios::binary);
+      file.write(reinterpret_cast<const char*>(jpeg.data()),
+                 static_cast<std::streamsize>(jpeg.size()));
+      if (file.flush()) continue;
       std::fprintf(stderr, "%s could not be written\n", path.c_str());
       return 1;
     }

@@ -1,53 +1,24 @@
 #include "platform/linux/image_jpeg.h"
 
-#include <gtest/gtest.h>
-
-#include <cstdio>
-#include <cstdlib>
-#include <fstream>
+#include <algorithm>
 #include <iterator>
 #include <random>
 
 #include "platform/contract/image_contract.h"
-
-// Last: it needs FILE and size_t to be declared.
-#include <jpeglib.h>
+#include "tools/jpeg_writing.h"
 
 namespace brindle {
 namespace {
 
 /// A gray picture with a sensor's noise, so that most of its bytes are picture data.
 Bytes encoded(double level, unsigned width = 320, unsigned height = 240, bool progressive = false) {
-  jpeg_error_mgr errors{};
-  jpeg_compress_struct info{};
-  info.err = jpeg_std_error(&errors);
-  jpeg_create_compress(&info);
-  unsigned char* out = nullptr;
-  unsigned long size = 0;
-  jpeg_mem_dest(&info, &out, &size);
-  info.image_width = width;
-  info.image_height = height;
-  info.input_components = 1;
-  info.in_color_space = JCS_GRAYSCALE;
-  jpeg_set_defaults(&info);
-  jpeg_set_quality(&info, 95, TRUE);
-  if (progressive) jpeg_simple_progression(&info);
-  jpeg_start_compress(&info, TRUE);
+  Bytes pixels(std::size_t{width} * height);
   std::minstd_rand random(1);
-  Bytes row(width);
-  for (unsigned y = 0; y < height; ++y) {
-    for (auto& sample : row) {
-      const double noise = static_cast<double>(random() % 5) - 2;
-      sample = static_cast<std::uint8_t>(std::clamp(level * 255 + noise, 0.0, 255.0));
-    }
-    JSAMPROW pixels = row.data();
-    jpeg_write_scanlines(&info, &pixels, 1);
+  for (auto& sample : pixels) {
+    const double noise = static_cast<double>(random() % 5) - 2;
+    sample = static_cast<std::uint8_t>(std::clamp(level * 255 + noise, 0.0, 255.0));
   }
-  jpeg_finish_compress(&info);
-  jpeg_destroy_compress(&info);
-  Bytes bytes(out, out + size);
-  std::free(out);
-  return bytes;
+  return jpegOf(std::move(pixels), width, 1, 95, progressive);
 }
 
 struct JpegImages {
