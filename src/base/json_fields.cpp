@@ -3,6 +3,7 @@
 #include <cmath>
 
 #include "base/iso8601.h"
+#include "base/reference_date.h"
 #include "base/whole_number.h"
 
 namespace brindle {
@@ -76,6 +77,14 @@ bool readJson(const Json& json, WallTime& out) {
   const auto* text = json.if_string();
   if (!text) return false;
   const auto time = parseIsoSeconds({text->data(), text->size()});
+  if (time) out = *time;
+  return time.has_value();
+}
+
+bool readReferenceDate(const Json& json, WallTime& out) {
+  double seconds = 0;
+  if (!readJson(json, seconds)) return readJson(json, out);
+  const auto time = fromSecondsSince2001(seconds);
   if (time) out = *time;
   return time.has_value();
 }

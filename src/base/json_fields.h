@@ -30,6 +30,8 @@ bool readJson(const Json& json, double& out);  ///< finite numbers only
 bool readJson(const Json& json, std::string& out);
 bool readJson(const Json& json, Uuid& out);
 bool readJson(const Json& json, WallTime& out);  ///< RFC 3339 with whole seconds
+/// A stored date in either form: seconds since 2001 as a number, or RFC 3339.
+bool readReferenceDate(const Json& json, WallTime& out);
 
 inline bool isNull(const Json& json) { return json.is_null(); }
 inline std::optional<std::string_view> jsonText(const Json& json) {
