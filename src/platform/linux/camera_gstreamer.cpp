@@ -127,6 +127,8 @@ void GstreamerCamera::start(std::function<void(CameraStart)> done) {
 
 void GstreamerCamera::stop() {
   if (!session_) return;
+  // One that went away by itself, while it was used.
+  if (session_->started && session_->feed->ended()) lastFailure_ = session_->feed->whyEnded();
   session_->feed->end("stopped");  // whatever the queue waits for
   queue_.run([session = std::move(session_)] { session->pipeline.reset(); }, nullptr);
   session_ = nullptr;
@@ -152,7 +154,7 @@ std::optional<CameraDevice::PhotoId> GstreamerCamera::capture(
 
 ServiceReport GstreamerCamera::report() {
   ServiceReport report = found();
-  if (!lastFailure_.empty()) report.detail += "; last start: " + lastFailure_;
+  if (!lastFailure_.empty()) report.detail += "; last failure: " + lastFailure_;
   return report;
 }
 
