@@ -9,10 +9,12 @@ manager = dbus.Interface(bus.get_object("org.freedesktop.login1", "/org/freedesk
                          "org.freedesktop.login1.Manager")
 signal.signal(signal.SIGTERM, lambda *_: sys.exit(0))
 leader = subprocess.Popen(["sleep", "infinity"])
+# A container has no text terminals, and logind then takes none for a session.
+vt = 1 if os.path.exists("/dev/tty0") else 0
 try:
     answer = manager.CreateSession(
         dbus.UInt32(os.getuid()), dbus.UInt32(leader.pid), "test", "x11", "user", "", "seat0",
-        dbus.UInt32(1), "", os.environ["DISPLAY"], False, "", "", dbus.Array([], signature="(sv)"))
+        dbus.UInt32(vt), "", os.environ["DISPLAY"], False, "", "", dbus.Array([], signature="(sv)"))
     descriptor = answer[3].take()
     with open(sys.argv[1] + ".new", "w") as file:
         file.write(str(answer[0]))
