@@ -53,12 +53,62 @@ Read readDelete(Request request, std::span<const std::string_view> rest) {
   return CommandLine{Mode::request, std::move(request)};
 }
 
+/// What is asked of the account and the service, word by word.
+struct Form {
+  std::string_view command;
+  std::string_view words;   ///< after the command
+  std::string_view target;  ///< what the guard is told
+  bool takesValue = false;  ///< one more word, which may be left out
+};
+constexpr std::array forms{
+    Form{"account", "sign-in email", "sign-in-email", true},
+    Form{"account", "sign-in google", "sign-in-google"},
+    Form{"account", "sign-in apple", "sign-in-apple"},
+    Form{"account", "sign-out", "sign-out"},
+    Form{"account", "delete", "delete"},
+    Form{"account", "", ""},
+    Form{"terms", "agree", "agree"},
+    Form{"terms", "", ""},
+    Form{"alerts", "on", "on"},
+    Form{"alerts", "off", "off"},
+    Form{"backstop", "on", "on"},
+    Form{"backstop", "off", "off"},
+    Form{"other-devices", "on", "on"},
+    Form{"other-devices", "off", "off"},
+    Form{"open", "", "", true},
+};
+
+Read readForm(Request request, std::span<const std::string_view> rest) {
+  const auto join = [](std::span<const std::string_view> words) {
+    std::string all;
+    for (const std::string_view word : words) all.append(all.empty() ? "" : " ").append(word);
+    return all;
+  };
+  for (const Form& form : forms) {
+    if (form.command != request.command) continue;
+    const bool whole = join(rest) == form.words;
+    const bool valued =
+        form.takesValue && !rest.empty() && join(rest.first(rest.size() - 1)) == form.words;
+    if (!whole && !valued) continue;
+    request.target = form.target;
+    if (valued && !whole) request.value = rest.back();
+    return CommandLine{Mode::request, std::move(request)};
+  }
+  if (rest.empty()) return wrong(request.command + " needs one of: on, off");
+  return wrong(request.command + " does not take " + join(rest));
+}
+
 Read readRequest(std::string_view name, std::span<const std::string_view> rest) {
   Request request{.command = std::string(name)};
   if (name == "setup") return readSetup(std::move(request), rest);
   if (name == "delete") return readDelete(std::move(request), rest);
-  const bool hasJson = name == "status" || name == "history" || name == "doctor";
-  if (hasJson && rest.size() == 1 && rest[0] == "--json") {
+  if (std::ranges::find(forms, name, &Form::command) != forms.end()) {
+    return readForm(std::move(request), rest);
+  }
+  constexpr std::array<std::string_view, 5> hasJson{"status", "history", "doctor", "outbox",
+                                                    "notices"};
+  if (std::ranges::find(hasJson, name) != hasJson.end() && rest.size() == 1 &&
+      rest[0] == "--json") {
     request.json = true;
     rest = {};
   }
@@ -78,8 +128,9 @@ Result<CommandLine, std::string> readCommandLine(std::span<const std::string_vie
       {"-h", Mode::help},
       {"--version", Mode::version},
   }};
-  static constexpr std::array<std::string_view, 8> requests{
-      "setup", "on", "off", "status", "history", "delete", "doctor", "confirm"};
+  static constexpr std::array<std::string_view, 16> requests{
+      "setup",   "on",    "off",    "status", "history",  "delete",        "doctor", "confirm",
+      "account", "terms", "outbox", "alerts", "backstop", "other-devices", "open",   "notices"};
   const std::string_view name = arguments[0];
   const auto rest = arguments.subspan(1);
   const auto mode = std::ranges::find(modes, name, &std::pair<std::string_view, Mode>::first);
@@ -104,6 +155,14 @@ std::string_view usageText() {
   status [--json]    whether it is on, and whether it can do its work
   history [--json]   what happened while it was on
   delete EVENT       delete one event; --photos: all photos; --all: everything
+  account            who is signed in; sign-in email [ADDRESS] | google | apple; sign-out; delete
+  terms [agree]      the terms of the alert service; agreeing to them
+  outbox [--json]    what the alert service has still to be told, and why it waits
+  notices [--json]   what the owner's other devices told this one
+  alerts on|off      whether an unconfirmed unlock is e-mailed
+  backstop on|off    whether the service itself alerts when this machine falls silent
+  other-devices on|off  whether the owner's devices tell each other
+  open LINK          take up a link of a sign-in e-mail
   doctor [--json]    every service: which backend, whether it answers, why not
   rehearse           play the whole story on devices in memory, in a private folder
 

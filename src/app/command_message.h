@@ -35,6 +35,7 @@ struct Request {
   bool json = false;    ///< the answer is for a program
   std::string target =
       {};  ///< of delete and confirm: an event, "photos" or "all"; of a try: "pin" or "answer"
+  std::string value = {};   ///< what the target goes with: an e-mail address, a link
   bool replacePin = false;  ///< of setup: in place of one whose record can't be read
   std::optional<std::int64_t> alertDelay = {};  ///< seconds
   std::optional<bool> startAtLogin = {};

@@ -67,6 +67,7 @@ std::string encodeRequest(const Request& request) {
   out.beginObject().field("v", command_protocol::version).field("command", request.command);
   if (request.json) out.field("json", true);
   if (!request.target.empty()) out.field("target", request.target);
+  if (!request.value.empty()) out.field("value", request.value);
   if (request.replacePin) out.field("replacePin", true);
   optionalField(out, "alertDelay", request.alertDelay);
   optionalField(out, "startAtLogin", request.startAtLogin);
@@ -163,6 +164,7 @@ std::optional<RequestReader::Header> RequestReader::readHeader(std::string_view 
       .required("command", request.command)
       .strict("json", request.json)
       .strict("target", request.target)
+      .strict("value", request.value)
       .strict("replacePin", request.replacePin)
       .strict("alertDelay", request.alertDelay, readOptional<std::int64_t>)
       .strict("startAtLogin", request.startAtLogin, readOptional<bool>)

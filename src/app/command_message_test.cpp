@@ -91,7 +91,17 @@ TEST(CommandLineTest, TakesTheseAndNoOthers) {
   EXPECT_EQ(read({"delete", "--photos"})->request.target, "photos");
   EXPECT_EQ(read({"delete", "d73d0d23-c20b-4bc0-9698-803dcdf6ff41"})->request.target,
             "D73D0D23-C20B-4BC0-9698-803DCDF6FF41");
+  EXPECT_EQ(read({"account"})->request.target, "");
+  EXPECT_EQ(read({"account", "sign-in", "email"})->request.target, "sign-in-email");
+  EXPECT_EQ(read({"account", "sign-in", "email", "a@b.example"})->request.value, "a@b.example");
+  EXPECT_EQ(read({"account", "sign-out"})->request.target, "sign-out");
+  EXPECT_EQ(read({"open", "brindle:x"})->request.value, "brindle:x");
+  EXPECT_TRUE(read({"outbox", "--json"})->request.json);
   const std::pair<Arguments, std::string> rows[] = {
+      {{"account", "sign-in"}, "account does not take sign-in"},
+      {{"account", "sign-in", "google", "x"}, "account does not take sign-in google x"},
+      {{"alerts", "maybe"}, "alerts does not take maybe"},
+      {{"alerts"}, "alerts needs one of: on, off"},
       {{"fly"}, "no such command: fly"},
       {{"on", "730164"}, "on does not take 730164"},
       {{"guard", "x"}, "guard takes nothing more"},
