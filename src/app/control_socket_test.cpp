@@ -63,6 +63,10 @@ TEST_F(ControlSocketTest, BadPeersAreClosedAndTheGuardGoesOn) {
   const auto silent = connected();
   EXPECT_EQ(heard(silent), "") << "shut out after its time";
   runUntil([this] { return socket.connections() == 0; });
+  std::vector<Descriptor> peers;
+  for (std::size_t i = 0; i <= ControlSocket::mostConnections; ++i) peers.push_back(connected());
+  EXPECT_EQ(heard(peers.back()), "") << "there is room for so many only";
+  EXPECT_TRUE(lines.has("socket: refused, 8 connections")) << lines.all();
 }
 
 TEST_F(ControlSocketTest, APeerThatLeavesAmidATryHarmsNothing) {
@@ -77,13 +81,6 @@ TEST_F(ControlSocketTest, APeerThatLeavesAmidATryHarmsNothing) {
   }
   runUntil([this] { return socket.connections() == 0 && app.store().events().size() == 1; });
   EXPECT_EQ(app.store().events()[0]->wrongPINs, 1) << "counted and recorded all the same";
-}
-
-TEST_F(ControlSocketTest, HasRoomForSoManyOnly) {
-  std::vector<Descriptor> peers;
-  for (std::size_t i = 0; i <= ControlSocket::mostConnections; ++i) peers.push_back(connected());
-  EXPECT_EQ(heard(peers.back()), "");
-  EXPECT_TRUE(lines.has("socket: refused, 8 connections")) << lines.all();
 }
 
 TEST_F(ControlSocketTest, RefusesOtherUsers) {
@@ -104,7 +101,7 @@ TEST_F(ControlSocketTest, RefusesOtherUsers) {
   waitpid(child, &status, 0);
 }
 
-TEST_F(ControlSocketTest, ASocketThatACrashLeftIsReplaced) {
+TEST_F(ControlSocketTest, OneInstancePerDataFolderAndASocketThatACrashLeftIsReplaced) {
   const std::string path = folder + "/run/stale.sock";
   std::ofstream(path) << "left";
   ControlSocket second(devices.scheduler, Log(lines), [](auto) { return nullptr; });
@@ -112,12 +109,10 @@ TEST_F(ControlSocketTest, ASocketThatACrashLeftIsReplaced) {
   const auto why = second.listen("/" + std::string(200, 'x'));
   ASSERT_TRUE(why);
   EXPECT_NE(why->find("too long"), std::string::npos);
-}
 
-TEST_F(ControlSocketTest, OneInstancePerDataFolder) {
-  InstanceLock first, second;
+  InstanceLock first, another;
   EXPECT_EQ(first.take(paths.lockFile()), InstanceLock::Outcome::taken);
-  EXPECT_EQ(second.take(paths.lockFile()), InstanceLock::Outcome::heldByAnother);
+  EXPECT_EQ(another.take(paths.lockFile()), InstanceLock::Outcome::heldByAnother);
   EXPECT_TRUE(reachGuard(paths).client) << "who holds the lock is talked to";
   AppPaths elsewhere = AppPaths::below(folder + "/other");
   const auto alone = reachGuard(elsewhere);

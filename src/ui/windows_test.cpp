@@ -25,10 +25,10 @@ class WindowsTest : public GuardFixture {
  protected:
   void SetUp() override {
     GuardFixture::SetUp();
+    gate = std::make_unique<OwnerGate>(keeper, *store, noFingerprint, scheduler);
     keeper.savePin(SecretText(pinText), SecretText(pinText), nullptr,
                    [](PinSaved saved) { ASSERT_EQ(saved, PinSaved::saved); });
     settle();
-    gate = std::make_unique<OwnerGate>(keeper, *store, noFingerprint, scheduler);
   }
   void TearDown() override {
     guarded.reset();
@@ -63,13 +63,22 @@ class WindowsTest : public GuardFixture {
     QTest::keyClick(field, Qt::Key_Return);
     settle();
   }
-  void openWindow() {
+  Uuid unlockGuarded() {
+    turnOn();
+    guarded = std::make_unique<GuardedWindow>(*store, *gate, screen,
+                                              [this](auto windows) { held = windows.size(); });
+    EXPECT_FALSE(guarded->shown());
+    const Uuid id = unlockAndSettle();
+    settle();
+    return id;
+  }
+  void openWindow(KeyWindow::Page page = KeyWindow::Page::guard) {
     window = std::make_unique<KeyWindow>(KeyWindow::Parts{
         .settings = {*store, *gate, keeper, startAtLogin, "The keyring is a file."},
         .vault = *vault,
         .askForCamera = [this] { ++cameraAsked; },
         .lockSourceProblem = [this] { return lockProblem; }});
-    window->show(KeyWindow::Page::guard);
+    window->show(page);
     settle();
   }
   QString notice() { return window->findChild<QLabel*>("notice")->text(); }
@@ -92,19 +101,14 @@ class WindowsTest : public GuardFixture {
   StartAtLoginOnArm startAtLogin{loginItem, defaults, Log(lines), [](auto) { return true; }};
   std::string lockProblem;
   int cameraAsked = 0;
+  std::size_t held = 0;
   std::unique_ptr<OwnerGate> gate;
   std::unique_ptr<GuardedWindow> guarded;
   std::unique_ptr<KeyWindow> window;
 };
 
 TEST_F(WindowsTest, GuardedWindowStaysUntilTheRightPin) {
-  turnOn();
-  std::size_t held = 0;
-  guarded = std::make_unique<GuardedWindow>(*store, *gate, screen,
-                                            [&held](auto windows) { held = windows.size(); });
-  EXPECT_FALSE(guarded->shown());
-  unlockAndSettle();
-  settle();
+  unlockGuarded();
   ASSERT_TRUE(guarded->shown());
   EXPECT_EQ(held, static_cast<std::size_t>(QGuiApplication::screens().size()));
   EXPECT_TRUE(seen<QLabel>("This Mac is guarded."));
@@ -127,10 +131,7 @@ TEST_F(WindowsTest, GuardedWindowStaysUntilTheRightPin) {
 }
 
 TEST_F(WindowsTest, LockedOutFormCountsDownAndLetsGo) {
-  turnOn();
-  guarded = std::make_unique<GuardedWindow>(*store, *gate, screen);
-  unlockAndSettle();
-  settle();
+  unlockGuarded();
   for (int i = 0; i < 6; ++i) enterPin("1111");
   EXPECT_TRUE(seen<QLabel>("Too many wrong PINs. Try again in 60 seconds."));
   EXPECT_EQ(last()->wrongPINs, 5) << "a locked try is not counted";
@@ -140,10 +141,7 @@ TEST_F(WindowsTest, LockedOutFormCountsDownAndLetsGo) {
 }
 
 TEST_F(WindowsTest, IntrudersEventIsKeptWhenTheOwnerSaysSo) {
-  turnOn();
-  guarded = std::make_unique<GuardedWindow>(*store, *gate, screen);
-  const Uuid id = unlockAndSettle();
-  settle();
+  const Uuid id = unlockGuarded();
   press("It wasn't me");
   enterPin(pinText);
   scheduler.advance(std::chrono::seconds(1));
@@ -156,9 +154,7 @@ TEST_F(WindowsTest, IntrudersEventIsKeptWhenTheOwnerSaysSo) {
 TEST_F(WindowsTest, HistoryOpensOnlyWithProofAndForgetsBehindAClosedDoor) {
   turnOn();
   unlockAndSettle();
-  openWindow();
-  window->show(KeyWindow::Page::history);
-  settle();
+  openWindow(KeyWindow::Page::history);
   EXPECT_FALSE(seen<QListWidget>("History"));
   press("Show the history…");
   enterPin(pinText);
@@ -205,9 +201,7 @@ TEST_F(WindowsTest, SettingsAskForAProofAndForgetItWithTheLock) {
   turnOn();
   secrets.now = {SecretState::notSet, SecretState::notSet};
   store->askAgain();  // the record has vanished while on
-  openWindow();
-  window->show(KeyWindow::Page::settings);
-  settle();
+  openWindow(KeyWindow::Page::settings);
   press("Choose a PIN…");
   EXPECT_FALSE(seen<QLineEdit>("New PIN"));
   enterPin(pinText);
@@ -217,24 +211,20 @@ TEST_F(WindowsTest, SettingsAskForAProofAndForgetItWithTheLock) {
   EXPECT_FALSE(seen<QLineEdit>("New PIN")) << "a proof does not outlive the lock in a dialog";
 }
 
-/// Nobody has set anything up yet.
-class OnboardingTest : public WindowsTest {
- protected:
-  void SetUp() override {
-    secrets.now = {SecretState::notSet, SecretState::notSet};
-    GuardFixture::SetUp();
-    gate = std::make_unique<OwnerGate>(keeper, *store, noFingerprint, scheduler);
-  }
-  void fill(std::initializer_list<std::pair<const char*, const char*>> fields) {
+TEST_F(WindowsTest, OnboardingSavesTheAnswerOnceAndThenAPinThatIsGoodEnough) {
+  items.remove("guard.pin");
+  secrets.now = {SecretState::notSet, SecretState::notSet};
+  gate.reset();
+  kill();
+  launch();
+  gate = std::make_unique<OwnerGate>(keeper, *store, noFingerprint, scheduler);
+  const auto fill = [this](std::initializer_list<std::pair<const char*, const char*>> fields) {
     for (const auto& [name, text] : fields) {
       auto* field = seen<QLineEdit>(name);
       ASSERT_TRUE(field) << name;
       QTest::keyClicks(field, text);
     }
-  }
-};
-
-TEST_F(OnboardingTest, SavesTheAnswerOnceAndThenAPinThatIsGoodEnough) {
+  };
   openWindow();
   fill({{"New PIN", "1234"}, {"The PIN again", "1234"}, {"Question", "First pet?"}});
   fill({{"Answer", "Rex"}, {"The answer again", "Rix"}});

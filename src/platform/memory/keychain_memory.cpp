@@ -10,7 +10,7 @@ using namespace keychain_code;
 KeychainRead MemoryKeychain::read(KeychainStore store, const KeychainItem& item) {
   const std::lock_guard lock(mutex_);
   ++reads_;
-  if (const int code = codeFor(store, nextRead_); code != success) return {code, {}};
+  if (const int code = codeFor(store, nextReads_); code != success) return {code, {}};
   const auto found = items_.find({store, item.service, item.account});
   if (found == items_.end()) return {itemNotFound, {}};
   return {success, found->second};
@@ -18,14 +18,14 @@ KeychainRead MemoryKeychain::read(KeychainStore store, const KeychainItem& item)
 
 int MemoryKeychain::write(KeychainStore store, const KeychainItem& item, ByteView data) {
   const std::lock_guard lock(mutex_);
-  if (const int code = codeFor(store, nextWrite_); code != success) return code;
+  if (const int code = codeFor(store, nextWrites_); code != success) return code;
   items_[{store, item.service, item.account}] = {data.begin(), data.end()};
   return success;
 }
 
 int MemoryKeychain::remove(KeychainStore store, const KeychainItem& item) {
   const std::lock_guard lock(mutex_);
-  if (const int code = codeFor(store, nextRemove_); code != success) return code;
+  if (const int code = codeFor(store, nextRemoves_); code != success) return code;
   return items_.erase({store, item.service, item.account}) > 0 ? success : itemNotFound;
 }
 
@@ -71,15 +71,16 @@ void MemoryKeychain::setTrouble(bool on, int code) {
   trouble_ = on ? code : success;
 }
 
-void MemoryKeychain::setNext(std::optional<int>& next, int code) {
+void MemoryKeychain::setNext(std::deque<int>& next, std::deque<int> codes) {
   const std::lock_guard lock(mutex_);
-  next = code;
+  next = std::move(codes);
 }
 
-int MemoryKeychain::codeFor(KeychainStore store, std::optional<int>& next) {
-  if (const auto code = next) {
-    next.reset();
-    return *code;
+int MemoryKeychain::codeFor(KeychainStore store, std::deque<int>& next) {
+  if (!next.empty()) {
+    const int code = next.front();
+    next.pop_front();
+    return code;
   }
   if (trouble_ != success) return trouble_;
   const auto answer = answers_.find(store);

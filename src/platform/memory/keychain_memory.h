@@ -1,9 +1,10 @@
 #pragma once
 
+#include <deque>
 #include <map>
 #include <mutex>
-#include <optional>
 #include <tuple>
+#include <utility>
 
 #include "platform/keychain.h"
 
@@ -25,10 +26,12 @@ class MemoryKeychain final : public Keychain {
   void setGone(bool gone) { setTrouble(gone, keychain_code::notAvailable); }
   /// Every call for one store answers `code` until it is set to success.
   void setAnswer(KeychainStore store, int code);
-  /// The next call of its kind answers `code` and does nothing.
-  void failNextRead(int code) { setNext(nextRead_, code); }
-  void failNextWrite(int code) { setNext(nextWrite_, code); }
-  void failNextRemove(int code) { setNext(nextRemove_, code); }
+  /// The next call of its kind answers `code` and, unless that is success, does nothing.
+  void failNextRead(int code) { setNext(nextReads_, {code}); }
+  void failNextWrite(int code) { setNext(nextWrites_, {code}); }
+  void failNextRemove(int code) { setNext(nextRemoves_, {code}); }
+  /// As `failNextWrite`, for as many writes as there are codes.
+  void failWrites(std::deque<int> codes) { setNext(nextWrites_, std::move(codes)); }
   void setProvisioned(bool provisioned);
 
   bool holds(KeychainStore store, const KeychainItem& item) const;
@@ -38,14 +41,14 @@ class MemoryKeychain final : public Keychain {
  private:
   using Key = std::tuple<KeychainStore, std::string, std::string>;
   void setTrouble(bool on, int code);
-  void setNext(std::optional<int>& next, int code);
-  int codeFor(KeychainStore store, std::optional<int>& next);
+  void setNext(std::deque<int>& next, std::deque<int> codes);
+  int codeFor(KeychainStore store, std::deque<int>& next);
 
   mutable std::mutex mutex_;
   std::map<Key, Bytes> items_;
   std::map<KeychainStore, int> answers_;
   int trouble_ = keychain_code::success;
-  std::optional<int> nextRead_, nextWrite_, nextRemove_;
+  std::deque<int> nextReads_, nextWrites_, nextRemoves_;
   int reads_ = 0;
   bool provisioned_ = false;
 };
