@@ -5,20 +5,12 @@
 
 A wake-up is a context switch of any of its threads; the kernel counts them in /proc.
 """
-import glob, json, os, re, signal, stat, subprocess, sys, time, uuid
+import glob, re, signal, subprocess, sys, time
+
+from guard_tools import DATA, PIN, command, set_up, start_guard, wait_until
 
 numbers = [int(each) for each in sys.argv[2:] if each.isdigit()] + [60, 0]
 BRINDLE, SECONDS, EVENTS = sys.argv[1], numbers[0], numbers[1] if len(numbers) > 3 else 0
-PIN, DATA = "730164", os.environ["XDG_DATA_HOME"] + "/Brindle"
-# A picture in place of a camera, which a machine that measures seldom has.
-os.environ["BRINDLE_CAMERA_SOURCE"] = "videotestsrc is-live=true"
-
-
-def command(*arguments, typed=""):
-    run = subprocess.run([BRINDLE, *arguments], input=typed, capture_output=True, text=True, timeout=60)
-    if run.returncode:
-        raise SystemExit(f"brindle {' '.join(arguments)}: {run.returncode}\n{run.stdout}{run.stderr}")
-    return run.stdout
 
 
 def field(path, name):
@@ -75,46 +67,17 @@ def peer(function):
     subprocess.run(["bash", "-c", function], check=True, stdout=subprocess.DEVNULL)
 
 
-def wait_until(happened, what):
-    end = time.monotonic() + 20
-    while not happened():
-        if time.monotonic() > end:
-            raise SystemExit(f"gave up waiting: {what}")
-        time.sleep(0.05)
-
-
-def fill_history(count):
-    """Confirmed long ago, with four photos each."""
-    events = []
-    for n in range(count):
-        identity = str(uuid.uuid4()).upper()
-        events.append({"id": identity, "date": time.strftime("%Y-%m-%dT%H:%M:%SZ", time.gmtime(1_760_000_000 + n)),
-                       "photoFiles": [f"{identity}-{i}.jpg" for i in range(4)], "resolved": True})
-    os.makedirs(DATA, mode=0o700, exist_ok=True)
-    with open(DATA + "/state.json", "w", encoding="utf-8") as file:
-        json.dump({"events": events}, file)
-
-
-def start_guard():
-    guard = subprocess.Popen([BRINDLE, "guard"], stdin=subprocess.DEVNULL, stdout=subprocess.DEVNULL, stderr=subprocess.DEVNULL)
-    sockets = os.environ["XDG_RUNTIME_DIR"] + "/**/*.sock*"
-    wait_until(lambda: any(stat.S_ISSOCK(os.stat(path).st_mode) for path in glob.glob(sockets, recursive=True)), "the guard's socket")
-    return guard
-
-
-command("setup", typed=f"{PIN}\n{PIN}\nFirst pet?\nRex Barker\nRex Barker\n30\n")
-if EVENTS:
-    fill_history(EVENTS)
-guard = start_guard()
+set_up(BRINDLE, EVENTS)
+guard = start_guard(BRINDLE)
 try:
-    command("on")
+    command(BRINDLE, "on")
     time.sleep(5)  # for what still follows turning on
     measure(guard.pid, f"on, {EVENTS} events")
     peer("lock_session")
     wait_until(lambda: "true" in subprocess.run(["bash", "-c", "locked_hint"], capture_output=True, text=True).stdout, "the lock")
     peer("unlock_typed")
     wait_until(lambda: len(glob.glob(DATA + "/photos/*.jpg")) >= 4, "four photos")
-    command("confirm", typed=PIN + "\n")
+    command(BRINDLE, "confirm", typed=PIN + "\n")
     time.sleep(5)
     measure(guard.pid, "on, after an unlock with photos that was confirmed")
 finally:
