@@ -3,62 +3,24 @@ on a real display. Run by tests/e2e/run inside its prepared place.  guarded_unlo
 
 Set up by command line, turned on, locked, unlocked; photographed; the guarded window on the screen; a wrong PIN and then the
 right one by keyboard; the history holds exactly the wrong try. In between the window is attacked. Screenshots go to KEEP."""
-import json, os, pty, re, select, signal, subprocess, sys, time
+import json, os, re, signal, subprocess, sys, time
+
+sys.path.insert(0, os.path.join(os.path.dirname(os.path.abspath(__file__)), "../peers"))
+from steps import DATA, Terminal, at_failure, camera_of, check, sh, state, until
 
 BRINDLE, FRAMES, KEEP = sys.argv[1:4]
-DATA = os.path.join(os.environ["XDG_DATA_HOME"], "Brindle")
 PIN, WRONG = "271828", "1111"
 COVER = (18, 20, 26)  # the covers' colour
-
-os.environ["BRINDLE_CAMERA_SOURCE"] = (
-    f"multifilesrc location={FRAMES}/day-%d.jpg loop=true caps=image/jpeg,framerate=10/1")
-SUPPRESSIONS = os.path.join(os.path.dirname(os.path.dirname(os.path.abspath(__file__))), "lsan-suppressions.txt")
-os.environ["LSAN_OPTIONS"] = f"suppressions={SUPPRESSIONS}:print_suppressions=0"
+camera_of(FRAMES)
+at_failure.append(lambda: screenshot("failed"))
 
 
-def sh(command, **more):
-    return subprocess.run(["bash", "-c", command], capture_output=True, text=True, timeout=30, **more)
-
-
-def check(condition, what):
-    if not condition:
-        screenshot("failed")
-        sys.exit(f"FAILED: {what}")
-    print(f"ok: {what}", flush=True)
-
-
-def until(question, what, seconds=15):
-    end = time.monotonic() + seconds
-    while time.monotonic() < end:
-        answer = question()
-        if answer:
-            print(f"ok: {what}", flush=True)
-            return answer
-        time.sleep(0.05)
-    screenshot("failed")
-    sys.exit(f"FAILED: {what} (waited {seconds} s); the document: {state()}")
-
-
-def in_terminal(arguments, dialogue, seconds=20):
-    """Runs the program in a terminal of its own and answers its prompts; returns (exit status, what it said)."""
-    pid, terminal = pty.fork()
-    if pid == 0:
-        os.execv(BRINDLE, [BRINDLE, *arguments])
-    said, seen, waiting, end = "", 0, list(dialogue), time.monotonic() + seconds
-    while time.monotonic() < end:
-        try:
-            if select.select([terminal], [], [], 0.2)[0]:
-                piece = os.read(terminal, 4096)
-                said += piece.decode(errors="replace")
-        except OSError:
-            break
-        while waiting and waiting[0][0] in said[seen:]:
-            seen = said.index(waiting[0][0], seen) + len(waiting[0][0])
-            os.write(terminal, waiting.pop(0)[1].encode() + b"\n")
-    else:
-        os.kill(pid, signal.SIGKILL)
-    os.close(terminal)
-    return os.waitstatus_to_exitcode(os.waitpid(pid, 0)[1]), said
+def in_terminal(*arguments):
+    """A command that asks for the PIN, answered: its exit status and what it said then."""
+    program = Terminal(BRINDLE, *arguments)
+    program.shows("Brindle PIN")
+    program.type(PIN)
+    return program.ends(), program.seen
 
 
 def screenshot(name):
@@ -74,13 +36,6 @@ def covered():
     out = sh(f"import -window root png:- | convert - -depth 8 -format '{pixels}' info:").stdout
     colours = [tuple(int(n) for n in re.findall(r"\d+", line)[:3]) for line in out.split("\n") if line]
     return len(colours) == len(points) and all(colour == COVER for colour in colours)
-
-
-def state():
-    try:
-        return json.load(open(os.path.join(DATA, "state.json"), encoding="utf-8"))
-    except FileNotFoundError:
-        return {"events": []}
 
 
 def type_pin(digits):
@@ -208,9 +163,9 @@ def main():
     os.kill(program.pid, signal.SIGTERM)
     time.sleep(0.5)
     check(desktop_pid() is not None and program.poll() is None, "SIGTERM by a person is refused while on")
-    code, said = in_terminal(["history", "--json"], [("Brindle PIN", PIN)])
+    code, said = in_terminal("history", "--json")
     check(code == 0 and left[0]["id"] in said, f"history after proof ({code})")
-    code, said = in_terminal(["off"], [("Brindle PIN", PIN)])
+    code, said = in_terminal("off")
     check(code == 0 and "armedAt" not in state(), f"off after proof ({said!r})")
     os.kill(program.pid, signal.SIGTERM)
     check(program.wait(10) == 0, "and then it ends")
