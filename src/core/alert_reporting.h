@@ -19,6 +19,8 @@ class AlertReporting {
   virtual void handOver(const UnlockEvent& event, std::function<void(HandOver)> done) = 0;
   /// The same for a camera that was switched off.
   virtual void handOver(const CameraOffAlert& alert, std::function<void(HandOver)> done) = 0;
+  /// A body for it is on disk and goes by itself; handing over again would replace it.
+  virtual bool holds(const Uuid& id) const = 0;
   /// The event needs no report any more.
   virtual void withdraw(const Uuid& event) = 0;
   /// How a report that was handed over ended, perhaps in a later run: sent or rejected. From the

@@ -1,5 +1,7 @@
 #include "core/alert_reports.h"
 
+#include "core/device_notices.h"
+
 namespace brindle {
 
 AlertReports::AlertReports(const Parts& parts)
@@ -9,6 +11,18 @@ AlertReports::AlertReports(const Parts& parts)
 
 void AlertReports::hold(const UnlockEvent& event, Duration delay, Duration elapsed) {
   hold_.begin(event.id, delay, elapsed);
+}
+
+void AlertReports::resume(const UnlockEvent& event, Duration delay, Duration elapsed) {
+  const auto& alerts = parts_.collaborators.alerts;
+  const bool lost = event.alert == AlertState::queued && !alerts.holds(event.id);
+  const bool none = event.alert == AlertState::none;
+  if (lost || (none && parts_.owed.owed(event.id))) return report(event.id);
+  if (none && !event.resolved && !parts_.owed.notWanted(event.id)) hold(event, delay, elapsed);
+}
+
+bool AlertReports::ended(const Uuid& id, AlertState how) {
+  return parts_.history.change(id, [how](UnlockEvent& event) { event.alert = how; });
 }
 
 void AlertReports::releaseNow(const Uuid& event) {
@@ -21,6 +35,7 @@ void AlertReports::settle(const Uuid& event) {
   hold_.end(event);
   retry_.forget(event);
   alertTask_.erase(event);
+  parts_.owed.forget(event);
   givePhotosBack(event);
   parts_.collaborators.alerts.withdraw(event);
   parts_.collaborators.alertWatch.cancel(event);
@@ -29,11 +44,13 @@ void AlertReports::settle(const Uuid& event) {
 void AlertReports::released(const Uuid& id) {
   const EventRef event = parts_.history.find(id);
   if (!event) return;
+  parts_.owed.setOwed(id);  // before anybody can say that the event needs nothing more
   const auto outcome =
       event->attemptOnly ? UnlockLogging::Outcome::wrongPIN : UnlockLogging::Outcome::unconfirmed;
   parts_.collaborators.unlockLog.record(id, event->date, outcome,
                                         event->wrongPINs + event->wrongAnswers);
   parts_.collaborators.uploads.keepCopies(*event);
+  if (const auto notice = noticeOfUnconfirmed(*event)) parts_.collaborators.push.send(*notice);
   if (!event->attemptOnly) parts_.collaborators.alarm.unconfirmed(*event);
   report(id);
 }
@@ -54,6 +71,11 @@ void AlertReports::reported(const Uuid& id, HandOver how) {
   }
   retry_.forget(id);
   givePhotosBack(id);
+  if (how == HandOver::handedOver) {
+    parts_.owed.forget(id);
+  } else {
+    parts_.owed.setNotWanted(id);
+  }
   parts_.history.change(id, [how](UnlockEvent& event) {
     if (how == HandOver::handedOver) event.alert = AlertState::queued;
     // Wrong tries ask the owner nothing: once reported they are dealt with.

@@ -7,6 +7,7 @@
 #include "core/alert_hold.h"
 #include "core/event_history.h"
 #include "core/guard_collaborators.h"
+#include "core/owed_reports.h"
 #include "core/photo_vault.h"
 #include "core/report_retry.h"
 
@@ -21,12 +22,19 @@ class AlertReports {
     BootClock& clock;
     EventHistory& history;
     PhotoVault& vault;
+    OwedReports& owed;
     Log log;
     const GuardCollaborators& collaborators;
   };
   explicit AlertReports(const Parts& parts);
 
   void hold(const UnlockEvent& event, Duration delay, Duration elapsed = Duration::zero());
+  /// After a start: what became of the event in earlier runs decides what goes on. Its hold goes on
+  /// after `elapsed` of the delay, a report that is owed is handed over again.
+  void resume(const UnlockEvent& event, Duration delay, Duration elapsed);
+  /// A report that was handed over ended, perhaps one of an earlier run. False when no such event
+  /// is there.
+  bool ended(const Uuid& event, AlertState how);
   /// The owner gave an answer other than "that was me": no reason to wait any longer.
   void releaseNow(const Uuid& event);
   /// The event was confirmed or deleted: nothing is owed about it.

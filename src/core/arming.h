@@ -2,6 +2,7 @@
 
 #include <cstdint>
 #include <optional>
+#include <string>
 #include <string_view>
 
 #include "core/arm_source.h"
@@ -28,6 +29,11 @@ struct Arming {
 
 /// Whether the guard may be turned on, after the keychain was asked. A guard that nobody could turn
 /// off is not turned on: secrets of which nothing is known count as unreadable.
-TurnOnOutcome judgeTurnOn(bool armed, const OwnerSecrets::States& secrets);
+TurnOnOutcome judgeTurnOn(bool armed, const OwnerSecrets::States& secrets, bool forbidden = false);
+
+/// The words for a refused turn-on that nobody sits in front of; nothing when there is none to
+/// tell. `notice` is the state notice, if there is one.
+std::optional<std::string> refusalToTell(const ArmSource& source, TurnOnOutcome outcome,
+                                         const std::optional<std::string>& notice);
 
 }  // namespace brindle

@@ -2,6 +2,8 @@
 
 #include <utility>
 
+#include "core/device_notices.h"
+
 namespace brindle {
 
 void AttemptRecording::wrongTry(WrongTry which, const std::optional<Uuid>& pendingConfirm) {
@@ -9,6 +11,7 @@ void AttemptRecording::wrongTry(WrongTry which, const std::optional<Uuid>& pendi
   const bool pin = which == WrongTry::pin;
   parts_.history.change(
       event, [&](UnlockEvent& tried) { ++(pin ? tried.wrongPINs : tried.wrongAnswers); });
+  parts_.collaborators.push.send(noticeOf(which));
   parts_.photos.take(event, pin ? PhotoUse::wrongPIN : PhotoUse::wrongAnswer);
 }
 
@@ -20,8 +23,12 @@ Uuid AttemptRecording::openAttempt(WrongTry which) {
   event.resolved = false;
   event.attemptOnly = true;
   parts_.history.add(event);
-  parts_.collaborators.alertWatch.pending(
-      {event.id, event.date, std::string(wrongTryName(which)), 0, {}, {}});
+  parts_.collaborators.alertWatch.pending({event.id,
+                                           event.date,
+                                           std::string(wrongTryName(which)),
+                                           which == WrongTry::pin ? 1 : 0,
+                                           {},
+                                           {}});
   parts_.reports.hold(event, parts_.alertDelay());
   attempt_ = event.id;
   return event.id;

@@ -61,6 +61,22 @@ void EventHistory::indexFrom(std::size_t first) {
   for (std::size_t i = first; i < events_.size(); ++i) places_[events_[i]->id] = i;
 }
 
+std::vector<FileName> dropFiles(EventHistory& history) {
+  std::vector<FileName> gone;
+  for (const EventRef& event : EventList(history.events())) {
+    const std::vector<FileName> files = event->files();
+    gone.insert(gone.end(), files.begin(), files.end());
+    history.change(event->id, [](UnlockEvent& bare) {
+      bare.photoFiles.clear();
+      bare.vaultPhotos.clear();
+      bare.openingPhotos.clear();
+      bare.openingClips.clear();
+      bare.videoFile.reset();
+    });
+  }
+  return gone;
+}
+
 std::size_t closeUnfinished(EventHistory& history) {
   EventList pending;
   std::ranges::copy_if(history.events(), std::back_inserter(pending),

@@ -34,6 +34,9 @@ class EventHistory {
   std::unordered_map<Uuid, std::size_t> places_;
 };
 
+/// Takes all photos and clips out of the events and returns their names.
+std::vector<FileName> dropFiles(EventHistory& history);
+
 /// At a start and at an end, no photo is on its way any more: an event that waits for one in vain
 /// was closed too early. Returns how many events it changed.
 std::size_t closeUnfinished(EventHistory& history);

@@ -9,8 +9,9 @@
 
 namespace brindle {
 
-/// How turning on ended. `noPIN` and `unreadable` leave the guard off.
-enum class TurnOnOutcome { on, alreadyOn, noPIN, unreadable };
+/// How turning on ended. All but the first two leave the guard off; `termsChanged`: something
+/// outside the guard forbids it, in the words of the state notice.
+enum class TurnOnOutcome { on, alreadyOn, noPIN, unreadable, termsChanged };
 
 /// What the guard says of itself, for a person who asks.
 struct GuardStatus {

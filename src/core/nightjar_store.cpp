@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <utility>
 
+#include "core/device_notices.h"
 #include "core/relaunch.h"
 
 namespace brindle {
@@ -14,8 +15,11 @@ NightjarStore::NightjarStore(const GuardServices& services, const GuardCollabora
       saving_(services.vault, services.files, services.scheduler, [this] { return snapshot(); }),
       files_(services.vault, services.files, services.scheduler, saving_, services.log),
       photos_({services.camera, files_, history_, services.clock, services.random, services.log}),
-      reports_({services.scheduler, services.clock, history_, services.vault, services.log,
+      owed_(services.defaults),
+      reports_({services.scheduler, services.clock, history_, services.vault, owed_, services.log,
                 collaborators_}),
+      cameraOff_({services.scheduler, services.defaults, services.random, services.camera, saving_,
+                  owed_, services.log, collaborators_, [this] { changed(); }}),
       extras_(collaborators_, history_, files_, services.log),
       unlocks_({services.scheduler, services.random, history_, files_, photos_, reports_, extras_,
                 collaborators_, services.notifications, [this] { return alertDelayTime(); }}),
@@ -41,11 +45,15 @@ NightjarStore::~NightjarStore() = default;
 void NightjarStore::start(Role role) {
   PhotoVault::Loaded loaded = services_.vault.load();
   arming_ = Arming::from(loaded.state);
-  cameraOff_ = std::move(loaded.state.cameraOff);
+  cameraOff_.load(std::move(loaded.state.cameraOff));
   updateInstall_ = std::move(loaded.state.updateInstall);
   history_.load(std::move(loaded.state.events));
 
-  takeUp();
+  takeUpPhotos(history_, services_.vault);
+  if (armed()) unlocks_.resume();
+  cancellables_.push_back(collaborators_.alerts.onResult([this](const Uuid& id, AlertState how) {
+    if (!reports_.ended(id, how)) cameraOff_.ended(id, how);
+  }));
   if (role == Role::guard) {
     const SessionMark mark = currentSessionMark(services_.clock);
     resumeGuard(sinceLastRun(readSessionMark(services_.defaults), mark));
@@ -61,7 +69,10 @@ void NightjarStore::start(Role role) {
       [this](const OwnerSecrets::States& states) { secretsAre(states); }));
   cancellables_.push_back(
       collaborators_.updateInstaller.onReady([this](std::function<void()> install) {
-        updateSettle_.updateReady(std::move(install));
+        updateSettle_.updateReady([this, install = std::move(install)] {
+          collaborators_.alertWatch.updating();
+          install();
+        });
         publish();
       }));
   cancellables_.push_back(services_.screen.onReachable([this](bool) { publish(); }));
@@ -71,19 +82,12 @@ void NightjarStore::start(Role role) {
   publish();
 }
 
-void NightjarStore::takeUp() {
-  const bool waiting = std::ranges::any_of(
-      history_.events(), [](const EventRef& event) { return event->photoPending; });
-  if (waiting) {
-    adoptPhotos(history_, services_.vault.photoNames());
-    closeUnfinished(history_);
-  }
-  if (armed()) unlocks_.resume();
-}
-
 void NightjarStore::resumeGuard(SinceLastRun since) {
+  owed_.keepOnly([this](const Uuid& id) { return history_.find(id) || cameraOff_.has(id); });
   resumeHolds(history_, reports_, alertDelayTime(), services_.scheduler.wallTime());
+  cameraOff_.resume();
   if (!armed()) return;
+  cameraOff_.look();
   collaborators_.watch.start();
   collaborators_.alertWatch.guardOn(armedBy().value_or(ArmSource::owner()));
   // Somebody restarted the machine or logged in while nobody could see it.
@@ -97,6 +101,7 @@ void NightjarStore::resumeGuard(SinceLastRun since) {
 void NightjarStore::begin(std::optional<Trigger> trigger) {
   provedSinceAsked_ = false;
   unlocks_.begin(std::move(trigger));
+  cameraOff_.look();  // behind the occurrence, which must not wait
 }
 
 void NightjarStore::onUnlock() {
@@ -120,6 +125,7 @@ void NightjarStore::onLock(LockSignal signal, WallTime date) {
     forgetProof();
     armedThisSitting_ = false;
   }
+  if (armed()) cameraOff_.look();
   updateSettle_.lockSignal(signal);
 }
 
@@ -161,8 +167,12 @@ void NightjarStore::turnOn(ArmSource source, std::function<void(TurnOnOutcome)> 
 }
 
 TurnOnOutcome NightjarStore::applyTurnOn(ArmSource source, const OwnerSecrets::States& secrets) {
-  const TurnOnOutcome outcome = judgeTurnOn(armed(), secrets);
-  flow_.turnOnEnded(outcome);
+  const auto forbidden = collaborators_.gate.refusal();
+  const TurnOnOutcome outcome = judgeTurnOn(armed(), secrets, forbidden.has_value());
+  flow_.turnOnEnded(outcome, forbidden);
+  if (const auto words = refusalToTell(source, outcome, stateNotice())) {
+    services_.notifications.post({"turn-on-refused", "Brindle stays off.", *words}, {});
+  }
   if (outcome == TurnOnOutcome::on) switchOn(std::move(source));
   if (outcome == TurnOnOutcome::unreadable) {
     services_.log.notice("turn on refused: a record can't be read");
@@ -178,10 +188,11 @@ void NightjarStore::switchOn(ArmSource source) {
   armedThisSitting_ = true;
   macAsleep_ = false;
   turnOffRequested_ = false;
+  cameraOff_.turnedOn();
   changed();
   collaborators_.watch.start();
   collaborators_.alertWatch.guardOn(source);
-  collaborators_.push.send({"turned-on", {}, std::string(source.rawValue()), {}});
+  collaborators_.push.send(noticeOfTurnOn(source));
 }
 
 void NightjarStore::turnOff() {
@@ -193,6 +204,7 @@ void NightjarStore::turnOff() {
   collaborators_.watch.stop();
   collaborators_.alarm.stop();
   collaborators_.alertWatch.guardOff();
+  collaborators_.push.send(noticeOfTurnOff());
 }
 
 void NightjarStore::requestTurnOff() {
@@ -271,6 +283,7 @@ void NightjarStore::wrongTry(WrongTry which) { attempts_.wrongTry(which, pending
 
 void NightjarStore::ownerCheckOpened() {
   ++ownerChecksOpen_;
+  if (armed()) cameraOff_.look();
   if (const auto pending = pendingConfirm()) collaborators_.alertWatch.extend(*pending);
   publish();
 }
@@ -286,25 +299,11 @@ EventRef NightjarStore::unconfirmedUnlock() const {
 }
 
 bool NightjarStore::thatWasMe(const Uuid& id, const OwnerProof&) { return unlocks_.confirm(id); }
-
 bool NightjarStore::keepInHistory(const Uuid& id, const OwnerProof&) { return unlocks_.keep(id); }
-
 bool NightjarStore::deleteEvent(const Uuid& id, const OwnerProof&) { return unlocks_.remove(id); }
 
 void NightjarStore::deletePhotos(const OwnerProof&) {
-  std::vector<FileName> gone;
-  for (const EventRef& event : EventList(history_.events())) {
-    const std::vector<FileName> files = event->files();
-    gone.insert(gone.end(), files.begin(), files.end());
-    history_.change(event->id, [](UnlockEvent& bare) {
-      bare.photoFiles.clear();
-      bare.vaultPhotos.clear();
-      bare.openingPhotos.clear();
-      bare.openingClips.clear();
-      bare.videoFile.reset();
-    });
-  }
-  files_.removeOnceRecorded(std::move(gone));
+  files_.removeOnceRecorded(dropFiles(history_));
 }
 
 void NightjarStore::deleteAll(const OwnerProof&, std::function<void(PhotoVault::DeletedAll)> done) {
@@ -316,13 +315,12 @@ void NightjarStore::deleteAll(const OwnerProof&, std::function<void(PhotoVault::
 
 std::int64_t NightjarStore::alertDelay() const {
   const auto stored = services_.defaults.integer(alertDelayKey);
-  const bool usable = stored && *stored >= 0 && *stored <= longestAlertDelay;
-  return usable ? *stored : AlertHold::defaultSeconds;
+  return stored && isAlertDelay(*stored) ? *stored : AlertHold::defaultSeconds;
 }
 
 bool NightjarStore::setAlertDelay(std::int64_t seconds, const OwnerProof* proof) {
   if (armed() && proof == nullptr) return false;
-  if (seconds < 0 || seconds > longestAlertDelay) return false;
+  if (!isAlertDelay(seconds)) return false;
   const bool stored = services_.defaults.set(alertDelayKey, seconds);
   publish();
   return stored;
@@ -357,7 +355,7 @@ SavedState NightjarStore::snapshot() const {
   SavedState state;
   arming_.writeTo(state);
   state.events = history_.events();
-  state.cameraOff = cameraOff_;
+  state.cameraOff = cameraOff_.all();
   state.updateInstall = updateInstall_;
   return state;
 }
@@ -375,12 +373,19 @@ void NightjarStore::publish() {
   }));
 }
 
-void NightjarStore::prepareToQuit(std::function<void(bool saved)> done) {
+bool NightjarStore::owesAnything() const {
+  return reports_.underWay() || cameraOff_.underWay() || photos_.underWay() ||
+         collaborators_.alertWatch.underWay();
+}
+
+void NightjarStore::prepareToQuit(std::function<void(bool saved)> done, bool systemEnds) {
   monitor_.stop();
   extras_.endAll();
   photos_.stopTaking();
   reports_.hurry();
-  quitWait_.begin([this] { return reports_.underWay() || photos_.underWay(); },
+  cameraOff_.hurry();
+  collaborators_.alertWatch.quitting(systemEnds);
+  quitWait_.begin([this] { return owesAnything(); },
                   [this, done = std::move(done)] {
                     closeUnfinished(history_);
                     saving_.finish(lifetime_.guard([this, done](bool saved) {

@@ -5,6 +5,7 @@
 
 #include "core/arming.h"
 #include "core/attempt_recording.h"
+#include "core/camera_off_alerts.h"
 #include "core/guard_services.h"
 #include "core/guard_status.h"
 #include "core/opening_folding.h"
@@ -77,6 +78,7 @@ class NightjarStore final : public ProofSink {
   bool cameraAllowed() const { return services_.camera.cameraAllowed(); }
   bool photographing() const { return photos_.underWay(); }
   std::int64_t alertDelay() const;  ///< seconds
+  static bool isAlertDelay(std::int64_t s) { return s >= 0 && s <= longestAlertDelay; }
   GuardStatus status() const;
 
   // ---- intentions
@@ -126,19 +128,20 @@ class NightjarStore final : public ProofSink {
   void whenRecorded(std::function<void()> done) override { saving_.whenRecorded(std::move(done)); }
   /// Stops listening, waits, bounded, for reports under way, closes what is unfinished and writes
   /// the last save. `done(false)` when that save failed.
-  void prepareToQuit(std::function<void(bool saved)> done);
+  /// `systemEnds`: not the owner quits, the session or the machine ends.
+  void prepareToQuit(std::function<void(bool saved)> done, bool systemEnds = false);
 
  private:
   void begin(std::optional<Trigger> trigger);
   void onUnlock();
   void onLock(LockSignal signal, WallTime date);
   void forgetProof();
-  void takeUp();
   void resumeGuard(SinceLastRun since);
   TurnOnOutcome applyTurnOn(ArmSource source, const OwnerSecrets::States& secrets);
   void switchOn(ArmSource source);
   void turnOff();
   bool unlockUnderWay() const;
+  bool owesAnything() const;
   SavedState snapshot() const;
   Duration alertDelayTime() const { return std::chrono::seconds(alertDelay()); }
   void changed();
@@ -149,7 +152,6 @@ class NightjarStore final : public ProofSink {
   GuardCollaborators collaborators_;
 
   Arming arming_;
-  std::vector<CameraOffAlert> cameraOff_;     // kept as read
   std::optional<std::string> updateInstall_;  // kept as read
   SecretsFlow flow_;
   std::optional<WallTime> ownerProvedAt_, lastLockSignalAt_, lastUnlockSeenAt_;
@@ -164,7 +166,9 @@ class NightjarStore final : public ProofSink {
   StateSaving saving_;
   EventFiles files_;
   EventPhotos photos_;
+  OwedReports owed_;
   AlertReports reports_;
+  CameraOffAlerts cameraOff_;
   OccurrenceExtras extras_;
   UnlockHandling unlocks_;
   AttemptRecording attempts_;

@@ -31,6 +31,7 @@ class NoAlertReporting final : public AlertReporting {
   void handOver(const CameraOffAlert&, std::function<void(HandOver)> done) override {
     scheduler_.post([done = std::move(done)] { done(HandOver::nothingOwed); });
   }
+  bool holds(const Uuid&) const override { return false; }
   void withdraw(const Uuid&) override {}
   [[nodiscard]] Subscription onResult(std::function<void(const Uuid&, AlertState)>) override {
     return {};

@@ -4,6 +4,8 @@
 
 namespace brindle {
 
+namespace {
+
 void adoptPhotos(EventHistory& history, const std::vector<FileName>& photoNames) {
   const EventList events = history.events();
   for (const EventRef& event : events) {
@@ -17,10 +19,19 @@ void adoptPhotos(EventHistory& history, const std::vector<FileName>& photoNames)
   }
 }
 
+}  // namespace
+
+void takeUpPhotos(EventHistory& history, PhotoVault& vault) {
+  const bool waiting = std::ranges::any_of(
+      history.events(), [](const EventRef& event) { return event->photoPending; });
+  if (!waiting) return;
+  adoptPhotos(history, vault.photoNames());
+  closeUnfinished(history);
+}
+
 void resumeHolds(const EventHistory& history, AlertReports& reports, Duration delay, WallTime now) {
-  for (const EventRef& event : history.unresolved()) {
-    if (event->alert != AlertState::none) continue;
-    reports.hold(*event, delay, heldSoFar(event->date, now));
+  for (const EventRef& event : EventList(history.events())) {
+    reports.resume(*event, delay, heldSoFar(event->date, now));
   }
 }
 

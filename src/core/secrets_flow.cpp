@@ -12,14 +12,15 @@ void SecretsFlow::secretsAre(const States& states, bool armed) {
   if (!pinUnreadable() && !answerUnreadable()) turnOnRefused_ = stillCantRead_ = false;
   if (states.pin == SecretState::set) {
     endOnboarding();
-    clearStateNotice();  // it says that there is no PIN
+    if (stateNotice_ == noPINNotice) clearStateNotice();
   }
   if (states.pin == SecretState::unknown || std::exchange(looked_, true)) return;
   beginOnboarding(armed);
 }
 
-void SecretsFlow::turnOnEnded(TurnOnOutcome how) {
+void SecretsFlow::turnOnEnded(TurnOnOutcome how, const std::optional<std::string>& forbidden) {
   if (how == TurnOnOutcome::noPIN) stateNotice_ = noPINNotice;
+  if (how == TurnOnOutcome::termsChanged) stateNotice_ = forbidden;
   if (how == TurnOnOutcome::unreadable) turnOnRefused_ = true;
   if (how != TurnOnOutcome::on) return;
   clearStateNotice();

@@ -37,7 +37,8 @@ class SecretsFlow {
 
   /// The keychain was looked at.
   void secretsAre(const States& states, bool armed);
-  void turnOnEnded(TurnOnOutcome how);
+  /// `forbidden`: the words of whoever forbids it.
+  void turnOnEnded(TurnOnOutcome how, const std::optional<std::string>& forbidden = {});
   void clearStateNotice() { stateNotice_.reset(); }
   /// False while it is asked already.
   bool beginAsking();

@@ -5,16 +5,13 @@
 #include <ranges>
 #include <utility>
 
+#include "core/device_notices.h"
+
 namespace brindle {
 namespace {
 
 WatchedUnlock watchedUnlock(const UnlockEvent& event) {
-  WatchedUnlock told{event.id, event.date, "unlock", 0, {}, {}};
-  if (event.trigger) {
-    told.kind = event.trigger->kind;
-    told.targetName = event.trigger->name;
-  }
-  return told;
+  return {event.id, event.date, kindOf(event), 0, {}, watchedItemOf(event.trigger)};
 }
 
 }  // namespace
@@ -26,7 +23,9 @@ std::optional<UnlockEvent> attemptsOf(const UnlockEvent& event) {
   tries.date = event.date;
   tries.wrongPINs = event.wrongPINs;
   tries.wrongAnswers = event.wrongAnswers;
-  tries.alert = event.alert;
+  // A report that was on its way is withdrawn; if it arrives all the same, its result says so.
+  const bool ended = event.alert == AlertState::sent || event.alert == AlertState::rejected;
+  if (ended) tries.alert = event.alert;
   tries.attemptOnly = true;
   tries.photoPending = event.photoPending;
   using Photo = UnlockEvent::VaultPhoto;
@@ -54,6 +53,7 @@ Uuid UnlockHandling::begin(std::optional<Trigger> trigger) {
   parts_.reports.hold(event, parts_.alertDelay());
   parts_.extras.begin(event.id, false);
   parts_.collaborators.alarm.occurred(event);
+  if (event.trigger) parts_.collaborators.push.send(noticeOf(*event.trigger));
   notifier_.occurred(event);
   return event.id;
 }
@@ -64,6 +64,7 @@ void UnlockHandling::fold(const Uuid& event, const Trigger& trigger) {
     into.alsoOpened.push_back(trigger);
   });
   parts_.photos.take(event, PhotoUse::opening);
+  parts_.collaborators.push.send(noticeOf(trigger));
   parts_.extras.begin(event, true);
 }
 
@@ -95,8 +96,8 @@ bool UnlockHandling::keep(const Uuid& id) {
   const EventRef event = parts_.history.find(id);
   if (!event || event->resolved) return false;
   answered(id);
+  parts_.reports.releaseNow(id);  // recorded as owed first: a crash in between asks once more
   parts_.history.change(id, [](UnlockEvent& kept) { kept.resolved = true; });
-  parts_.reports.releaseNow(id);
   return true;
 }
 

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <deque>
+#include <set>
 #include <string>
 #include <vector>
 
@@ -37,20 +38,21 @@ class RecordedCollaborators final : public AlertWatching,
   void extend(const Uuid&) override { told("extend"); }
   void cancel(const Uuid&) override { told("cancel"); }
   void updating() override { told("updating"); }
-  void quitting(bool) override { told("quitting"); }
-  bool underWay() const override { return false; }
+  void quitting(bool systemEnds) override {
+    told(systemEnds ? "quitting by the system" : "quitting");
+  }
+  bool underWay() const override { return watchUnderWay; }
 
   void handOver(const UnlockEvent& event, std::function<void(HandOver)> done) override {
     told("report " + event.id.upper());
     if (reportsHang) return;
-    const HandOver answer = handOvers.empty() ? HandOver::nothingOwed : handOvers.front();
-    if (!handOvers.empty()) handOvers.pop_front();
-    scheduler_.post([done = std::move(done), answer] { done(answer); });
+    answer(event.id, std::move(done));
   }
-  void handOver(const CameraOffAlert&, std::function<void(HandOver)> done) override {
+  void handOver(const CameraOffAlert& alert, std::function<void(HandOver)> done) override {
     told("camera off");
-    scheduler_.post([done = std::move(done)] { done(HandOver::handedOver); });
+    answer(alert.id, std::move(done));
   }
+  bool holds(const Uuid& id) const override { return heldReports.contains(id); }
   void withdraw(const Uuid&) override {}
   [[nodiscard]] Subscription onResult(std::function<void(const Uuid&, AlertState)> ended) override {
     return reportResults.add(std::move(ended));
@@ -59,7 +61,8 @@ class RecordedCollaborators final : public AlertWatching,
   void keepCopies(const UnlockEvent&) override { told("keep copies"); }
   void deleteCopies(const UnlockEvent&) override { told("delete copies"); }
   void send(const DeviceNotice& notice) override {
-    told(notice.kind + (notice.source ? " " + *notice.source : " notice"));
+    const auto& detail = notice.source ? notice.source : notice.targetName;
+    told(notice.kind + " " + detail.value_or("notice"));
   }
   std::optional<std::string> refusal() const override { return turnOnRefusal; }
   void start() override { told("watch start"); }
@@ -95,6 +98,8 @@ class RecordedCollaborators final : public AlertWatching,
   std::vector<std::string> calls;
   std::deque<HandOver> handOvers;  ///< the coming answers; nothing owed after them
   bool reportsHang = false;
+  std::set<Uuid> heldReports;
+  bool watchUnderWay = false;
   Listeners<const Uuid&, AlertState> reportResults;
   std::optional<std::string> turnOnRefusal;
   Wish clipWish{false, false, "off"};
@@ -103,6 +108,12 @@ class RecordedCollaborators final : public AlertWatching,
   std::function<void(std::function<void()>)> updateReady;
 
  private:
+  void answer(const Uuid& id, std::function<void(HandOver)> done) {
+    const HandOver how = handOvers.empty() ? HandOver::nothingOwed : handOvers.front();
+    if (!handOvers.empty()) handOvers.pop_front();
+    if (how == HandOver::handedOver) heldReports.insert(id);
+    scheduler_.post([done = std::move(done), how] { done(how); });
+  }
   void told(std::string what) { calls.push_back(std::move(what)); }
   Scheduler& scheduler_;
 };
