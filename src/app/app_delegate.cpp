@@ -11,21 +11,23 @@ AppDelegate::AppDelegate(NightjarStore& store, QuitSender& quitSender, Log log)
       changes_(store.onChange([this] { lookForApproval(); })) {}
 
 void AppDelegate::decide(const QuitOrder& order) {
-  if (decideQuit(order, store_.armed(), log_) != QuitDecision::needsProof) return terminate();
+  const QuitDecision decision = decideQuit(order, store_.armed(), log_);
+  if (decision != QuitDecision::needsProof) return terminate(decision == QuitDecision::proceed);
   if (refuse) refuse();
   if (askForQuitProof) return askForQuitProof();
   log_.notice("quit refused: the guard is on");
 }
 
 void AppDelegate::lookForApproval() {
-  if (store_.quitApproved()) terminate();
+  if (store_.quitApproved()) terminate(false);
 }
 
-void AppDelegate::terminate() {
+void AppDelegate::terminate(bool systemEnds) {
   if (std::exchange(quitting_, true)) return;
   store_.prepareToQuit(lifetime_.guard([this](bool saved) {
     if (quit) quit(saved);
-  }));
+  }),
+                       systemEnds);
 }
 
 }  // namespace brindle

@@ -34,7 +34,7 @@ class AppDelegate {
  private:
   void decide(const QuitOrder& order);
   void lookForApproval();
-  void terminate();
+  void terminate(bool systemEnds);
 
   NightjarStore& store_;
   Log log_;

@@ -115,7 +115,7 @@ void GuardCommands::turnOn(Done done) {
 }
 
 void GuardCommands::turnedOn(TurnOnOutcome outcome, Done done) {
-  if (outcome == TurnOnOutcome::noPIN) {
+  if (outcome == TurnOnOutcome::noPIN || outcome == TurnOnOutcome::termsChanged) {
     return done(saying(store_.stateNotice().value_or("") + "\n", exit_code::failed));
   }
   if (outcome == TurnOnOutcome::unreadable) {
