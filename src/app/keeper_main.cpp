@@ -7,7 +7,6 @@
 /// the program.
 
 #include <signal.h>
-#include <spawn.h>
 #include <sys/wait.h>
 #include <time.h>
 #include <unistd.h>
@@ -17,7 +16,7 @@
 #include <cstring>
 #include <initializer_list>
 
-extern char** environ;  // POSIX leaves it to the program to declare it
+#include "platform/posix/spawn.h"
 
 namespace {
 
@@ -70,16 +69,8 @@ void pauseFor(unsigned seconds, const sigset_t& signals) {
 }
 
 pid_t start(char** command) {
-  // The program gets the signal mask it would have had without us.
-  sigset_t none;
-  sigemptyset(&none);
-  posix_spawnattr_t attributes;
-  posix_spawnattr_init(&attributes);
-  posix_spawnattr_setsigmask(&attributes, &none);
-  posix_spawnattr_setflags(&attributes, POSIX_SPAWN_SETSIGMASK);
   pid_t child = -1;
-  const int error = posix_spawnp(&child, command[0], nullptr, &attributes, command, environ);
-  posix_spawnattr_destroy(&attributes);
+  const int error = brindle::spawn(child, command);
   if (error == 0) return child;
   std::fprintf(stderr, "brindle-keeper: cannot run %s: %s\n", command[0], std::strerror(error));
   return -1;

@@ -1,7 +1,5 @@
 #pragma once
 
-#include <signal.h>
-#include <spawn.h>
 #include <sys/stat.h>
 #include <sys/wait.h>
 #include <unistd.h>
@@ -11,23 +9,18 @@
 #include <string>
 #include <vector>
 
+#include "platform/posix/spawn.h"
+
 namespace brindle {
 
-/// A program that runs beside a test and ends with this object. It starts without blocked signals.
+/// A program that runs beside a test and ends with this object. It blocks no signals.
 class ChildProcess {
  public:
   explicit ChildProcess(std::vector<std::string> command) {
     std::vector<char*> words;
     for (auto& word : command) words.push_back(word.data());
     words.push_back(nullptr);
-    posix_spawnattr_t attributes;
-    posix_spawnattr_init(&attributes);
-    sigset_t none;
-    sigemptyset(&none);
-    posix_spawnattr_setsigmask(&attributes, &none);
-    posix_spawnattr_setflags(&attributes, POSIX_SPAWN_SETSIGMASK);
-    if (posix_spawnp(&pid_, words[0], nullptr, &attributes, words.data(), environ) != 0) pid_ = 0;
-    posix_spawnattr_destroy(&attributes);
+    if (spawn(pid_, words.data()) != 0) pid_ = 0;
   }
   ~ChildProcess() { end(); }
   ChildProcess(const ChildProcess&) = delete;

@@ -1,16 +1,13 @@
 #include "platform/linux/camera_gstreamer.h"
 
-#include <fcntl.h>
-#include <signal.h>
-#include <spawn.h>
 #include <sys/wait.h>
-#include <unistd.h>
 
 #include <algorithm>
 #include <cerrno>
 #include <chrono>
 
 #include "platform/linux/camera_pipeline.h"
+#include "platform/posix/spawn.h"
 
 namespace brindle {
 namespace {
@@ -32,24 +29,11 @@ const V4l2Camera* firstPermitted(const std::vector<V4l2Camera>& cameras) {
 
 /// Whatever goes wrong here goes wrong again, and is said, when the camera starts.
 void runToItsEnd(std::string program) {
-  posix_spawn_file_actions_t files;
-  posix_spawn_file_actions_init(&files);
-  posix_spawn_file_actions_addopen(&files, STDERR_FILENO, "/dev/null", O_WRONLY, 0);
-  posix_spawnattr_t attributes;
-  posix_spawnattr_init(&attributes);
-  // A worker is deaf to signals; its child must not be.
-  sigset_t none;
-  sigemptyset(&none);
-  posix_spawnattr_setsigmask(&attributes, &none);
-  posix_spawnattr_setflags(&attributes, POSIX_SPAWN_SETSIGMASK);
   char* const command[] = {program.data(), nullptr};
   pid_t child = -1;
-  if (posix_spawn(&child, command[0], &files, &attributes, command, environ) == 0) {
-    while (waitpid(child, nullptr, 0) < 0 && errno == EINTR) {
-    }
+  if (spawn(child, command, true) != 0) return;
+  while (waitpid(child, nullptr, 0) < 0 && errno == EINTR) {
   }
-  posix_spawnattr_destroy(&attributes);
-  posix_spawn_file_actions_destroy(&files);
 }
 
 }  // namespace
