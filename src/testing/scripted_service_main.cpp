@@ -1,0 +1,147 @@
+#include <poll.h>
+#include <unistd.h>
+
+#include <array>
+#include <charconv>
+#include <chrono>
+#include <fstream>
+#include <iostream>
+#include <sstream>
+#include <string>
+
+#include "base/base64.h"
+#include "base/json_writer.h"
+#include "platform/linux/scheduler_linux.h"
+#include "testing/scripted_service_socket.h"
+
+// scripted_alert_service LOG [PORT]: the scripted service as a program. Its first line of output is
+// its port. Each request becomes a JSON line in LOG. Commands come on standard input, each answered
+// by "ok" or "?" once it holds, and it ends with its input.
+//
+//   status PATH CODE [JSON]   every request whose path begins so    once PATH CODE [JSON]  the next
+//   delay PATH MS             answered late    never PATH           received, never answered
+//   twice PATH                answered twice   cut PATH BYTES       closed within the answer's body
+//   close PATH                closed unanswered                     hold PATH  held until released
+//   release [N]               lets the N-th held answer go, all without N
+//   usual PATH                forgets the script of this path
+//   terms VERSION   session TOKEN EMAIL     what these answers say
+//   down | up                 the service cannot be reached | can be again
+
+namespace brindle {
+namespace {
+
+class Commands {
+ public:
+  explicit Commands(ScriptedService& service) : service_(service) {}
+
+  bool obey(const std::string& line) {
+    std::istringstream words(line);
+    std::string verb, path;
+    words >> verb >> path;
+    if (verb == "down" || verb == "up") return service_.setReachable(verb == "up"), true;
+    if (verb == "release") return release(path), true;
+    if (path.empty()) return false;
+    if (verb == "usual") return service_.usual(path), true;
+    if (verb == "terms") return service_.termsVersion = path, true;
+    if (verb == "session") {
+      service_.token = path;
+      return static_cast<bool>(words >> service_.email);
+    }
+    return script(verb, path, words);
+  }
+
+ private:
+  void release(const std::string& which) {
+    std::size_t index = 0;
+    if (which.empty()) return service_.releaseAll();
+    std::from_chars(which.data(), which.data() + which.size(), index);
+    service_.release(index);
+  }
+
+  bool script(const std::string& verb, const std::string& path, std::istringstream& words) {
+    ScriptedReply reply = service_.usualReply(path);
+    std::size_t number = 0;
+    const bool counted = verb == "status" || verb == "once" || verb == "delay" || verb == "cut";
+    if (counted && !(words >> number)) return false;
+    if (verb == "status" || verb == "once") {
+      reply.status = static_cast<int>(number);
+      words >> std::ws;
+      if (std::string body; std::getline(words, body)) reply.body = body;
+      if (verb == "once") return service_.once(path, reply), true;
+    } else if (verb == "delay") {
+      reply.delay = std::chrono::milliseconds(number);
+    } else if (verb == "cut") {
+      reply.cutAfter = number;
+    } else if (verb == "never" || verb == "twice") {
+      reply.copies = verb == "never" ? 0 : 2;
+    } else if (verb == "close") {
+      reply.status = 0;
+    } else if (verb == "hold") {
+      reply.held = true;
+    } else {
+      return false;
+    }
+    return service_.always(path, reply), true;
+  }
+
+  ScriptedService& service_;
+};
+
+/// `firstByte` is in nanoseconds of the monotonic clock, as other programs on this machine see it.
+std::string lineOf(const ScriptedRequest& request, Duration clockOffset) {
+  std::string line;
+  JsonWriter json(line);
+  json.beginObject().field("method", request.method).field("path", request.path);
+  json.field("firstByte", (request.firstByte + clockOffset).count()).key("headers").beginObject();
+  std::string names;
+  for (const auto& [name, value] : request.headers) {
+    // The first of a name counts, and only those that can be a key.
+    const std::string mark = "\n" + name + "\n";
+    if (names.contains(mark) || name.find_first_of("\"\\") != std::string::npos) continue;
+    names += mark;
+    json.field(name, value);
+  }
+  json.endObject().field("body", base64(request.body)).endObject();
+  return line + "\n";
+}
+
+int serve(const std::string& log, std::uint16_t port) {
+  LinuxScheduler loop;
+  ScriptedService service(loop);
+  ScriptedServiceSocket socket(loop, service, port);
+  std::ofstream lines(log, std::ios::app);
+  if (socket.port() == 0 || !lines) return 1;
+  const Duration clockOffset =
+      std::chrono::steady_clock::now().time_since_epoch() - loop.awakeTime();
+  service.onRequest = [&](const ScriptedRequest& request) {
+    lines << lineOf(request, clockOffset) << std::flush;
+  };
+  Commands commands(service);
+  std::string typed;
+  const Subscription input = loop.watch(STDIN_FILENO, POLLIN, [&](std::uint32_t) {
+    std::array<char, 4096> part;
+    const ssize_t count = ::read(STDIN_FILENO, part.data(), part.size());
+    if (count <= 0) return loop.stop();
+    typed.append(part.data(), static_cast<std::size_t>(count));
+    for (std::size_t end; (end = typed.find('\n')) != std::string::npos; typed.erase(0, end + 1)) {
+      std::cout << (commands.obey(typed.substr(0, end)) ? "ok" : "?") << std::endl;
+    }
+  });
+  if (!input) return 1;
+  std::cout << socket.port() << std::endl;
+  loop.run();
+  return 0;
+}
+
+}  // namespace
+}  // namespace brindle
+
+int main(int argc, char** argv) {
+  const std::vector<std::string> words(argv, argv + argc);
+  if (words.size() < 2) return 2;
+  std::uint16_t port = 0;
+  if (words.size() > 2) {
+    std::from_chars(words[2].data(), words[2].data() + words[2].size(), port);
+  }
+  return brindle::serve(words[1], port);
+}
