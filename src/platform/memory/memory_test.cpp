@@ -7,6 +7,7 @@
 #include "platform/contract/crypto_contract.h"
 #include "platform/contract/files_contract.h"
 #include "platform/contract/flash_window_contract.h"
+#include "platform/contract/http_contract.h"
 #include "platform/contract/image_contract.h"
 #include "platform/contract/keychain_contract.h"
 #include "platform/contract/login_item_contract.h"
@@ -22,6 +23,7 @@
 #include "platform/memory/crypto_memory.h"
 #include "platform/memory/files_memory.h"
 #include "platform/memory/flash_window_memory.h"
+#include "platform/memory/http_memory.h"
 #include "platform/memory/image_memory.h"
 #include "platform/memory/keychain_memory.h"
 #include "platform/memory/login_item_memory.h"
@@ -135,6 +137,25 @@ struct MemoryLoginItemBackend {
   void fail() { item.setProblem("not today"); }
 };
 INSTANTIATE_TYPED_TEST_SUITE_P(Memory, LoginItemContract, MemoryLoginItemBackend);
+
+struct MemoryHttpBackend {
+  VirtualScheduler scheduler;
+  MemoryFiles files;
+  ScriptedService service{scheduler};
+  MemoryHttp memory{scheduler, files};
+  MemoryHttpBackend() { memory.setServer(service.server()); }
+  Http& http() { return memory; }
+  std::string url() const { return "http://127.0.0.1:1"; }
+  std::string put(const std::string& name, const Bytes& bytes) {
+    EXPECT_TRUE(files.writeWhole("/" + name, bytes));
+    return "/" + name;
+  }
+  bool until(const std::function<bool()>& done) {
+    for (int i = 0; i < 100 && !done(); ++i) scheduler.advance(std::chrono::milliseconds(10));
+    return done();
+  }
+};
+INSTANTIATE_TYPED_TEST_SUITE_P(Memory, HttpContract, MemoryHttpBackend);
 
 struct MemoryQuitBackend : Loop {
   MemoryQuitSender sender{scheduler};

@@ -5,4 +5,4 @@ brindle_library(brindle_memory
   PRIVATE_LINKS brindle_openssl)
 brindle_test(brindle_memory_test
   SOURCES memory_test.cpp
-  LINKS brindle_memory brindle_testing)
+  LINKS brindle_memory brindle_testing brindle_scripted_service)

@@ -1,0 +1,156 @@
+#include "platform/linux/http_curl.h"
+
+#include <gtest/gtest.h>
+#include <poll.h>
+
+#include <filesystem>
+#include <fstream>
+#include <optional>
+
+#include "platform/contract/http_contract.h"
+#include "testing/child_process.h"
+#include "testing/linux_loop.h"
+#include "testing/scripted_service_socket.h"
+#include "testing/temporary_folder.h"
+
+namespace brindle {
+namespace {
+
+using std::chrono::milliseconds;
+
+struct CurlBackend {
+  LinuxScheduler loop;
+  TemporaryFolder folder;
+  ScriptedService service{loop};
+  ScriptedServiceSocket socket{loop, service};
+  std::optional<CurlHttp> curl{std::in_place, loop};
+
+  Http& http() { return *curl; }
+  std::string url() const { return socket.url(); }
+  std::string put(const std::string& name, const Bytes& bytes) {
+    std::ofstream(folder / name, std::ios::binary) << textOf(bytes);
+    return folder / name;
+  }
+  bool until(const std::function<bool()>& done) { return runUntil(loop, done); }
+};
+INSTANTIATE_TYPED_TEST_SUITE_P(Curl, HttpContract, CurlBackend);
+
+class CurlHttpTest : public HttpContract<CurlBackend> {
+ protected:
+  /// Nothing is ready, and no timer of this process is armed, as the kernel tells it.
+  bool quiet() {
+    backend.loop.processReady();
+    pollfd waiting{backend.loop.fd(), POLLIN, 0};
+    if (::poll(&waiting, 1, 0) != 0) return false;
+    for (const auto& each : std::filesystem::directory_iterator("/proc/self/fdinfo")) {
+      std::ifstream file(each.path());
+      const std::string about(std::istreambuf_iterator<char>(file), {});
+      if (about.contains("it_value: (") && !about.contains("it_value: (0, 0)")) return false;
+    }
+    return true;
+  }
+};
+
+TEST_F(CurlHttpTest, TheRequestHasLeftWhenSendReturns) {
+  LinuxScheduler far;  // only the server lives here: the client's loop stands still meanwhile
+  ScriptedService there(far);
+  ScriptedServiceSocket socket(far, there);
+  for (const std::size_t times : {1u, 2u}) {
+    Answers answers;
+    HttpRequest request = to("");
+    request.url = socket.url() + "/api/watch/pending";
+    request.body = Bytes(500, 'x');
+    const Subscription sent = send(request, answers);
+    EXPECT_TRUE(runUntil(far, [&] { return there.requests().size() == times; }));
+    EXPECT_TRUE(backend.until([&] { return !answers.empty(); }));
+    EXPECT_EQ(socket.accepted(), 1u) << "a kept connection is used again";
+  }
+}
+
+TEST_F(CurlHttpTest, IdleItWaitsForNothingAndAClosedKeptConnectionIsReplaced) {
+  EXPECT_EQ(answerTo(to("api/terms")).status, 200);
+  EXPECT_TRUE(quiet());
+  backend.socket.closeConnections();
+  EXPECT_TRUE(quiet()) << "nobody is told that a kept connection ended";
+  HttpRequest upload = to("api/alert");
+  upload.bodyFile = backend.put("body", Bytes(200'000, 7));
+  EXPECT_EQ(answerTo(upload).status, 200);
+  EXPECT_EQ(backend.socket.accepted(), 2u);
+}
+
+TEST_F(CurlHttpTest, ManyAtOnceShareAFewConnections) {
+  std::vector<Subscription> sent;
+  Answers answers;
+  for (int i = 0; i < 200; ++i) sent.push_back(send(to("api/watch/beat"), answers));
+  EXPECT_TRUE(backend.until([&] { return answers.size() == 200; }));
+  EXPECT_LE(backend.socket.accepted(), 6u);
+  for (const HttpAnswer& each : answers) EXPECT_EQ(each.status, 200) << each.problem;
+}
+
+TEST_F(CurlHttpTest, ItMayEndWithRequestsUnderWayAndWithAnswersNotYetTold) {
+  service().always("api/watch", {.held = true});
+  Answers answers;
+  Subscription held = send(to("api/watch/pending"), answers);
+  Subscription refused = send(HttpRequest{}, answers);
+  ASSERT_TRUE(backend.until([&] { return service().held() == 1; }));
+  service().releaseAll();
+  answers.clear();
+  Subscription early = send(HttpRequest{}, answers);
+  backend.curl.reset();
+  backend.loop.processReady();
+  EXPECT_TRUE(answers.empty());
+  held.end();
+}
+
+TEST_F(CurlHttpTest, RefusesHeadersThatWouldBecomeOthersAndFilesThatShrink) {
+  for (const HttpHeader& bad :
+       std::vector<HttpHeader>{{"A", "1\r\nB: 2"}, {"A: 1\nB", "2"}, {"", "1"}}) {
+    HttpRequest request = to("api/alert");
+    request.headers = {bad};
+    EXPECT_EQ(answerTo(request).problem, "a header is not allowed");
+  }
+  EXPECT_TRUE(service().requests().empty());
+  HttpRequest request = to("api/alert");
+  request.bodyFile = backend.put("shrinks", Bytes(30'000'000, 1));
+  Answers answers;
+  const Subscription sent = send(request, answers);
+  std::filesystem::resize_file(request.bodyFile, 1000);
+  EXPECT_TRUE(backend.until([&] { return !answers.empty(); }));
+  EXPECT_EQ(answers.at(0).status, 0);
+  EXPECT_TRUE(service().requests().empty());
+}
+
+TEST_F(CurlHttpTest, OnlyACertificateThatIsTrustedForTheHostIsAccepted) {
+  const std::string cert = backend.folder / "cert.pem";
+  const std::string key = backend.folder / "key.pem";
+  ASSERT_EQ(bash("openssl req -x509 -newkey ec -pkeyopt ec_paramgen_curve:P-256 -nodes -days 2"
+                 " -subj /CN=test -addext subjectAltName=IP:127.0.0.1 -keyout " +
+                 key + " -out " + cert + " 2>/dev/null"),
+            0);
+  const std::string pipe = backend.folder / "said";
+  ASSERT_EQ(::mkfifo(pipe.c_str(), 0600), 0);
+  const ChildProcess server({"bash", "-c",
+                             "exec openssl s_server -accept 127.0.0.1:0 -www -cert " + cert +
+                                 " -key " + key + " >" + pipe + " 2>&1"});
+  std::ifstream said(pipe);
+  std::string port;
+  while (port != "ACCEPT" && said >> port) {
+  }
+  said >> port;
+  port.erase(0, port.find(':') + 1);
+  HttpRequest request = to("");
+  request.method = HttpRequest::Method::get;
+  request.timeout = std::chrono::seconds(10);
+  request.url = "https://127.0.0.1:" + port + "/";
+  const HttpAnswer strange = answerTo(request);
+  EXPECT_EQ(strange.status, 0);
+  EXPECT_NE(strange.problem.find("certificate"), std::string::npos) << strange.problem;
+  backend.curl.emplace(backend.loop, cert);
+  const HttpAnswer trusted = answerTo(request);
+  EXPECT_EQ(trusted.status, 200) << trusted.problem;
+  request.url = "https://localhost:" + port + "/";
+  EXPECT_EQ(answerTo(request).status, 0) << "a certificate for another name";
+}
+
+}  // namespace
+}  // namespace brindle
