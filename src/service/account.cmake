@@ -11,5 +11,5 @@ brindle_library(brindle_service_account
 set_source_files_properties(service_settings.cpp PROPERTIES COMPILE_DEFINITIONS
   "BRINDLE_SERVICE_URL=\"${BRINDLE_SERVICE_URL}\";BRINDLE_GOOGLE_CLIENT_ID=\"${BRINDLE_GOOGLE_CLIENT_ID}\";BRINDLE_BUILD_NUMBER=${BRINDLE_BUILD_NUMBER}")
 brindle_test(service_account_test
-  SOURCES account_formats_test.cpp
+  SOURCES account_formats_test.cpp account_test.cpp live_terms_test.cpp
   LINKS brindle_service_account brindle_scripted_service brindle_memory brindle_testing)

@@ -13,7 +13,7 @@
 namespace brindle {
 
 /// The scheme of the links that bring a person back from their mail program.
-inline constexpr std::string_view appScheme = "com.corvane.brindle";
+inline constexpr std::string_view appScheme = "brindle";
 
 /// Has the service send a link to an address, and knows the link when it is followed, also after a
 /// relaunch. Main thread only.

@@ -1,0 +1,132 @@
+#pragma once
+
+#include <gtest/gtest.h>
+
+#include <memory>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "owner/keychain_items.h"
+#include "owner/keychain_marks.h"
+#include "platform/memory/apple_sign_in_memory.h"
+#include "platform/memory/crypto_memory.h"
+#include "platform/memory/files_memory.h"
+#include "platform/memory/http_memory.h"
+#include "platform/memory/keychain_memory.h"
+#include "platform/memory/opened_links_memory.h"
+#include "platform/memory/preferences_memory.h"
+#include "platform/memory/random_memory.h"
+#include "platform/memory/web_sign_in_memory.h"
+#include "service/account.h"
+#include "service/form_query.h"
+#include "testing/recording_log.h"
+#include "testing/scripted_service.h"
+#include "testing/virtual_scheduler.h"
+#include "testing/virtual_worker_queue.h"
+
+namespace brindle {
+
+/// An account over memory backends, on virtual time, with a service by script that also plays
+/// Google's token endpoint.
+class AccountFixture : public testing::Test {
+ protected:
+  static inline const KeychainItem item{"brindle.account", "owner"};
+
+  void SetUp() override {
+    http.setServer(service.server());
+    service.always("token", {.body = R"({"id_token":"google-id"})"});
+    launch();
+    ASSERT_TRUE(account->gate().agree());
+  }
+  void TearDown() override {
+    account.reset();
+    time.run();
+    EXPECT_EQ(time.pending(), 0U) << "a timer outlives the account";
+  }
+
+  void launch() {
+    account.reset();
+    account = std::make_unique<Account>(
+        Account::Services{http, items, worker, preferences, time, crypto, random, web, apple, links,
+                          Log(lines), [this] { return guardOn; }},
+        settings);
+    account->start();
+    time.run();
+  }
+
+  /// What the person is told, as soon as it is; "…" while nothing is.
+  struct Told {
+    std::shared_ptr<std::string> text = std::make_shared<std::string>("…");
+    Account::Done done() const {
+      return [text = text](const std::string& message) { *text = message; };
+    }
+  };
+  std::string toldBy(const std::function<void(Account::Done)>& operation) {
+    const Told told;
+    operation(told.done());
+    time.run();
+    return *told.text;
+  }
+  std::string google(const std::string& query = "code=c%2F1&state=STATE") {
+    const Told told;
+    account->signInWithGoogle(told.done());
+    time.run();
+    redirect(query);
+    return *told.text;
+  }
+  void redirect(std::string query) {
+    if (const auto at = query.find("STATE"); at != std::string::npos) {
+      query.replace(at, 5, queryField(web.page(), "state").value_or(""));
+    }
+    web.redirect(query);
+    time.run();
+  }
+  std::string email(const std::string& address = "owner@example.org") {
+    return toldBy([&](Account::Done done) { account->signInWithEmail(address, done); });
+  }
+  std::string signOut() {
+    return toldBy([&](const Account::Done& done) { account->signOut(done); });
+  }
+  std::string deleteAccount() {
+    return toldBy([&](Account::Done done) { account->deleteAccount(std::move(done)); });
+  }
+  void open(const std::string& link) {
+    links.open(link);
+    time.run();
+  }
+  std::string token() const { return account->session() ? account->session()->token : "none"; }
+  std::string state() const { return account->status().state; }
+  std::string stored() { return std::string(textOf(keychain.read(here, item).data)); }
+  std::string lastBody(std::string_view path) const {
+    const auto all = service.to(path);
+    return all.empty() ? "nothing" : std::string(all.back()->text());
+  }
+
+  static constexpr auto here = KeychainStore::dataProtection;
+  VirtualScheduler time;
+  RecordingLog lines;
+  ScriptedService service{time};
+  MemoryFiles files;
+  MemoryHttp http{time, files};
+  MemoryPreferences preferences;
+  MemoryKeychain keychain;
+  MemoryCrypto crypto;
+  MemoryRandom random;
+  KeychainMarks marks{preferences, time};
+  KeychainItems items{keychain, marks, Log(lines), "com.corvane.brindle"};
+  VirtualWorkerQueue worker{time};
+  MemoryWebSignIn web{time};
+  MemoryAppleSignIn apple{time};
+  MemoryOpenedLinks links{time};
+  bool guardOn = false;
+  ServiceSettings settings{"https://service.example",
+                           "12-ab.apps.googleusercontent.com",
+                           {"https://accounts.example/auth", "https://accounts.example/token"},
+                           5,
+                           false,
+                           ""};
+  std::unique_ptr<Account> account;
+};
+
+}  // namespace brindle
