@@ -250,7 +250,7 @@ TEST_F(MacCameraCaptureTest, SeriesThatEndInLineOrFromTheirOwnAnswersHurtNobody)
   one.end();
   last.end();  // its turn has come, and it does not know yet
   clock.advance(1min);
-  EXPECT_EQ(camera.shots(), 0);
+  EXPECT_EQ(camera.starts(), 0);
 
   Subscription ended;
   ended = capture.takePhoto(
