@@ -7,5 +7,6 @@ brindle_library(brindle_linux_service
 brindle_test(linux_http_test
   SOURCES http_curl_test.cpp
   LINKS brindle_linux_service brindle_linux_system brindle_scripted_socket)
+include(network.cmake)             # the way to other machines
 include(transfer.cmake OPTIONAL)  # uploads that outlive the program
 include(signin.cmake OPTIONAL)    # sleep, process activity, machine, links, sign-in, push

@@ -1,0 +1,4 @@
+target_sources(brindle_linux_service PRIVATE network_path_linux.cpp)
+brindle_test(network_path_linux_test
+  SOURCES network_path_linux_test.cpp
+  LINKS brindle_linux_service brindle_linux_system brindle_testing)
