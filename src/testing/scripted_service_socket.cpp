@@ -124,9 +124,11 @@ bool ScriptedServiceSocket::Connection::readHead(std::string_view head) {
 void ScriptedServiceSocket::Connection::answer(const ScriptedReply& reply) {
   if (!socket_ || lastAnswer_) return;
   if (reply.status == 0) return close();
-  out_ += "HTTP/1.1 " + std::to_string(reply.status) +
-          " Scripted\r\nContent-Type: application/json\r\nContent-Length: " +
-          std::to_string(reply.body.size()) + "\r\n\r\n";
+  const bool elsewhere = reply.status / 100 == 3;
+  out_ += "HTTP/1.1 " + std::to_string(reply.status) + " Scripted\r\n" +
+          (elsewhere ? "Location: /api/terms\r\n" : "") +
+          "Content-Type: application/json\r\nContent-Length: " + std::to_string(reply.body.size()) +
+          "\r\n\r\n";
   out_ += reply.body.substr(0, reply.cutAfter.value_or(reply.body.size()));
   lastAnswer_ = reply.cutAfter.has_value();
   write();

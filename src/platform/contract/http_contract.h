@@ -40,6 +40,10 @@ class HttpContract : public testing::Test {
     return answers.empty() ? HttpAnswer{} : answers.front();
   }
   ScriptedService& service() { return backend.service; }
+  ScriptedRequest last() {
+    EXPECT_FALSE(service().requests().empty());
+    return service().requests().empty() ? ScriptedRequest{} : service().requests().back();
+  }
 
   Backend backend;
 };
@@ -57,7 +61,7 @@ TYPED_TEST_P(HttpContract, MethodHeadersAndBodyArriveAsTheyAre) {
   EXPECT_EQ(answer.body, bytesOf(every));
   EXPECT_GE(answer.elapsed, Duration::zero());
   EXPECT_EQ(answer.problem, "");
-  const ScriptedRequest& seen = this->service().requests().back();
+  const ScriptedRequest seen = this->last();
   EXPECT_EQ(seen.method, "POST");
   EXPECT_EQ(seen.body, request.body);
   EXPECT_EQ(seen.header("content-type"), "a/b");
@@ -72,13 +76,13 @@ TYPED_TEST_P(HttpContract, MethodHeadersAndBodyArriveAsTheyAre) {
   const Bytes picture(3'000'000, 0xa5);
   request.bodyFile = this->backend.put("photo.jpg", picture);
   EXPECT_EQ(this->answerTo(request).status, 200);
-  EXPECT_TRUE(this->service().requests().back().body == picture);
+  EXPECT_TRUE(this->last().body == picture);
   EXPECT_EQ(this->answerTo(this->to("api/watch/beat")).status, 200);
-  EXPECT_EQ(this->service().requests().back().body, Bytes{});
+  EXPECT_EQ(this->last().body, Bytes{});
   HttpRequest terms = this->to("api/terms");
   terms.method = HttpRequest::Method::get;
   EXPECT_TRUE(textOf(this->answerTo(terms).body).starts_with(R"({"version":)"));
-  EXPECT_EQ(this->service().requests().back().method, "GET");
+  EXPECT_EQ(this->last().method, "GET");
 }
 
 TYPED_TEST_P(HttpContract, EveryStatusIsAnAnswerAndOnlyAWholeOneCounts) {

@@ -21,8 +21,9 @@
 namespace brindle {
 namespace {
 
-/// More at once only make a small server's queue overflow.
-constexpr long mostConnections = 6;
+/// More at once overflow a small server's queue; with too few, requests that a server leaves
+/// hanging would keep an urgent one from leaving.
+constexpr long mostConnections = 24;
 constexpr Duration longestConnecting = std::chrono::seconds(15);
 
 struct FreeEasy {
