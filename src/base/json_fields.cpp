@@ -83,7 +83,12 @@ bool readJson(const Json& json, WallTime& out) {
 
 bool readReferenceDate(const Json& json, WallTime& out) {
   double seconds = 0;
-  if (!readJson(json, seconds)) return readJson(json, out);
+  WallTime written;
+  if (!readJson(json, seconds)) {
+    if (!readJson(json, written)) return false;
+    seconds = secondsSince2001(written);
+  }
+  // Text from further away than a number can say is no date either: it could not be kept.
   const auto time = fromSecondsSince2001(seconds);
   if (time) out = *time;
   return time.has_value();
