@@ -17,32 +17,20 @@ class RandomGuard : public GuardWorld {
   ~RandomGuard() { kill(); }
 
   void step() {
-    switch (dice_() % 16) {
-      case 0:
-      case 1:
-      case 2:
-      case 3:
-        return screen.setLocked(dice_() % 2 == 0);
-      case 5:
-        return store->occurred({std::string(trigger_kind::lidClosed), "Lid"});
-      case 6:
-        return store->opened({"watched-file", std::to_string(dice_() % 5)});
-      case 7:
-        return store->wrongTry(dice_() % 2 == 0 ? WrongTry::pin : WrongTry::answer);
-      case 8:
-        return confirm();
-      case 9:
-        return removeSome();
-      case 10:
-        return diskFails_ ? mend() : spoil();
-      case 11:
-        return dice_() % 3 == 0 ? relaunch() : sleep();
-      case 12:
-        camera.photosPerSeries = static_cast<int>(dice_() % 5);
-        return;
-      default:
-        scheduler.advance(std::chrono::milliseconds(dice_() % 9000));
+    const auto what = dice_() % 16;
+    if (what <= 3) return screen.setLocked(dice_() % 2 == 0);
+    if (what == 5) return store->occurred({std::string(trigger_kind::lidClosed), "Lid"});
+    if (what == 6) return store->opened({"watched-file", std::to_string(dice_() % 5)});
+    if (what == 7) return store->wrongTry(dice_() % 2 == 0 ? WrongTry::pin : WrongTry::answer);
+    if (what == 8) return confirm();
+    if (what == 9) return removeSome();
+    if (what == 10) return diskFails_ ? mend() : spoil();
+    if (what == 11) return dice_() % 3 == 0 ? relaunch() : sleep();
+    if (what == 12) {
+      camera.photosPerSeries = static_cast<int>(dice_() % 5);
+      return;
     }
+    scheduler.advance(std::chrono::milliseconds(dice_() % 9000));
   }
 
   void check() {

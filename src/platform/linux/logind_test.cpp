@@ -7,12 +7,12 @@
 
 #include "platform/contract/quit_sender_contract.h"
 #include "platform/contract/screen_lock_contract.h"
-#include "platform/linux/dbus_values.h"
 #include "platform/linux/quit_sender_linux.h"
 #include "platform/linux/screen_lock_linux.h"
 #include "testing/child_process.h"
 #include "testing/linux_loop.h"
 #include "testing/recording_log.h"
+#include "testing/temporary_folder.h"
 
 // Against the real logind and a real screen locker (tests/peers/real-logind).
 namespace brindle {
@@ -124,21 +124,11 @@ TEST(LinuxQuitSenderTest, OnlyAnAnnouncedShutdownOrTheEndOfTheSessionIsTheSystem
       real.lock.workspace().observe(SystemNotice::willPowerOff, [&] { poweringOff = true; });
   // The stand-in for the service manager is done with a shutdown at once; whoever asks for a delay
   // keeps it announced.
-  std::optional<sdbus::UnixFd> hold;
-  DbusService logind(real.system, Log(real.lines), "org.freedesktop.login1");
-  logind.call(
-      "/org/freedesktop/login1", "org.freedesktop.login1.Manager", "Inhibit",
-      [](sdbus::MethodCall& call) {
-        call << "shutdown"
-             << "a test"
-             << "a delay"
-             << "delay";
-      },
-      [&](const DbusAnswer& answer) {
-        ASSERT_TRUE(answer.reply) << answer.error;
-        unpack(*answer.reply, hold.emplace());
-      });
-  ASSERT_TRUE(real.until([&] { return hold.has_value(); }));
+  const TemporaryFolder folder;
+  const auto [hold, held] = readyProgram(
+      folder.path(), "systemd-inhibit --what=shutdown --mode=delay bash -c 'echo held >" +
+                         (folder / "ready") + "; exec sleep 60'");
+  ASSERT_EQ(held, "held");
   ASSERT_EQ(bash("power_off"), 0);
   kill(getpid(), SIGTERM);  // may overtake the announcement
   ASSERT_TRUE(real.until([&] { return orders.size() == 2; }));
