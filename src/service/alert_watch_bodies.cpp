@@ -1,0 +1,107 @@
+#include "service/alert_watch_bodies.h"
+
+#include "base/json_writer.h"
+#include "platform/file_step.h"
+#include "service/first_characters.h"
+
+namespace brindle {
+namespace {
+
+constexpr int longestName = 60;
+constexpr int longestZone = 64;
+constexpr int longestText = 80;
+constexpr std::string_view prefix = "watch-";
+
+std::string deviceName(const WatchedMachine& machine) {
+  return machine.name.empty() ? "Mac" : firstCharacters(machine.name, longestName);
+}
+
+void writeShort(JsonWriter& out, std::string_view key, const std::optional<std::string>& text) {
+  if (text) out.field(key, firstCharacters(*text, longestText));
+}
+
+}  // namespace
+
+Bytes checkInBody(const WatchedMachine& machine, const CheckInState& state, std::int64_t seq,
+                  const std::optional<AlertWatchReset>& reset) {
+  std::string text;
+  JsonWriter out(text);
+  out.beginObject()
+      .field("deviceId", machine.deviceId)
+      .field("device", deviceName(machine))
+      .field("platform", "macos")  // the only word the service knows, on every system
+      .field("on", state.on)
+      .field("sleeping", state.sleeping)
+      .field("timeZone", firstCharacters(machine.timeZone, longestZone))
+      .field("seq", seq);
+  if (!state.on && state.reason) out.field("reason", *state.reason);
+  if (reset) out.field("reset", reset->reason).field("resetId", reset->id);
+  out.endObject();
+  return bytesOf(text);
+}
+
+Bytes pendingBody(const WatchedMachine& machine, const WatchedUnlock& unlock, bool emailAlerts) {
+  std::string text;
+  JsonWriter out(text);
+  out.beginObject()
+      .field("eventId", unlock.eventID)
+      .field("deviceId", machine.deviceId)
+      .field("device", deviceName(machine))
+      .field("platform", "macos")
+      .field("at", unlock.at)
+      .field("timeZone", firstCharacters(machine.timeZone, longestZone))
+      .field("kind", unlock.kind)
+      .field("wrongPINs", unlock.wrongPINs)
+      .field("emailAlerts", emailAlerts);
+  writeShort(out, "place", unlock.place);
+  writeShort(out, "targetName", unlock.targetName);
+  out.endObject();
+  return bytesOf(text);
+}
+
+Bytes eventBody(const Uuid& event) {
+  std::string text;
+  JsonWriter(text).beginObject().field("eventId", event).endObject();
+  return bytesOf(text);
+}
+
+bool writeBodyFile(Files& files, const std::string& folder, const std::string& name,
+                   ByteView content) {
+  const std::string path = joinPath(folder, name);
+  const auto written = files.writeWhole(path, content);
+  if (written) return true;
+  if (written.error().kind != FileError::Kind::notFound) return false;
+  return files.makeFolder(folder).has_value() && files.writeWhole(path, content).has_value();
+}
+
+std::string AlertWatchBodies::fileName(const AlertWatchOp& op) {
+  const bool photo = op.route == AlertWatchRoute::pendingPhoto;
+  return std::string(prefix) + op.id.upper() + (photo ? ".jpg" : ".json");
+}
+
+void AlertWatchBodies::keep(AlertWatchOp& op) {
+  if (!op.file.empty()) return;
+  const std::string name = fileName(op);
+  if (!writeBodyFile(files_, folder_, name, op.body)) {
+    log_.notice("outbox: a check-in body not written");
+    return;
+  }
+  op.file = name;
+  op.body.clear();
+}
+
+void AlertWatchBodies::remove(const std::string& file) {
+  // What cannot be removed now is found by a later run.
+  static_cast<void>(files_.remove(joinPath(folder_, file)));
+}
+
+std::vector<std::string> AlertWatchBodies::found() {
+  auto all = files_.list(folder_);
+  if (!all) return {};
+  std::erase_if(*all, [](const std::string& name) {
+    return !name.starts_with(prefix) && !isTemporaryName(name);
+  });
+  return std::move(*all);
+}
+
+}  // namespace brindle

@@ -1,0 +1,70 @@
+#pragma once
+
+#include <optional>
+#include <string>
+#include <string_view>
+
+#include "base/log.h"
+#include "core/alert_watching.h"
+#include "platform/files.h"
+#include "service/alert_watch_op.h"
+
+namespace brindle {
+
+/// This machine as the bodies name it.
+struct WatchedMachine {
+  std::string deviceId;
+  std::string name;
+  std::string timeZone;
+};
+
+struct CheckInState {
+  bool on = false;
+  bool sleeping = false;
+  std::optional<std::string> reason;  ///< why the guard is not on, if known
+};
+
+// The bodies as they are sent.
+Bytes checkInBody(const WatchedMachine& machine, const CheckInState& state, std::int64_t seq,
+                  const std::optional<AlertWatchReset>& reset);
+Bytes pendingBody(const WatchedMachine& machine, const WatchedUnlock& unlock, bool emailAlerts);
+Bytes eventBody(const Uuid& event);
+
+/// The outbox folder: one file for each body that is owed.
+class AlertWatchBodies {
+ public:
+  AlertWatchBodies(Files& files, std::string folder, Log log)
+      : files_(files), folder_(std::move(folder)), log_(log) {}
+
+  /// Puts the operation's body into its file, unless it lies there already. On failure it stays in
+  /// the operation, to be tried again before the next sending.
+  void keep(AlertWatchOp& op);
+  /// Where the body lies; empty when it does not.
+  std::string path(const AlertWatchOp& op) const {
+    return op.file.empty() ? std::string() : joinPath(folder_, op.file);
+  }
+  void remove(const std::string& file);
+  /// Removes what no operation needs: left by a run that ended between two steps.
+  template <class Needed>
+  void sweep(Needed needed) {
+    for (const std::string& name : found()) {
+      if (!needed(name)) remove(name);
+    }
+  }
+
+  static std::string fileName(const AlertWatchOp& op);
+  const std::string& folder() const { return folder_; }
+
+ private:
+  std::vector<std::string> found();
+
+  Files& files_;
+  std::string folder_;
+  Log log_;
+};
+
+/// Writes a body file, making its folder when it is missing. Any thread.
+bool writeBodyFile(Files& files, const std::string& folder, const std::string& name,
+                   ByteView content);
+
+}  // namespace brindle
