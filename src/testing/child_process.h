@@ -6,6 +6,7 @@
 
 #include <fstream>
 #include <memory>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -34,6 +35,13 @@ class ChildProcess {
   int wait() {
     int status = -1;
     if (pid_ > 0) waitpid(pid_, &status, 0);
+    pid_ = 0;
+    return WIFEXITED(status) ? WEXITSTATUS(status) : -1;
+  }
+  /// As `wait`, or nothing while it runs.
+  std::optional<int> poll() {
+    int status = -1;
+    if (pid_ > 0 && waitpid(pid_, &status, WNOHANG) == 0) return std::nullopt;
     pid_ = 0;
     return WIFEXITED(status) ? WEXITSTATUS(status) : -1;
   }

@@ -117,7 +117,10 @@ void LinuxBackgroundTransfer::tell(const std::string& file) {
   lookSoon();
   PosixFiles& files = files_;  // it may end us
   const auto told = onResult_;
+  const std::string job = joinPath(folders_.todo(), file);
   told(*result);
+  // There when the courier was killed before it removed it: it is not to be sent again.
+  (void)files.remove(job);
   (void)files.remove(path);
 }
 

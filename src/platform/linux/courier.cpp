@@ -35,18 +35,14 @@ Courier::Courier(Scheduler& scheduler, Http& http, Files& files, std::string spo
       clock_(std::move(clock)) {}
 
 void Courier::look() {
-  std::vector<Key> listed;
   for (const CourierFolders& folders : courierSessions(files_, spool_)) {
     dropCancelled(folders);
     for (const std::string& file : courierEntries(files_, folders.todo())) {
-      listed.push_back(joinPath(folders.todo(), file));
-      if (!jobs_.contains(listed.back())) takeUp(folders, file);
+      if (!jobs_.contains(joinPath(folders.todo(), file))) takeUp(folders, file);
     }
   }
   // A job that somebody took away is not carried on.
-  std::erase_if(jobs_, [&](const auto& each) {
-    return std::ranges::find(listed, each.first) == listed.end();
-  });
+  std::erase_if(jobs_, [&](const auto& each) { return files_.exists(each.first) == false; });
   courierStep("read");
   begin();
 }

@@ -3,7 +3,7 @@
 #include <fcntl.h>
 #include <poll.h>
 #include <spawn.h>
-#include <sys/pidfd.h>
+#include <sys/syscall.h>
 #include <sys/wait.h>
 
 #include <algorithm>
@@ -112,7 +112,8 @@ void CourierLauncher::spawn() {
 
 /// A child that ended stays in the system's table until it is asked for.
 void CourierLauncher::reap(int child) {
-  Descriptor process(pidfd_open(child, 0));
+  // glibc 2.36 declares its function for C only.
+  Descriptor process(static_cast<int>(syscall(SYS_pidfd_open, child, 0)));
   if (!process) return;
   auto ended = loop_.watch(process.get(), POLLIN, [this, child](std::uint32_t) {
     (void)uninterrupted([&] { return waitpid(child, nullptr, WNOHANG); });

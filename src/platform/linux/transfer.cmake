@@ -10,3 +10,19 @@ brindle_library(brindle_linux_transfer
 
 add_executable(brindle-courier courier_main.cpp)
 target_link_libraries(brindle-courier PRIVATE brindle_linux_courier brindle_linux_service)
+
+brindle_test(linux_courier_test
+  SOURCES courier_test.cpp
+  LINKS brindle_linux_courier brindle_memory brindle_testing brindle_scripted_service)
+brindle_test(linux_transfer_test
+  SOURCES background_transfer_linux_test.cpp
+  LINKS brindle_linux_transfer brindle_testing brindle_scripted_socket PkgConfig::SDBUS
+  LABELS peers)
+if(BRINDLE_TESTS)
+  add_executable(transfer_peer ${CMAKE_SOURCE_DIR}/src/testing/transfer_peer_main.cpp)
+  target_link_libraries(transfer_peer PRIVATE brindle_linux_transfer brindle_testing)
+  add_dependencies(linux_transfer_test transfer_peer brindle-courier)
+  target_compile_definitions(linux_transfer_test PRIVATE
+    BRINDLE_COURIER="$<TARGET_FILE:brindle-courier>" BRINDLE_PEERS="${CMAKE_SOURCE_DIR}/tests/peers"
+    BRINDLE_TRANSFER_PEER="$<TARGET_FILE:transfer_peer>")
+endif()
