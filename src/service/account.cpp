@@ -40,6 +40,10 @@ const std::optional<Session>& Account::session() const {
   return deletion_.underWay() ? nobody_ : keeper_.session();
 }
 
+std::string Account::accountEmail() const {
+  return deletion_.underWay() ? std::string() : keeper_.accountEmail();
+}
+
 AccountStatus Account::status() const {
   AccountStatus status;
   status.loaded = keeper_.loaded();

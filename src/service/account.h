@@ -55,6 +55,7 @@ class Account final : public SessionSource {
   void start();
 
   const std::optional<Session>& session() const override;
+  std::string accountEmail() const override;
   [[nodiscard]] Subscription onSessionChange(std::function<void()> changed) override {
     return sessionChanged_.add(std::move(changed));
   }

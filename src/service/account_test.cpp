@@ -221,7 +221,7 @@ TEST_F(AccountTest, ANewSignInGivesUpTheOneBefore) {
   preferences.setFailing(true);
   worker.release();
   time.run();
-  EXPECT_TRUE(lines.has("account: time of agreement not stored"));
+  EXPECT_TRUE(lines.has("account: time of agreement not stored")) << lines.all();
   EXPECT_TRUE(lines.has("sign-in link: could not be forgotten"));
   preferences.setFailing(false);
   EXPECT_EQ(token(), "scripted-token");
@@ -229,6 +229,22 @@ TEST_F(AccountTest, ANewSignInGivesUpTheOneBefore) {
   settings.serviceURL.clear();
   launch();
   EXPECT_EQ(email(), "No alert service is set up. Brindle guards this machine without an account.");
+}
+
+TEST_F(AccountTest, WhoseAccountItIsShowsBeforeTheKeychainAnswers) {
+  EXPECT_EQ(account->accountEmail(), "");
+  ASSERT_EQ(google(), "");
+  worker.hold();
+  launch();
+  EXPECT_EQ(token(), "none");
+  EXPECT_EQ(account->accountEmail(), "owner@example.org");
+  worker.release();
+  time.run();
+  EXPECT_EQ(signOut(), "");
+  worker.hold();
+  launch();
+  EXPECT_EQ(account->accountEmail(), "");
+  worker.release();
 }
 
 TEST_F(AccountTest, SigningOutHoldsWhateverTheKeychainSays) {

@@ -25,6 +25,9 @@ class SessionSource {
   virtual ~SessionSource() = default;
   /// None while signed out, and while the account is being deleted.
   virtual const std::optional<Session>& session() const = 0;
+  /// Whose account this machine has, also while the keychain has not given out the session yet:
+  /// what happens meanwhile is owed under this address. Empty: nobody's.
+  virtual std::string accountEmail() const { return session() ? session()->email : std::string(); }
   /// Called from the main loop after the session changed.
   [[nodiscard]] virtual Subscription onSessionChange(std::function<void()> changed) = 0;
 };

@@ -11,6 +11,8 @@ using namespace keychain_code;
 constexpr std::string_view sessionItem = "brindle.account";
 /// Set while an item that nobody may use any more can still be in the keychain.
 constexpr const char* signedOutKey = "account.signedOut";
+/// Whose session the item is, for the time before it can be read.
+constexpr const char* emailKey = "account.email";
 constexpr Duration retryWait = std::chrono::minutes(1);
 
 /// Asking again may help, and asks no person.
@@ -58,7 +60,19 @@ void SessionKeeper::found(const Found& found) {
   if (found.code == success && !found.session) {
     services_.log.notice("account: session not understood, kept until the next sign-in");
   }
+  // Without it a start before the keychain answers knows nobody; the next one has another chance.
+  static_cast<void>(remember(found.session ? found.session->email : std::string()));
   publish(found.session);
+}
+
+bool SessionKeeper::remember(const std::string& email) {
+  if (email.empty()) return services_.preferences.remove(emailKey);
+  return services_.preferences.set(emailKey, email);
+}
+
+std::string SessionKeeper::accountEmail() const {
+  if (session_) return session_->email;
+  return loaded_ ? std::string() : services_.preferences.text(emailKey).value_or("");
 }
 
 void SessionKeeper::save(Session session, std::function<void(bool)> done) {
@@ -77,6 +91,7 @@ void SessionKeeper::save(Session session, std::function<void(bool)> done) {
         const bool usable = saved->code == success && (!services_.preferences.get(signedOutKey) ||
                                                        services_.preferences.remove(signedOutKey));
         if (usable) {
+          static_cast<void>(remember(session.email));  // as in `found`
           publish(session);
         } else {
           services_.log.notice("account: session not saved, %{public}d", saved->code);
@@ -87,6 +102,7 @@ void SessionKeeper::save(Session session, std::function<void(bool)> done) {
 
 bool SessionKeeper::clear(Changes also) {
   also.emplace_back(signedOutKey, true);
+  also.emplace_back(emailKey, std::nullopt);
   if (!services_.preferences.change(also)) return false;
   publish(std::nullopt);
   removeItem();

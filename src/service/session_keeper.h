@@ -34,6 +34,7 @@ class SessionKeeper final : public SessionSource {
   ~SessionKeeper() override;
 
   const std::optional<Session>& session() const override { return session_; }
+  std::string accountEmail() const override;
   /// Told inline; also when the item has been read for the first time.
   [[nodiscard]] Subscription onSessionChange(std::function<void()> changed) override {
     return changed_.add(std::move(changed));
@@ -55,6 +56,7 @@ class SessionKeeper final : public SessionSource {
   void found(const Found& found);
   void removeItem();
   void publish(std::optional<Session> session);
+  bool remember(const std::string& email);
 
   Services services_;
   std::optional<Session> session_;
