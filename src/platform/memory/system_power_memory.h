@@ -35,6 +35,7 @@ class MemorySystemPower final : public SystemPower {
     scheduler_.post([this] { woke_.tell(); });
   }
   void setLongestHold(Duration hold) { longestHold_ = hold; }
+  bool waitsForSomebody() const { return !willSleep_.empty(); }
   std::int64_t announced() const { return announced_; }
   std::int64_t allowed() const { return allowed_; }  ///< permissions given back
 
