@@ -156,6 +156,8 @@ void describe(Transfer& transfer, const std::string& authorities) {
   if (!authorities.empty()) curl_easy_setopt(easy, CURLOPT_CAINFO, authorities.c_str());
   curl_easy_setopt(easy, CURLOPT_HTTP_VERSION, static_cast<long>(CURL_HTTP_VERSION_1_1));
   curl_easy_setopt(easy, CURLOPT_NOSIGNAL, 1L);
+  // A name server that hangs holds its own thread only; libcurl would wait for it when we cancel.
+  curl_easy_setopt(easy, CURLOPT_QUICK_EXIT, 1L);
   curl_easy_setopt(easy, CURLOPT_TIMEOUT_MS, millisecondsAtLeastOne(request.timeout));
   curl_easy_setopt(easy, CURLOPT_CONNECTTIMEOUT_MS, millisecondsAtLeastOne(longestConnecting));
   curl_easy_setopt(easy, CURLOPT_HTTPHEADER, transfer.headers.get());

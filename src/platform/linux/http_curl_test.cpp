@@ -1,17 +1,33 @@
 #include "platform/linux/http_curl.h"
 
 #include <gtest/gtest.h>
+#include <netdb.h>
 #include <poll.h>
 
 #include <filesystem>
 #include <fstream>
 #include <optional>
+#include <semaphore>
+#include <thread>
 
 #include "platform/contract/http_contract.h"
 #include "testing/child_process.h"
 #include "testing/linux_loop.h"
 #include "testing/scripted_service_socket.h"
 #include "testing/temporary_folder.h"
+
+namespace {
+// A name server that answers nothing until it is told to.
+std::binary_semaphore asked(0), hanging(0), ended(0);
+}  // namespace
+
+/// In place of the C library's, for libcurl too.
+extern "C" int getaddrinfo(const char*, const char*, const addrinfo*, addrinfo**) {
+  asked.release();
+  hanging.acquire();
+  ended.release();
+  return EAI_AGAIN;
+}
 
 namespace brindle {
 namespace {
@@ -112,6 +128,27 @@ TEST_F(CurlHttpTest, ItMayEndWithRequestsUnderWayAndWithAnswersNotYetTold) {
   backend.loop.processReady();
   EXPECT_TRUE(answers.empty());
   held.end();
+}
+
+TEST_F(CurlHttpTest, ANameServerThatHangsHoldsUpNobody) {
+  HttpRequest request = to("");
+  request.url = "https://service.invalid/api/watch/pending";
+  Answers answers;
+  for (const bool cancelled : {true, false}) {
+    Subscription sent = send(request, answers);
+    ASSERT_TRUE(asked.try_acquire_for(std::chrono::seconds(10)));
+    std::thread rescue([] {
+      // Whoever waits for the name server, waits this long.
+      if (!ended.try_acquire_for(std::chrono::seconds(3))) hanging.release();
+    });
+    const Duration before = backend.loop.awakeTime();
+    if (cancelled) sent.end();
+    EXPECT_TRUE(cancelled || backend.until([&] { return !answers.empty(); }));
+    EXPECT_LT(backend.loop.awakeTime() - before, std::chrono::seconds(2));
+    hanging.release();
+    rescue.join();
+  }
+  EXPECT_EQ(answers.at(0).status, 0);
 }
 
 TEST_F(CurlHttpTest, RefusesHeadersThatWouldBecomeOthersAndFilesThatShrink) {
