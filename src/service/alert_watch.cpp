@@ -24,7 +24,7 @@ AlertWatch::AlertWatch(const Parts& parts, Options options)
       bodies_(parts.files, options_.outboxFolder, parts.log),
       outbox_(parts.preferences, parts.scheduler, bodies_, parts.log),
       events_(outbox_),
-      move_(parts.files, outbox_, options_.temporaryFolder, options_.outboxFolder, parts.log),
+      move_(parts.files, outbox_, bodies_, options_.temporaryFolder, parts.log),
       sending_({parts.scheduler, parts.client, parts.background, parts.activity, outbox_, bodies_,
                 parts.log}),
       turns_({parts.scheduler, outbox_, sending_, parts.sessions, parts.log}),

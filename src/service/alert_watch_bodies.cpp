@@ -90,9 +90,14 @@ void AlertWatchBodies::keep(AlertWatchOp& op) {
   op.body.clear();
 }
 
+std::string AlertWatchBodies::pathOf(const std::string& file) const {
+  const auto other = elsewhere_.find(file);
+  return other == elsewhere_.end() ? joinPath(folder_, file) : other->second;
+}
+
 void AlertWatchBodies::remove(const std::string& file) {
   // What cannot be removed now is found by a later run.
-  static_cast<void>(files_.remove(joinPath(folder_, file)));
+  static_cast<void>(files_.remove(pathOf(file)));
 }
 
 std::vector<std::string> AlertWatchBodies::found() {

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <map>
 #include <optional>
 #include <string>
 #include <string_view>
@@ -41,8 +42,10 @@ class AlertWatchBodies {
   void keep(AlertWatchOp& op);
   /// Where the body lies; empty when it does not.
   std::string path(const AlertWatchOp& op) const {
-    return op.file.empty() ? std::string() : joinPath(folder_, op.file);
+    return op.file.empty() ? std::string() : pathOf(op.file);
   }
+  /// This file lies in another folder until a later run.
+  void liesElsewhere(const std::string& file, const std::string& path) { elsewhere_[file] = path; }
   void remove(const std::string& file);
   /// Removes what no operation needs: left by a run that ended between two steps.
   template <class Needed>
@@ -56,11 +59,13 @@ class AlertWatchBodies {
   const std::string& folder() const { return folder_; }
 
  private:
+  std::string pathOf(const std::string& file) const;
   std::vector<std::string> found();
 
   Files& files_;
   std::string folder_;
   Log log_;
+  std::map<std::string, std::string> elsewhere_;
 };
 
 /// Writes a body file, making its folder when it is missing. Any thread.

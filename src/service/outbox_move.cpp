@@ -18,17 +18,22 @@ std::vector<std::string> bodiesIn(Files& files, const std::string& folder) {
 
 OutboxMove::Copied OutboxMove::copyBody(AlertWatchOutbox::Entry& entry) {
   const std::string& file = entry.op.file;
-  if (file.empty() || files_.exists(joinPath(to_, file)).value_or(false)) {
+  if (file.empty() || files_.exists(joinPath(bodies_.folder(), file)).value_or(false)) {
     return Copied::nothingToCopy;
   }
   const auto body = files_.read(joinPath(from_, file));
   if (!body) {
-    return body.error().kind == FileError::Kind::notFound ? Copied::nothingToCopy : Copied::no;
+    return body.error().kind == FileError::Kind::notFound ? Copied::nothingToCopy : leave(file);
   }
-  if (!writeBodyFile(files_, to_, file, *body)) return Copied::no;
+  if (!writeBodyFile(files_, bodies_.folder(), file, *body)) return leave(file);
   entry.op.copied = true;
   outbox_.changed(entry);
   return Copied::yes;
+}
+
+OutboxMove::Copied OutboxMove::leave(const std::string& file) {
+  bodies_.liesElsewhere(file, joinPath(from_, file));
+  return Copied::no;
 }
 
 void OutboxMove::copy() {

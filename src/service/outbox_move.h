@@ -13,8 +13,9 @@ namespace brindle {
 /// folder: the system may clear that at any time. Main thread only.
 class OutboxMove {
  public:
-  OutboxMove(Files& files, AlertWatchOutbox& outbox, std::string from, std::string to, Log log)
-      : files_(files), outbox_(outbox), from_(std::move(from)), to_(std::move(to)), log_(log) {}
+  OutboxMove(Files& files, AlertWatchOutbox& outbox, AlertWatchBodies& bodies, std::string from,
+             Log log)
+      : files_(files), outbox_(outbox), bodies_(bodies), from_(std::move(from)), log_(log) {}
 
   /// Before anything is sent.
   void copy();
@@ -23,13 +24,14 @@ class OutboxMove {
 
  private:
   enum class Copied { yes, no, nothingToCopy };
+  Copied leave(const std::string& file);
   Copied copyBody(AlertWatchOutbox::Entry& entry);
   bool done() const { return from_.empty() || outbox_.flag("watch.outboxMoved"); }
 
   Files& files_;
   AlertWatchOutbox& outbox_;
+  AlertWatchBodies& bodies_;
   std::string from_;
-  std::string to_;
   Log log_;
   bool complete_ = false;
 };
