@@ -68,9 +68,9 @@ void AlertSender::take(const Uuid& id, AlertFields fields, const std::vector<Fil
   const auto answer = [this, &done](HandOver how) {
     parts_.scheduler.post(lifetime_.guard([done = std::move(done), how] { done(how); }));
   };
-  const auto& session = parts_.account.session();
-  if (!session || !wantsAlerts()) return answer(HandOver::nothingOwed);
-  if (!roomFor(session->email) && !outbox_.find(id)) return answer(HandOver::notHandedOver);
+  const std::string email = parts_.account.accountEmail();
+  if (email.empty() || !wantsAlerts()) return answer(HandOver::nothingOwed);
+  if (!roomFor(email) && !outbox_.find(id)) return answer(HandOver::notHandedOver);
   fields.timeZone = parts_.machine.timeZone();
   fields.deviceName = parts_.machine.name();
   if (fields.deviceName.empty()) fields.deviceName = "Mac";
@@ -80,7 +80,7 @@ void AlertSender::take(const Uuid& id, AlertFields fields, const std::vector<Fil
   }
   AlertBody body;
   body.id = id;
-  body.email = session->email;
+  body.email = email;
   body.file = alertBodyName(parts_.random.newUuid());
   const AlertBody* before = outbox_.find(id);
   const std::string replaced = before ? label(*before) : std::string();

@@ -202,6 +202,8 @@ TEST_F(AlertSenderTest, ABodyIsSentForItsOwnAccountOnly) {
   EXPECT_EQ(sender->waiting().at(0).why, AlertSender::Waiting::Why::notSignedIn);
   const CameraOffAlert off{Uuid{{3}}, {}, AlertState::none};
   EXPECT_EQ(handOver(off), HandOver::nothingOwed);
+  account.lock("eva@example.org");
+  EXPECT_EQ(handOver(off), HandOver::handedOver) << "the keychain has not answered yet";
   relaunch();
   service.usual("api/alert");
   account.signIn("eva@example.org");

@@ -7,7 +7,7 @@
 #include <utility>
 
 #include "base/iso8601.h"
-#include "base/utf8.h"
+#include "service/one_line.h"
 
 namespace brindle {
 namespace {
@@ -16,29 +16,6 @@ constexpr std::string_view boundaryStart = "brindle-";
 constexpr int mostDraws = 16;
 
 using Field = std::pair<std::string_view, std::string>;
-
-/// How many bytes from `at` on are one control character: C0, DEL, C1, or one of the two Unicode
-/// line ends.
-std::size_t controlLength(std::string_view text, std::size_t at) {
-  const auto byte = [&](std::size_t i) {
-    return at + i < text.size() ? static_cast<unsigned char>(text[at + i]) : 0U;
-  };
-  if (byte(0) < 0x20 || byte(0) == 0x7f) return 1;
-  if (byte(0) == 0xc2 && byte(1) >= 0x80 && byte(1) < 0xa0) return 2;
-  const bool lineEnd = byte(0) == 0xe2 && byte(1) == 0x80 && (byte(2) == 0xa8 || byte(2) == 0xa9);
-  return lineEnd ? 3 : 0;
-}
-
-std::string oneLine(std::string_view value) {
-  const std::string text = repairedUtf8(value);
-  std::string line;
-  for (std::size_t at = 0; at < text.size();) {
-    const std::size_t control = controlLength(text, at);
-    line += control > 0 ? ' ' : text[at];
-    at += std::max<std::size_t>(control, 1);
-  }
-  return line;
-}
 
 void addLocation(std::vector<Field>& out, const UnlockLocation& location) {
   if (!std::isfinite(location.lat) || !std::isfinite(location.lon)) return;
