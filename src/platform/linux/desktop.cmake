@@ -1,6 +1,6 @@
 # Services of the desktop: D-Bus, the keyring, autostart, signals.
 brindle_library(brindle_linux_desktop
-  SOURCES dbus_link.cpp dbus_service.cpp display_power.cpp keychain_file.cpp
+  SOURCES dbus_link.cpp dbus_service.cpp desktop_entry.cpp display_power.cpp keychain_file.cpp
     keychain_secret_service.cpp keyring_choice.cpp logind_session.cpp login_item_linux.cpp
     notifications_linux.cpp quit_sender_linux.cpp screen_lock_linux.cpp screensaver.cpp
     secret_service_call.cpp

@@ -2,31 +2,12 @@
 
 #include <string.h>
 
-#include <cstdlib>
-
 #include "platform/file_step.h"
+#include "platform/linux/desktop_entry.h"
 
 namespace brindle {
 
 namespace {
-
-std::string environment(const char* name) {
-  const char* value = std::getenv(name);
-  return value ? value : "";
-}
-
-// Exec values are quoted, and inside the quotes these four take a backslash, which the general rule
-// for strings doubles; a percent sign begins a field code (Desktop Entry 1.5, freedesktop.org).
-std::string desktopQuoted(const std::string& path) {
-  std::string out = "\"";
-  for (const char c : path) {
-    if (c == '"' || c == '`' || c == '$' || c == '\\') out += "\\\\";
-    if (c == '\\') out += "\\";
-    if (c == '%') out += '%';
-    out += c;
-  }
-  return out + '"';
-}
 
 // systemd.service(5): C-style escapes in quotes, doubled percent signs and dollar signs.
 std::string unitQuoted(const std::string& path) {
@@ -52,9 +33,8 @@ bool turnedOff(std::string_view entry) {
 }  // namespace
 
 LoginItemPlaces LoginItemPlaces::of(Files& files, std::string program) {
-  std::string config = environment("XDG_CONFIG_HOME");
-  if (config.empty()) config = joinPath(environment("HOME"), ".config");
-  const std::string runtime = environment("XDG_RUNTIME_DIR");
+  std::string config = homeFolder("XDG_CONFIG_HOME", ".config");
+  const std::string runtime = environmentText("XDG_RUNTIME_DIR");
   const bool manager =
       !runtime.empty() && files.exists(joinPath(runtime, "systemd/private")).value_or(false);
   return {std::move(program), std::move(config), manager};
