@@ -39,6 +39,8 @@ class LogindSession {
   void refresh(std::function<void()> done);
   /// One line for a person.
   std::string describe() const;
+  /// The manager, for what others ask of it.
+  DbusService& manager() { return logind_; }
 
  private:
   struct Candidate {

@@ -1,0 +1,48 @@
+#pragma once
+
+#include <list>
+#include <string>
+
+#include "platform/linux/dbus_service.h"
+#include "platform/posix/descriptor.h"
+#include "platform/posix/main_loop.h"
+
+namespace brindle {
+
+/// Opens pages in the browser that the person chose: through the desktop's portal (OpenURI,
+/// XDG Desktop Portal), else with xdg-open. Main thread only.
+class LinuxBrowser {
+ public:
+  /// Empty problem: the person closed the question which program to use.
+  using Failed = std::function<void(const std::string& problem)>;
+
+  LinuxBrowser(MainLoop& loop, DbusLink& session, Log log);
+
+  /// `failed` comes from the main loop, when the page will not show; one page at a time.
+  [[nodiscard]] Subscription open(const std::string& page, Failed failed);
+  /// How pages are opened; empty when they cannot be.
+  std::string describe() const;
+
+ private:
+  struct Attempt;
+  struct Child {
+    pid_t id = 0;
+    Descriptor descriptor;
+    Subscription watch;
+  };
+  void askPortal(const std::shared_ptr<Attempt>& attempt);
+  std::string requestPath(const std::string& token) const;
+  void portalEnded(sdbus::Message& message);
+  void start(const std::shared_ptr<Attempt>& attempt);
+  void ended(std::list<Child>::iterator child, const std::weak_ptr<Attempt>& attempt);
+  void fail(const std::weak_ptr<Attempt>& attempt, const std::string& problem);
+
+  MainLoop& loop_;
+  DbusService portal_;
+  std::weak_ptr<Attempt> current_;
+  int asked_ = 0;
+  std::list<Child> children_;
+  Subscription response_;
+};
+
+}  // namespace brindle

@@ -1,0 +1,457 @@
+#include <arpa/inet.h>
+#include <gtest/gtest.h>
+#include <sys/socket.h>
+#include <sys/stat.h>
+
+#include <atomic>
+#include <cstdlib>
+#include <filesystem>
+#include <fstream>
+#include <list>
+#include <mutex>
+
+#include "platform/contract/machine_contract.h"
+#include "platform/contract/opened_links_contract.h"
+#include "platform/contract/push_registration_contract.h"
+#include "platform/contract/web_sign_in_contract.h"
+#include "platform/linux/machine_linux.h"
+#include "platform/linux/opened_links_linux.h"
+#include "platform/linux/process_activity_linux.h"
+#include "platform/linux/push_registration_linux.h"
+#include "platform/linux/web_sign_in_linux.h"
+#include "platform/memory/files_memory.h"
+#include "platform/memory/opened_links_memory.h"
+#include "platform/memory/preferences_memory.h"
+#include "platform/memory/random_memory.h"
+#include "platform/posix/files_posix.h"
+#include "testing/private_bus.h"
+#include "testing/virtual_scheduler.h"
+
+namespace brindle {
+namespace {
+
+struct LinksBackend {
+  MemoryFiles files;
+  LinuxScheduler scheduler;
+  LinkHandler handler{files, {"/opt/b 1/brindle", "/home/o/.config", "/home/o/.data", {"gnome"}}};
+  LinuxOpenedLinks all{scheduler, handler};
+  OpenedLinks& links() { return all; }
+  void install(const std::string& scheme) { ASSERT_TRUE(handler.install({scheme})); }
+  void open(const std::string& link) { all.deliver(link); }
+  bool until(const std::function<bool()>& done) { return runUntil(scheduler, done); }
+  std::string text(const std::string& path) { return std::string(textOf(*files.read(path))); }
+  void write(const std::string& path, const std::string& text) {
+    ASSERT_TRUE(files.makeFolder("/home/o/.config"));
+    ASSERT_TRUE(files.writeWhole(path, viewOf(text)));
+  }
+};
+INSTANTIATE_TYPED_TEST_SUITE_P(DesktopEntry, OpenedLinksContract, LinksBackend);
+
+TEST(LinkHandlerTest, ThePersonsOtherChoicesStayAndComeBack) {
+  LinksBackend desktop;
+  const std::string before =
+      "# mine\n[Added Associations]\ntext/html=a.desktop;\n\n[Default Applications]\n"
+      "x-scheme-handler/com.corvane.a=other.desktop;\ntext/html=a.desktop;\n[Removed]\nb=c\n";
+  desktop.write(desktop.handler.listPath(), before);
+  ASSERT_TRUE(desktop.handler.install({"Com.Corvane.A", "com.corvane.b"}));
+  const std::string ours = "com.corvane.brindle.links.desktop;";
+  EXPECT_EQ(desktop.text(desktop.handler.listPath()),
+            "# mine\n[Added Associations]\ntext/html=a.desktop;\n\n[Default Applications]\n"
+            "x-scheme-handler/com.corvane.b=" +
+                ours + "\nx-scheme-handler/com.corvane.a=" + ours +
+                "other.desktop;\ntext/html=a.desktop;\n[Removed]\nb=c\n");
+  EXPECT_EQ(desktop.text(desktop.handler.entryPath()),
+            "[Desktop Entry]\nType=Application\nName=Brindle\nNoDisplay=true\nTerminal=false\n"
+            "Exec=\"/opt/b 1/brindle\" open %u\n"
+            "MimeType=x-scheme-handler/com.corvane.a;x-scheme-handler/com.corvane.b;\n");
+  EXPECT_TRUE(desktop.all.registered("com.corvane.A"));
+  desktop.write("/home/o/.config/gnome-mimeapps.list",
+                "[Default Applications]\nx-scheme-handler/com.corvane.b=x.desktop\n");
+  EXPECT_FALSE(desktop.all.registered("com.corvane.b")) << "this desktop's own list comes first";
+  const LinkHandler moved(desktop.files,
+                          {"/usr/bin/brindle", "/home/o/.config", "/home/o/.data", {}});
+  EXPECT_FALSE(moved.registered("com.corvane.a")) << "the entry starts another executable";
+  ASSERT_TRUE(desktop.handler.remove());
+  EXPECT_EQ(desktop.text(desktop.handler.listPath()), before);
+  EXPECT_FALSE(desktop.all.registered("com.corvane.a"));
+  EXPECT_FALSE(desktop.all.report().answered);
+
+  EXPECT_FALSE(desktop.handler.install({"bad\nscheme"}));
+  desktop.files.failAll({FileError::Kind::denied, 13});
+  EXPECT_FALSE(desktop.handler.install({"com.corvane.a"}));
+  desktop.files.failNothing();
+  EXPECT_EQ(desktop.text(desktop.handler.listPath()), before);
+}
+
+/// Minutes pass when the test says so; all else is the real loop.
+struct HurriedLoop final : MainLoop {
+  explicit HurriedLoop(LinuxScheduler& loop) : real(loop) {}
+  LinuxScheduler& real;
+  VirtualScheduler minutes;
+  Duration awakeTime() const override { return real.awakeTime(); }
+  WallTime wallTime() const override { return real.wallTime(); }
+  void post(Task task) override { real.post(std::move(task)); }
+  Timer after(Duration delay, Task task) override {
+    return delay < std::chrono::seconds(5) ? real.after(delay, std::move(task))
+                                           : minutes.after(delay, std::move(task));
+  }
+  Timer every(Duration interval, Task task) override {
+    return real.every(interval, std::move(task));
+  }
+  Timer atWallTime(WallTime due, Task task) override {
+    return real.atWallTime(due, std::move(task));
+  }
+  Subscription watch(int descriptor, std::uint32_t events, Ready ready) override {
+    return real.watch(descriptor, events, std::move(ready));
+  }
+  int fd() const override { return real.fd(); }
+  void processReady() override { real.processReady(); }
+  void run() override { real.run(); }
+  void stop() override { real.stop(); }
+};
+
+/// A browser's connection to the loopback address in `uri`.
+class Visit {
+ public:
+  Visit(const std::string& uri, const std::string& request)
+      : socket_(::socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC | SOCK_NONBLOCK, 0)) {
+    sockaddr_in address{};
+    address.sin_family = AF_INET;
+    address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
+    const std::string_view host = "http://127.0.0.1:";
+    EXPECT_TRUE(uri.starts_with(host)) << uri;
+    address.sin_port = htons(static_cast<std::uint16_t>(std::stoi(uri.substr(host.size()))));
+    connect(socket_.get(), reinterpret_cast<const sockaddr*>(&address), sizeof address);
+    send(request);
+  }
+  void send(const std::string& text) {
+    ::send(socket_.get(), text.data(), text.size(), MSG_NOSIGNAL);
+  }
+  /// All that was answered, once the other end has closed.
+  std::optional<std::string> answer() {
+    std::array<char, 4096> piece{};
+    const auto size = recv(socket_.get(), piece.data(), piece.size(), 0);
+    if (size > 0) said_.append(piece.data(), static_cast<std::size_t>(size));
+    return size == 0 || (size < 0 && errno == ECONNRESET) ? std::optional(said_) : std::nullopt;
+  }
+
+ private:
+  Descriptor socket_;
+  std::string said_;
+};
+
+/// A desktop whose only programs are those that a test puts there.
+struct SignInDesktop : Desktop {
+  HurriedLoop loop{scheduler};
+  MemoryOpenedLinks links{scheduler};
+  LinuxWebSignIn all{loop, links, session, Log(lines)};
+  std::string path = std::getenv("PATH");
+  std::string programs = bus.folder() + "/bin";
+  std::string opened = bus.folder() + "/opened";
+
+  SignInDesktop() {
+    std::filesystem::create_directory(programs);
+    setenv("PATH", programs.c_str(), 1);
+  }
+  ~SignInDesktop() { setenv("PATH", path.c_str(), 1); }
+  void putXdgOpen(const std::string& end) {
+    const std::string program = programs + "/xdg-open";
+    // Written aside: one that an earlier page started may still run.
+    std::ofstream(program) << "#!/bin/sh\nexec 2>/dev/null\necho \"$#$1\" >" << opened
+                           << ".$$\n/bin/mv " << opened << ".$$ " << opened << "\n"
+                           << end << "\n";
+    chmod(program.c_str(), 0700);
+  }
+  /// The address in the page that xdg-open was started with.
+  std::string redirectUri() {
+    EXPECT_TRUE(until([&] { return std::filesystem::exists(opened); }));
+    std::string line;
+    std::getline(std::ifstream(opened), line);
+    EXPECT_TRUE(line.starts_with("1https://sign.in/?redirect=")) << line;
+    return line.substr(line.find('=') + 1);
+  }
+  WebSignIn& signIn() { return all; }
+  void loseInterest() { loop.minutes.advance(std::chrono::minutes(10)); }
+};
+
+struct XdgOpenBackend : SignInDesktop {
+  std::list<Visit> visits;
+  XdgOpenBackend() { putXdgOpen("exit 0"); }
+  void comeBack(const std::string& query) {
+    const std::string uri = redirectUri();
+    visits.emplace_back(uri, "GET /oauth2redirect?" + query + " HTTP/1.1\r\nHost: x\r\n\r\n");
+  }
+  void breaks() { putXdgOpen("exit 3"); }
+};
+INSTANTIATE_TYPED_TEST_SUITE_P(XdgOpen, WebSignInContract, XdgOpenBackend);
+
+using Options = std::map<std::string, sdbus::Variant>;
+
+class PortalPeer : public Peer {
+ public:
+  explicit PortalPeer(const std::string& address)
+      : Peer(address, "org.freedesktop.portal.Desktop", "/org/freedesktop/portal/desktop") {
+    object()
+        .registerMethod("OpenURI")
+        .onInterface("org.freedesktop.portal.OpenURI")
+        .implementedAs([this](const std::string&, const std::string&, const Options& options) {
+          if (broken) throw sdbus::Error("org.freedesktop.portal.Error.Failed", "no browser");
+          std::string sender = object().getCurrentlyProcessedMessage()->getSender().substr(1);
+          std::ranges::replace(sender, '.', '_');
+          const sdbus::ObjectPath path = "/org/freedesktop/portal/desktop/request/" + sender + "/" +
+                                         options.at("handle_token").get<std::string>();
+          if (answer >= 0) respond(path, static_cast<std::uint32_t>(answer));
+          return path;
+        });
+    serve();
+  }
+  std::atomic<bool> broken = false;
+  std::atomic<int> answer = -1;
+
+ private:
+  void respond(const sdbus::ObjectPath& path, std::uint32_t how) {
+    const auto request = sdbus::createObject(connection(), path);
+    auto response = request->createSignal("org.freedesktop.portal.Request", "Response");
+    response << how << Options();
+    request->emitSignal(response);
+  }
+};
+
+struct PortalBackend : SignInDesktop {
+  PortalPeer portal{bus.address()};
+  PortalBackend() {
+    links.setRegistered("com.corvane.test");
+    EXPECT_TRUE(until([&] { return all.report().answered; }));
+  }
+  void comeBack(const std::string& query) {
+    links.open("com.corvane.test:/oauth2redirected");
+    links.open("com.corvane.test:/oauth2redirect?" + query);
+  }
+  void breaks() { portal.broken = true; }
+};
+INSTANTIATE_TYPED_TEST_SUITE_P(Portal, WebSignInContract, PortalBackend);
+
+using PortalTest = WebSignInContract<PortalBackend>;
+
+TEST_F(PortalTest, APersonWhoDeclinesCancelsAndAPortalThatCannotLeavesItToXdgOpen) {
+  EXPECT_EQ(backend.all.report().detail, "opens pages through the desktop's portal");
+  backend.portal.answer = 1;
+  auto subscription = begin();
+  ASSERT_TRUE(ended(1));
+  EXPECT_EQ(ends[0].how, WebSignInEnd::How::cancelled);
+  backend.portal.answer = 2;
+  backend.putXdgOpen("exit 4");
+  subscription = begin();
+  EXPECT_EQ(backend.redirectUri(), "com.corvane.test:/oauth2redirect");
+  ASSERT_TRUE(ended(2));
+  EXPECT_EQ(ends[1].how, WebSignInEnd::How::failed);
+  EXPECT_EQ(ends[1].problem, "xdg-open ended with 4");
+}
+
+using LoopbackTest = WebSignInContract<XdgOpenBackend>;
+
+TEST_F(LoopbackTest, OnlyAWholeGetOfTheOnePathComesBackAndNobodyHoldsItUp) {
+  const auto subscription = begin();
+  const struct {
+    std::string request, answer;
+  } rows[] = {
+      {"GET /favicon.ico HTTP/1.1\r\n\r\n", "404"},
+      {"GET /oauth2redirect/x?code=1 HTTP/1.1\r\n\r\n", "404"},
+      {"POST /oauth2redirect?code=1 HTTP/1.1\r\n\r\n", "404"},
+      {"GET /oauth2redirect?code=1\r\n\r\n", "404"},
+      {"GET /" + std::string(20000, 'a'), "431"},
+  };
+  for (const auto& row : rows) {
+    Visit visit(redirectUri, row.request);
+    std::optional<std::string> said;
+    ASSERT_TRUE(backend.until([&] { return (said = visit.answer()).has_value(); }));
+    EXPECT_TRUE(said->starts_with("HTTP/1.1 " + row.answer)) << row.request << *said;
+  }
+  Visit slow(redirectUri, "GET /oauth2redirect?code=");
+  Visit inPieces(redirectUri, "GET /oauth2redirect?co");
+  backend.until([] { return true; });
+  backend.loop.minutes.advance(std::chrono::seconds(9));
+  EXPECT_TRUE(ends.empty());
+  inPieces.send("de=1 HTTP/1.1\r\nAccept: */*\r\n\r\n");
+  std::optional<std::string> said;
+  ASSERT_TRUE(backend.until([&] { return (said = inPieces.answer()).has_value(); }));
+  EXPECT_NE(said->find("You can close this window."), said->npos);
+  EXPECT_NE(said->find("default-src 'none'"), said->npos);
+  EXPECT_EQ(said->find("script"), said->npos);
+  ASSERT_TRUE(ended(1));
+  EXPECT_EQ(ends[0].link, redirectUri + "?code=1");
+  ASSERT_TRUE(backend.until([&] { return slow.answer().has_value(); })) << "closed behind it";
+}
+
+constexpr const char* distributorInterface = "org.unifiedpush.Distributor1";
+
+class DistributorPeer : public Peer {
+ public:
+  explicit DistributorPeer(const std::string& address)
+      : Peer(address, "org.unifiedpush.Distributor.test", "/org/unifiedpush/Distributor"),
+        caller_(sdbus::createSessionBusConnectionWithAddress(address)) {
+    object()
+        .registerMethod("Register")
+        .onInterface(distributorInterface)
+        .implementedAs([this](const std::string& service, const std::string& token,
+                              const std::string&) -> std::tuple<std::string, std::string> {
+          const std::lock_guard lock(mutex_);
+          tokens_.push_back(token);
+          if (endpoint_.empty()) return {"REGISTRATION_FAILED", "no server"};
+          tell(connection(), service, "NewEndpoint", endpoint_);
+          return {"REGISTRATION_SUCCEEDED", ""};
+        });
+    serve();
+  }
+  void setEndpoint(const std::string& endpoint) {
+    const std::lock_guard lock(mutex_);
+    endpoint_ = endpoint;
+  }
+  std::vector<std::string> tokens() {
+    const std::lock_guard lock(mutex_);
+    return tokens_;
+  }
+  template <class... More>
+  void call(const std::string& method, const More&... more) {
+    const auto all = tokens();
+    if (!all.empty()) forge(all.back(), method, more...);
+  }
+  template <class... More>
+  void forge(const std::string& token, const std::string& method, const More&... more) {
+    sdbus::createProxy(*caller_, "com.corvane.brindle", "/org/unifiedpush/Connector")
+        ->callMethod(method)
+        .onInterface("org.unifiedpush.Connector1")
+        .withArguments(token, more...)
+        .dontExpectReply();
+  }
+
+ private:
+  void tell(sdbus::IConnection& from, const std::string& service, const std::string& method,
+            const std::string& endpoint) {
+    sdbus::createProxy(from, service, "/org/unifiedpush/Connector")
+        ->callMethod(method)
+        .onInterface("org.unifiedpush.Connector1")
+        .withArguments(tokens_.back(), endpoint)
+        .dontExpectReply();
+  }
+
+  std::unique_ptr<sdbus::IConnection> caller_;
+  std::mutex mutex_;
+  std::string endpoint_;
+  std::vector<std::string> tokens_;
+};
+
+struct PushBackend : Desktop {
+  DistributorPeer distributor{bus.address()};
+  MemoryPreferences preferences;
+  MemoryRandom random;
+  std::unique_ptr<LinuxPushRegistration> all = make();
+
+  std::unique_ptr<LinuxPushRegistration> make() {
+    return std::make_unique<LinuxPushRegistration>(session, preferences, random, Log(lines));
+  }
+  PushRegistration& push() { return *all; }
+  void give(const std::string& endpoint) {
+    distributor.setEndpoint(endpoint);
+    distributor.call("NewEndpoint", endpoint);
+  }
+  void takeBack() { distributor.call("Unregistered"); }
+  void send(const Bytes& message) { distributor.call("Message", message, std::string("id")); }
+};
+INSTANTIATE_TYPED_TEST_SUITE_P(UnifiedPush, PushRegistrationContract, PushBackend);
+
+using UnifiedPushTest = PushRegistrationContract<PushBackend>;
+
+TEST_F(UnifiedPushTest, OnlyOurTokenIsBelievedItIsKeptAndARefusalIsTold) {
+  auto subscription = listen();
+  ASSERT_TRUE(says("none"));
+  EXPECT_EQ(backend.all->report().detail, "the UnifiedPush distributor refuses: no server");
+  backend.give("https://push.test/1");
+  ASSERT_TRUE(says("https://push.test/1"));
+  backend.distributor.forge("", "NewEndpoint", std::string("https://evil.test/"));
+  backend.distributor.forge("guess", "Message", bytesOf("boo"), std::string());
+  backend.distributor.forge("guess", "Unregistered");
+  backend.give("http://no.tls/");
+  backend.send(bytesOf("last"));
+  ASSERT_TRUE(says("last"));
+  EXPECT_EQ(said, (std::vector<std::string>{"none", "https://push.test/1", "last"}));
+
+  backend.give("https://push.test/2");
+  subscription.end();
+  backend.all.reset();
+  backend.all = backend.make();
+  subscription = listen();
+  ASSERT_TRUE(says("https://push.test/2"));
+  const auto tokens = backend.distributor.tokens();
+  ASSERT_EQ(tokens.size(), 2U);
+  EXPECT_EQ(tokens[0], tokens[1]);
+  EXPECT_EQ(tokens[0].size(), 36U);
+
+  backend.bus.stop();
+  ASSERT_TRUE(says("none"));
+  EXPECT_EQ(backend.all->report().detail, "not available: the session bus went away");
+}
+
+TEST(LinuxPushTest, WithoutADistributorItSaysSo) {
+  Desktop desktop;
+  MemoryPreferences preferences;
+  MemoryRandom random;
+  LinuxPushRegistration push(desktop.session, preferences, random, Log(desktop.lines));
+  std::string problem;
+  const auto subscription =
+      push.listen({[](const std::string&) {}, [&](const std::string& why) { problem = why; },
+                   [](const Bytes&) {}});
+  ASSERT_TRUE(desktop.until([&] { return !problem.empty(); }));
+  EXPECT_EQ(problem, "not available: no UnifiedPush distributor on the session bus");
+  EXPECT_FALSE(push.report().answered);
+}
+
+struct LinuxMachineBackend {
+  PosixFiles files{"/"};
+  LinuxMachine here{files};
+  LinuxProcessActivity none;
+  Machine& machine() { return here; }
+  ProcessActivity& activity() { return none; }
+};
+INSTANTIATE_TYPED_TEST_SUITE_P(Linux, MachineContract, LinuxMachineBackend);
+
+TEST(LinuxMachineTest, NameAndZoneComeFromWhereverTheyAreSet) {
+  TemporaryFolder etc;
+  PosixFiles files("/");
+  const LinuxMachine machine(files, etc.path());
+  const auto put = [&](const char* name, const char* text) { std::ofstream(etc / name) << text; };
+  const std::string host = machine.name();
+  EXPECT_FALSE(host.empty());
+  const std::pair<const char*, std::string> names[] = {
+      {"ICON_NAME=x\nPRETTY_HOSTNAME=\"Jo's \\\"big\\\" one\"\n", "Jo's \"big\" one"},
+      {"PRETTY_HOSTNAME='a b'", "a b"},
+      {"PRETTY_HOSTNAME=plain\n", "plain"},
+      {"PRETTY_HOSTNAME=\"cut\nOTHER=1\n", host},
+      {"OLD_PRETTY_HOSTNAME=no\n", host}};
+  for (const auto& [text, name] : names) {
+    put("machine-info", text);
+    EXPECT_EQ(machine.name(), name) << text;
+  }
+  const std::string before = std::getenv("TZ") ? std::getenv("TZ") : "";
+  unsetenv("TZ");
+  EXPECT_EQ(machine.timeZone(), "UTC");
+  put("timezone", "Asia/Tokyo\n");
+  EXPECT_EQ(machine.timeZone(), "Asia/Tokyo");
+  std::filesystem::create_symlink("../usr/share/zoneinfo/Europe/Prague", etc / "localtime");
+  EXPECT_EQ(machine.timeZone(), "Europe/Prague");
+  const std::pair<const char*, const char*> zones[] = {
+      {":Europe/Berlin", "Europe/Berlin"},
+      {"America/Argentina/Buenos_Aires", "America/Argentina/Buenos_Aires"},
+      {"/usr/share/zoneinfo/posix/Asia/Tokyo", "Asia/Tokyo"},
+      {"UTC", "UTC"},
+      {"CET-1CEST", "Europe/Prague"},
+      {"../../etc/passwd", "Europe/Prague"}};
+  for (const auto& [variable, zone] : zones) {
+    setenv("TZ", variable, 1);
+    EXPECT_EQ(machine.timeZone(), zone) << variable;
+  }
+  before.empty() ? unsetenv("TZ") : setenv("TZ", before.c_str(), 1);
+}
+
+}  // namespace
+}  // namespace brindle
