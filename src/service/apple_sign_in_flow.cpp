@@ -15,7 +15,7 @@ void AppleSignInFlow::begin(SignInStepDone done) {
 }
 
 void AppleSignInFlow::returned(const AppleSignInEnd& end, const SignInStepDone& done) {
-  if (end.how == AppleSignInEnd::How::authorized && !end.identityToken.empty()) {
+  if (end.how == AppleSignInEnd::How::authorized) {
     return done(SignInProof{
         "Apple", endpoints::apple, {{"identityToken", end.identityToken}, {"nonce", nonce_}}});
   }

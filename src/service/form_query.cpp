@@ -76,8 +76,4 @@ std::optional<std::string> queryField(std::string_view link, std::string_view na
   return found;
 }
 
-std::string_view withoutQuery(std::string_view link) {
-  return link.substr(0, link.find_first_of("?#"));
-}
-
 }  // namespace brindle

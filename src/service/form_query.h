@@ -18,7 +18,4 @@ std::string formEncoded(const FormFields& fields);
 /// twice: a link that can be read in two ways is not to be trusted in either.
 std::optional<std::string> queryField(std::string_view link, std::string_view name);
 
-/// The link without query and fragment.
-std::string_view withoutQuery(std::string_view link);
-
 }  // namespace brindle

@@ -61,7 +61,8 @@ TEST_F(LiveTermsTest, OnlyAWholeReplyWithStatus200IsTaken) {
   EXPECT_TRUE(terms().running());
   time.advance(std::chrono::seconds(1));
   EXPECT_FALSE(terms().running());
-  EXPECT_EQ(ends, 2) << "one fetch, two who wait for it";
+  EXPECT_EQ(ends, 2);
+  EXPECT_EQ(fetches(), 6U) << "one fetch, two who wait for it";
   EXPECT_EQ(changes, 1);
   EXPECT_TRUE(lines.has("terms: fetched, version 2026-10-09, kept true"));
   EXPECT_EQ(terms().minimumMacBuild(), std::nullopt);

@@ -112,8 +112,7 @@ bool SessionKeeper::clear(Changes also) {
 void SessionKeeper::removeItem() {
   auto code = std::make_shared<int>(success);
   services_.worker.run([&items = services_.items, code] { *code = items.remove(sessionItem); },
-                       lifetime_.guard([this, code, changes = changes_] {
-                         if (changes != changes_) return;
+                       lifetime_.guard([this, code] {
                          const bool gone = *code == success || *code == itemNotFound;
                          if (gone && services_.preferences.remove(signedOutKey)) return;
                          services_.log.notice(

@@ -2,10 +2,9 @@
 
 #include <gtest/gtest.h>
 
+#include <functional>
 #include <memory>
-#include <optional>
 #include <string>
-#include <vector>
 
 #include "owner/keychain_items.h"
 #include "owner/keychain_marks.h"
@@ -28,10 +27,12 @@
 namespace brindle {
 
 /// An account over memory backends, on virtual time, with a service by script that also plays
-/// Google's token endpoint.
+/// Google's token endpoint. The terms are agreed to.
 class AccountFixture : public testing::Test {
  protected:
+  static constexpr auto here = KeychainStore::dataProtection;
   static inline const KeychainItem item{"brindle.account", "owner"};
+  using Operation = std::function<void(Account::Done)>;
 
   void SetUp() override {
     http.setServer(service.server());
@@ -41,10 +42,8 @@ class AccountFixture : public testing::Test {
   }
   void TearDown() override {
     account.reset();
-    time.run();
     EXPECT_EQ(time.pending(), 0U) << "a timer outlives the account";
   }
-
   void launch() {
     account.reset();
     account = std::make_unique<Account>(
@@ -55,41 +54,38 @@ class AccountFixture : public testing::Test {
     time.run();
   }
 
-  /// What the person is told, as soon as it is; "…" while nothing is.
-  struct Told {
-    std::shared_ptr<std::string> text = std::make_shared<std::string>("…");
-    Account::Done done() const {
-      return [text = text](const std::string& message) { *text = message; };
-    }
-  };
-  std::string toldBy(const std::function<void(Account::Done)>& operation) {
-    const Told told;
-    operation(told.done());
+  /// What the person is told once `then` has happened too; "…" while that is nothing.
+  std::string told(
+      const Operation& operation, const std::function<void()>& then = [] {}) {
+    const auto text = std::make_shared<std::string>("…");
+    operation([text](const std::string& message) { *text = message; });
     time.run();
-    return *told.text;
+    then();
+    time.run();
+    return *text;
   }
-  std::string google(const std::string& query = "code=c%2F1&state=STATE") {
-    const Told told;
-    account->signInWithGoogle(told.done());
-    time.run();
-    redirect(query);
-    return *told.text;
+  std::string googleAnd(const std::function<void()>& then) {
+    return told([this](auto done) { account->signInWithGoogle(done); }, then);
   }
-  void redirect(std::string query) {
-    if (const auto at = query.find("STATE"); at != std::string::npos) {
-      query.replace(at, 5, queryField(web.page(), "state").value_or(""));
-    }
-    web.redirect(query);
-    time.run();
+  /// "STATE" stands for the state that the browser was given.
+  std::string google(std::string query = "code=c%2F1&state=STATE") {
+    return googleAnd([&] {
+      const auto at = query.find("STATE");
+      const std::string state = queryField(web.page(), "state").value_or("");
+      web.redirect(at == std::string::npos ? query : query.replace(at, 5, state));
+    });
+  }
+  std::string appleAnd(const std::function<void()>& then) {
+    return told([this](auto done) { account->signInWithApple(done); }, then);
   }
   std::string email(const std::string& address = "owner@example.org") {
-    return toldBy([&](Account::Done done) { account->signInWithEmail(address, done); });
+    return told([&](auto done) { account->signInWithEmail(address, done); });
   }
   std::string signOut() {
-    return toldBy([&](const Account::Done& done) { account->signOut(done); });
+    return told([this](auto done) { account->signOut(done); });
   }
   std::string deleteAccount() {
-    return toldBy([&](Account::Done done) { account->deleteAccount(std::move(done)); });
+    return told([this](auto done) { account->deleteAccount(done); });
   }
   void open(const std::string& link) {
     links.open(link);
@@ -103,7 +99,6 @@ class AccountFixture : public testing::Test {
     return all.empty() ? "nothing" : std::string(all.back()->text());
   }
 
-  static constexpr auto here = KeychainStore::dataProtection;
   VirtualScheduler time;
   RecordingLog lines;
   ScriptedService service{time};
