@@ -114,6 +114,7 @@ void LinuxBackgroundTransfer::tell(const std::string& file) {
   auto result = content ? readCourierResult(textOf(*content)) : std::nullopt;
   if (!result) result = {jobs_.at(file), {0, {}, {}, "the result cannot be read"}};
   jobs_.erase(file);
+  launcher_.shown();
   lookSoon();
   PosixFiles& files = files_;  // it may end us
   const auto told = onResult_;

@@ -84,7 +84,7 @@ void CourierLauncher::look() {
 }
 
 void CourierLauncher::start() {
-  const Duration wait = firstCheck * (1 << std::min(attempts_, 6));
+  const Duration wait = std::min(firstCheck * (1 << std::min(attempts_, 5)), slowCheck);
   ++attempts_;
   check_ = loop_.after(wait, [this] { look(); });
   // A manager that took the order, and nothing came of it, is not asked again.

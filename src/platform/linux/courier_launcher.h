@@ -28,6 +28,8 @@ class CourierLauncher {
   /// There is work. While there is, this goes on looking slowly that someone does it, and tells
   /// `onLook` each time.
   void need();
+  /// A result came: whichever courier was started has been there, and may be gone again.
+  void shown() { attempts_ = 0; }
   [[nodiscard]] Subscription onLook(std::function<void()> look) {
     return listeners_.add(std::move(look));
   }

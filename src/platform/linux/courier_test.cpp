@@ -2,8 +2,13 @@
 
 #include <gtest/gtest.h>
 
+#include <filesystem>
+#include <fstream>
+
 #include "platform/memory/files_memory.h"
+#include "platform/posix/files_posix.h"
 #include "testing/scripted_service.h"
+#include "testing/temporary_folder.h"
 #include "testing/virtual_scheduler.h"
 
 namespace brindle {
@@ -141,6 +146,21 @@ TEST_F(CourierTest, WhatIsCancelledAnsweredOrDamagedIsNotSent) {
             (std::vector<std::string>{"labelled", "torn"}));
   EXPECT_TRUE(todo().empty());
   EXPECT_TRUE(service.requests().empty());
+}
+
+TEST(CourierSpoolTest, FoldersKeepTheNewestWithinTheirBounds) {
+  namespace fs = std::filesystem;
+  const TemporaryFolder folder;
+  for (const int age : {1, 3, 0, 2}) {
+    const std::string path = folder / std::to_string(age);
+    std::ofstream(path) << "12345";
+    fs::last_write_time(path, fs::file_time_type::clock::now() - std::chrono::hours(age));
+  }
+  PosixFiles files(folder.path());
+  trimFolder(folder.path(), 3, 100);
+  EXPECT_EQ(courierEntries(files, folder.path()), (std::vector<std::string>{"0", "1", "2"}));
+  trimFolder(folder.path(), 3, 10);
+  EXPECT_EQ(courierEntries(files, folder.path()), (std::vector<std::string>{"0", "1"}));
 }
 
 }  // namespace
