@@ -6,7 +6,7 @@ brindle_library(brindle_linux_signin
   PRIVATE_LINKS PkgConfig::SDBUS PkgConfig::FMT)
 brindle_test(sleep_logind_test SOURCES sleep_logind_test.cpp
   LINKS brindle_linux_signin brindle_testing LABELS peers WRAPPER ${peers}/real-logind)
-brindle_test(signin_linux_test SOURCES signin_linux_test.cpp
+brindle_test(signin_linux_test SOURCES links_machine_test.cpp signin_linux_test.cpp
   LINKS brindle_linux_signin brindle_memory brindle_testing PkgConfig::SDBUS LABELS peers)
 if(BRINDLE_TESTS)
   target_compile_definitions(signin_linux_test PRIVATE BRINDLE_PEERS="${peers}")

@@ -10,78 +10,18 @@
 #include <list>
 #include <mutex>
 
-#include "platform/contract/machine_contract.h"
-#include "platform/contract/opened_links_contract.h"
 #include "platform/contract/push_registration_contract.h"
 #include "platform/contract/web_sign_in_contract.h"
-#include "platform/linux/machine_linux.h"
-#include "platform/linux/opened_links_linux.h"
-#include "platform/linux/process_activity_linux.h"
 #include "platform/linux/push_registration_linux.h"
 #include "platform/linux/web_sign_in_linux.h"
-#include "platform/memory/files_memory.h"
 #include "platform/memory/opened_links_memory.h"
 #include "platform/memory/preferences_memory.h"
 #include "platform/memory/random_memory.h"
-#include "platform/posix/files_posix.h"
 #include "testing/private_bus.h"
 #include "testing/virtual_scheduler.h"
 
 namespace brindle {
 namespace {
-
-struct LinksBackend {
-  MemoryFiles files;
-  LinuxScheduler scheduler;
-  LinkHandler handler{files, {"/opt/b 1/brindle", "/home/o/.config", "/home/o/.data", {"gnome"}}};
-  LinuxOpenedLinks all{scheduler, handler};
-  OpenedLinks& links() { return all; }
-  void install(const std::string& scheme) { ASSERT_TRUE(handler.install({scheme})); }
-  void open(const std::string& link) { all.deliver(link); }
-  bool until(const std::function<bool()>& done) { return runUntil(scheduler, done); }
-  std::string text(const std::string& path) { return std::string(textOf(*files.read(path))); }
-  void write(const std::string& path, const std::string& text) {
-    ASSERT_TRUE(files.makeFolder("/home/o/.config"));
-    ASSERT_TRUE(files.writeWhole(path, viewOf(text)));
-  }
-};
-INSTANTIATE_TYPED_TEST_SUITE_P(DesktopEntry, OpenedLinksContract, LinksBackend);
-
-TEST(LinkHandlerTest, ThePersonsOtherChoicesStayAndComeBack) {
-  LinksBackend desktop;
-  const std::string before =
-      "# mine\n[Added Associations]\ntext/html=a.desktop;\n\n[Default Applications]\n"
-      "x-scheme-handler/com.corvane.a=other.desktop;\ntext/html=a.desktop;\n[Removed]\nb=c\n";
-  desktop.write(desktop.handler.listPath(), before);
-  ASSERT_TRUE(desktop.handler.install({"Com.Corvane.A", "com.corvane.b"}));
-  const std::string ours = "com.corvane.brindle.links.desktop;";
-  EXPECT_EQ(desktop.text(desktop.handler.listPath()),
-            "# mine\n[Added Associations]\ntext/html=a.desktop;\n\n[Default Applications]\n"
-            "x-scheme-handler/com.corvane.b=" +
-                ours + "\nx-scheme-handler/com.corvane.a=" + ours +
-                "other.desktop;\ntext/html=a.desktop;\n[Removed]\nb=c\n");
-  EXPECT_EQ(desktop.text(desktop.handler.entryPath()),
-            "[Desktop Entry]\nType=Application\nName=Brindle\nNoDisplay=true\nTerminal=false\n"
-            "Exec=\"/opt/b 1/brindle\" open %u\n"
-            "MimeType=x-scheme-handler/com.corvane.a;x-scheme-handler/com.corvane.b;\n");
-  EXPECT_TRUE(desktop.all.registered("com.corvane.A"));
-  desktop.write("/home/o/.config/gnome-mimeapps.list",
-                "[Default Applications]\nx-scheme-handler/com.corvane.b=x.desktop\n");
-  EXPECT_FALSE(desktop.all.registered("com.corvane.b")) << "this desktop's own list comes first";
-  const LinkHandler moved(desktop.files,
-                          {"/usr/bin/brindle", "/home/o/.config", "/home/o/.data", {}});
-  EXPECT_FALSE(moved.registered("com.corvane.a")) << "the entry starts another executable";
-  ASSERT_TRUE(desktop.handler.remove());
-  EXPECT_EQ(desktop.text(desktop.handler.listPath()), before);
-  EXPECT_FALSE(desktop.all.registered("com.corvane.a"));
-  EXPECT_FALSE(desktop.all.report().answered);
-
-  EXPECT_FALSE(desktop.handler.install({"bad\nscheme"}));
-  desktop.files.failAll({FileError::Kind::denied, 13});
-  EXPECT_FALSE(desktop.handler.install({"com.corvane.a"}));
-  desktop.files.failNothing();
-  EXPECT_EQ(desktop.text(desktop.handler.listPath()), before);
-}
 
 /// Minutes pass when the test says so; all else is the real loop.
 struct HurriedLoop final : MainLoop {
@@ -293,12 +233,12 @@ class DistributorPeer : public Peer {
     object()
         .registerMethod("Register")
         .onInterface(distributorInterface)
-        .implementedAs([this](const std::string& service, const std::string& token,
+        .implementedAs([this](const std::string&, const std::string& token,
                               const std::string&) -> std::tuple<std::string, std::string> {
           const std::lock_guard lock(mutex_);
           tokens_.push_back(token);
           if (endpoint_.empty()) return {"REGISTRATION_FAILED", "no server"};
-          tell(connection(), service, "NewEndpoint", endpoint_);
+          tell(token, "NewEndpoint", endpoint_);
           return {"REGISTRATION_SUCCEEDED", ""};
         });
     serve();
@@ -311,13 +251,14 @@ class DistributorPeer : public Peer {
     const std::lock_guard lock(mutex_);
     return tokens_;
   }
+  /// To whoever registered last.
   template <class... More>
   void call(const std::string& method, const More&... more) {
-    const auto all = tokens();
-    if (!all.empty()) forge(all.back(), method, more...);
+    const std::lock_guard lock(mutex_);
+    if (!tokens_.empty()) tell(tokens_.back(), method, more...);
   }
   template <class... More>
-  void forge(const std::string& token, const std::string& method, const More&... more) {
+  void tell(const std::string& token, const std::string& method, const More&... more) {
     sdbus::createProxy(*caller_, "com.corvane.brindle", "/org/unifiedpush/Connector")
         ->callMethod(method)
         .onInterface("org.unifiedpush.Connector1")
@@ -326,15 +267,6 @@ class DistributorPeer : public Peer {
   }
 
  private:
-  void tell(sdbus::IConnection& from, const std::string& service, const std::string& method,
-            const std::string& endpoint) {
-    sdbus::createProxy(from, service, "/org/unifiedpush/Connector")
-        ->callMethod(method)
-        .onInterface("org.unifiedpush.Connector1")
-        .withArguments(tokens_.back(), endpoint)
-        .dontExpectReply();
-  }
-
   std::unique_ptr<sdbus::IConnection> caller_;
   std::mutex mutex_;
   std::string endpoint_;
@@ -363,14 +295,21 @@ INSTANTIATE_TYPED_TEST_SUITE_P(UnifiedPush, PushRegistrationContract, PushBacken
 using UnifiedPushTest = PushRegistrationContract<PushBackend>;
 
 TEST_F(UnifiedPushTest, OnlyOurTokenIsBelievedItIsKeptAndARefusalIsTold) {
+  backend.distributor.leave();
   auto subscription = listen();
+  ASSERT_TRUE(says("none"));
+  EXPECT_EQ(backend.all->report().detail,
+            "not available: no UnifiedPush distributor on the session bus");
+  backend.distributor.comeBack();
+  said.clear();
+  subscription = listen();
   ASSERT_TRUE(says("none"));
   EXPECT_EQ(backend.all->report().detail, "the UnifiedPush distributor refuses: no server");
   backend.give("https://push.test/1");
   ASSERT_TRUE(says("https://push.test/1"));
-  backend.distributor.forge("", "NewEndpoint", std::string("https://evil.test/"));
-  backend.distributor.forge("guess", "Message", bytesOf("boo"), std::string());
-  backend.distributor.forge("guess", "Unregistered");
+  backend.distributor.tell("", "NewEndpoint", std::string("https://evil.test/"));
+  backend.distributor.tell("guess", "Message", bytesOf("boo"), std::string());
+  backend.distributor.tell("guess", "Unregistered");
   backend.give("http://no.tls/");
   backend.send(bytesOf("last"));
   ASSERT_TRUE(says("last"));
@@ -390,67 +329,6 @@ TEST_F(UnifiedPushTest, OnlyOurTokenIsBelievedItIsKeptAndARefusalIsTold) {
   backend.bus.stop();
   ASSERT_TRUE(says("none"));
   EXPECT_EQ(backend.all->report().detail, "not available: the session bus went away");
-}
-
-TEST(LinuxPushTest, WithoutADistributorItSaysSo) {
-  Desktop desktop;
-  MemoryPreferences preferences;
-  MemoryRandom random;
-  LinuxPushRegistration push(desktop.session, preferences, random, Log(desktop.lines));
-  std::string problem;
-  const auto subscription =
-      push.listen({[](const std::string&) {}, [&](const std::string& why) { problem = why; },
-                   [](const Bytes&) {}});
-  ASSERT_TRUE(desktop.until([&] { return !problem.empty(); }));
-  EXPECT_EQ(problem, "not available: no UnifiedPush distributor on the session bus");
-  EXPECT_FALSE(push.report().answered);
-}
-
-struct LinuxMachineBackend {
-  PosixFiles files{"/"};
-  LinuxMachine here{files};
-  LinuxProcessActivity none;
-  Machine& machine() { return here; }
-  ProcessActivity& activity() { return none; }
-};
-INSTANTIATE_TYPED_TEST_SUITE_P(Linux, MachineContract, LinuxMachineBackend);
-
-TEST(LinuxMachineTest, NameAndZoneComeFromWhereverTheyAreSet) {
-  TemporaryFolder etc;
-  PosixFiles files("/");
-  const LinuxMachine machine(files, etc.path());
-  const auto put = [&](const char* name, const char* text) { std::ofstream(etc / name) << text; };
-  const std::string host = machine.name();
-  EXPECT_FALSE(host.empty());
-  const std::pair<const char*, std::string> names[] = {
-      {"ICON_NAME=x\nPRETTY_HOSTNAME=\"Jo's \\\"big\\\" one\"\n", "Jo's \"big\" one"},
-      {"PRETTY_HOSTNAME='a b'", "a b"},
-      {"PRETTY_HOSTNAME=plain\n", "plain"},
-      {"PRETTY_HOSTNAME=\"cut\nOTHER=1\n", host},
-      {"OLD_PRETTY_HOSTNAME=no\n", host}};
-  for (const auto& [text, name] : names) {
-    put("machine-info", text);
-    EXPECT_EQ(machine.name(), name) << text;
-  }
-  const std::string before = std::getenv("TZ") ? std::getenv("TZ") : "";
-  unsetenv("TZ");
-  EXPECT_EQ(machine.timeZone(), "UTC");
-  put("timezone", "Asia/Tokyo\n");
-  EXPECT_EQ(machine.timeZone(), "Asia/Tokyo");
-  std::filesystem::create_symlink("../usr/share/zoneinfo/Europe/Prague", etc / "localtime");
-  EXPECT_EQ(machine.timeZone(), "Europe/Prague");
-  const std::pair<const char*, const char*> zones[] = {
-      {":Europe/Berlin", "Europe/Berlin"},
-      {"America/Argentina/Buenos_Aires", "America/Argentina/Buenos_Aires"},
-      {"/usr/share/zoneinfo/posix/Asia/Tokyo", "Asia/Tokyo"},
-      {"UTC", "UTC"},
-      {"CET-1CEST", "Europe/Prague"},
-      {"../../etc/passwd", "Europe/Prague"}};
-  for (const auto& [variable, zone] : zones) {
-    setenv("TZ", variable, 1);
-    EXPECT_EQ(machine.timeZone(), zone) << variable;
-  }
-  before.empty() ? unsetenv("TZ") : setenv("TZ", before.c_str(), 1);
 }
 
 }  // namespace

@@ -1,0 +1,121 @@
+#include <gtest/gtest.h>
+
+#include <cstdlib>
+#include <filesystem>
+#include <fstream>
+
+#include "platform/contract/machine_contract.h"
+#include "platform/contract/opened_links_contract.h"
+#include "platform/linux/machine_linux.h"
+#include "platform/linux/opened_links_linux.h"
+#include "platform/linux/process_activity_linux.h"
+#include "platform/memory/files_memory.h"
+#include "platform/posix/files_posix.h"
+#include "testing/linux_loop.h"
+#include "testing/temporary_folder.h"
+
+namespace brindle {
+namespace {
+
+struct LinksBackend {
+  MemoryFiles files;
+  LinuxScheduler scheduler;
+  LinkHandler handler{files, {"/opt/b 1/brindle", "/home/o/.config", "/home/o/.data", {"gnome"}}};
+  LinuxOpenedLinks all{scheduler, handler};
+  OpenedLinks& links() { return all; }
+  void install(const std::string& scheme) { ASSERT_TRUE(handler.install({scheme})); }
+  void open(const std::string& link) { all.deliver(link); }
+  bool until(const std::function<bool()>& done) { return runUntil(scheduler, done); }
+  std::string text(const std::string& path) { return std::string(textOf(*files.read(path))); }
+  void write(const std::string& path, const std::string& text) {
+    ASSERT_TRUE(files.makeFolder("/home/o/.config"));
+    ASSERT_TRUE(files.writeWhole(path, viewOf(text)));
+  }
+};
+INSTANTIATE_TYPED_TEST_SUITE_P(DesktopEntry, OpenedLinksContract, LinksBackend);
+
+TEST(LinkHandlerTest, ThePersonsOtherChoicesStayAndComeBack) {
+  LinksBackend desktop;
+  const std::string before =
+      "# mine\n[Added Associations]\ntext/html=a.desktop;\n\n[Default Applications]\n"
+      "x-scheme-handler/com.corvane.a=other.desktop;\ntext/html=a.desktop;\n[Removed]\nb=c\n";
+  desktop.write(desktop.handler.listPath(), before);
+  ASSERT_TRUE(desktop.handler.install({"Com.Corvane.A", "com.corvane.b"}));
+  const std::string ours = "com.corvane.brindle.links.desktop;";
+  EXPECT_EQ(desktop.text(desktop.handler.listPath()),
+            "# mine\n[Added Associations]\ntext/html=a.desktop;\n\n[Default Applications]\n"
+            "x-scheme-handler/com.corvane.b=" +
+                ours + "\nx-scheme-handler/com.corvane.a=" + ours +
+                "other.desktop;\ntext/html=a.desktop;\n[Removed]\nb=c\n");
+  EXPECT_EQ(desktop.text(desktop.handler.entryPath()),
+            "[Desktop Entry]\nType=Application\nName=Brindle\nNoDisplay=true\nTerminal=false\n"
+            "Exec=\"/opt/b 1/brindle\" open %u\n"
+            "MimeType=x-scheme-handler/com.corvane.a;x-scheme-handler/com.corvane.b;\n");
+  EXPECT_TRUE(desktop.all.registered("com.corvane.A"));
+  desktop.write("/home/o/.config/gnome-mimeapps.list",
+                "[Default Applications]\nx-scheme-handler/com.corvane.b=x.desktop\n");
+  EXPECT_FALSE(desktop.all.registered("com.corvane.b")) << "this desktop's own list comes first";
+  const LinkHandler moved(desktop.files,
+                          {"/usr/bin/brindle", "/home/o/.config", "/home/o/.data", {}});
+  EXPECT_FALSE(moved.registered("com.corvane.a")) << "the entry starts another executable";
+  ASSERT_TRUE(desktop.handler.remove());
+  EXPECT_EQ(desktop.text(desktop.handler.listPath()), before);
+  EXPECT_FALSE(desktop.all.registered("com.corvane.a"));
+  EXPECT_FALSE(desktop.all.report().answered);
+
+  EXPECT_FALSE(desktop.handler.install({"bad\nscheme"}));
+  desktop.files.failAll({FileError::Kind::denied, 13});
+  EXPECT_FALSE(desktop.handler.install({"com.corvane.a"}));
+  desktop.files.failNothing();
+  EXPECT_EQ(desktop.text(desktop.handler.listPath()), before);
+}
+
+struct LinuxMachineBackend {
+  PosixFiles files{"/"};
+  LinuxMachine here{files};
+  LinuxProcessActivity none;
+  Machine& machine() { return here; }
+  ProcessActivity& activity() { return none; }
+};
+INSTANTIATE_TYPED_TEST_SUITE_P(Linux, MachineContract, LinuxMachineBackend);
+
+TEST(LinuxMachineTest, NameAndZoneComeFromWhereverTheyAreSet) {
+  TemporaryFolder etc;
+  PosixFiles files("/");
+  const LinuxMachine machine(files, etc.path());
+  const auto put = [&](const char* name, const char* text) { std::ofstream(etc / name) << text; };
+  const std::string host = machine.name();
+  EXPECT_FALSE(host.empty());
+  const std::pair<const char*, std::string> names[] = {
+      {"ICON_NAME=x\nPRETTY_HOSTNAME=\"Jo's \\\"big\\\" one\"\n", "Jo's \"big\" one"},
+      {"PRETTY_HOSTNAME='a b'", "a b"},
+      {"PRETTY_HOSTNAME=plain\n", "plain"},
+      {"PRETTY_HOSTNAME=\"cut\nOTHER=1\n", host},
+      {"OLD_PRETTY_HOSTNAME=no\n", host}};
+  for (const auto& [text, name] : names) {
+    put("machine-info", text);
+    EXPECT_EQ(machine.name(), name) << text;
+  }
+  const std::string before = std::getenv("TZ") ? std::getenv("TZ") : "";
+  unsetenv("TZ");
+  EXPECT_EQ(machine.timeZone(), "UTC");
+  put("timezone", "Asia/Tokyo\n");
+  EXPECT_EQ(machine.timeZone(), "Asia/Tokyo");
+  std::filesystem::create_symlink("../usr/share/zoneinfo/Europe/Prague", etc / "localtime");
+  EXPECT_EQ(machine.timeZone(), "Europe/Prague");
+  const std::pair<const char*, const char*> zones[] = {
+      {":Europe/Berlin", "Europe/Berlin"},
+      {"America/Argentina/Buenos_Aires", "America/Argentina/Buenos_Aires"},
+      {"/usr/share/zoneinfo/posix/Asia/Tokyo", "Asia/Tokyo"},
+      {"UTC", "UTC"},
+      {"CET-1CEST", "Europe/Prague"},
+      {"../../etc/passwd", "Europe/Prague"}};
+  for (const auto& [variable, zone] : zones) {
+    setenv("TZ", variable, 1);
+    EXPECT_EQ(machine.timeZone(), zone) << variable;
+  }
+  before.empty() ? unsetenv("TZ") : setenv("TZ", before.c_str(), 1);
+}
+
+}  // namespace
+}  // namespace brindle
