@@ -37,16 +37,23 @@ const AlertBody* AlertOutbox::find(const Uuid& id) const {
   return found == bodies_.end() ? nullptr : &found->second;
 }
 
-void AlertOutbox::load() {
+bool AlertOutbox::load() {
+  if (loaded_) return true;
   const auto text = files_.read(indexPath());
-  const bool none = !text && text.error().kind == FileError::Kind::notFound;
-  const auto read = text ? readAlertIndex(textOf(*text)) : std::nullopt;
-  if (!read && !none) return;  // files of a list that cannot be read stay for now
-  bodies_ = read.value_or(std::map<Uuid, AlertBody>{});
+  if (!text && text.error().kind != FileError::Kind::notFound) return false;
+  loaded_ = true;
+  const auto read = text ? readAlertIndex(textOf(*text)) : std::map<Uuid, AlertBody>{};
+  if (!read) return true;  // files of a damaged list stay for now
+  bodies_ = *read;
   std::erase_if(bodies_, [this](const auto& entry) {
     const auto there = files_.exists(path(entry.second));
     return there && !*there;
   });
+  removeStrays();
+  return true;
+}
+
+void AlertOutbox::removeStrays() {
   std::vector<std::string> known;
   for (const auto& [id, body] : bodies_) known.push_back(body.file);
   worker_.run(
@@ -61,6 +68,9 @@ void AlertOutbox::load() {
 }
 
 void AlertOutbox::write(AlertBody body, Compose compose, std::function<void(bool)> done) {
+  if (!load()) {
+    return worker_.run([] {}, lifetime_.guard([done = std::move(done)] { done(false); }));
+  }
   const auto boundary = std::make_shared<std::string>();
   worker_.run(
       [&files = files_, folder = folder_, to = path(body), compose = std::move(compose), boundary] {

@@ -42,9 +42,10 @@ class AlertOutbox {
   AlertOutbox(Files& files, WorkerQueue& worker, std::string folder)
       : files_(files), worker_(worker), folder_(std::move(folder)) {}
 
-  /// Reads the list, blocking; once. Files that it does not name are removed: whoever wrote them
+  /// Reads the list, blocking, and again with the next body if that failed: a list that cannot be
+  /// read now must not be written over. Files that it does not name are removed: whoever wrote them
   /// did not get to say so and still owes them.
-  void load();
+  bool load();
   const std::map<Uuid, AlertBody>& all() const { return bodies_; }
   const AlertBody* find(const Uuid& id) const;
   std::string path(const AlertBody& body) const { return joinPath(folder_, body.file); }
@@ -61,6 +62,7 @@ class AlertOutbox {
   void withdraw(const Uuid& id);
 
  private:
+  void removeStrays();
   void enter(const AlertBody& body, std::function<void(bool)> done);
   void writeIndex(std::vector<std::string> removeThen, std::function<void(bool)> done);
   std::string indexPath() const { return joinPath(folder_, "index.json"); }
@@ -69,6 +71,7 @@ class AlertOutbox {
   WorkerQueue& worker_;
   std::string folder_;
   std::map<Uuid, AlertBody> bodies_;
+  bool loaded_ = false;
   Lifetime lifetime_;
 };
 

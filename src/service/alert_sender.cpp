@@ -22,6 +22,8 @@ AlertSender::Result resultOf(int status) {
   return AlertSender::Result::retryLater;
 }
 
+constexpr Duration loadPause = std::chrono::seconds(30);
+
 std::vector<Bytes> readPhotos(Files& files, const std::vector<std::string>& paths) {
   std::vector<Bytes> photos;
   for (const std::string& path : paths) {
@@ -227,7 +229,7 @@ void AlertSender::failed(const AlertBody& body) {
 
 void AlertSender::start() {
   if (std::exchange(started_, true)) return;
-  outbox_.load();
+  (void)outbox_.load();  // what cannot be read now is tried again
   sessionChanges_ = parts_.account.onSessionChange([this] { hurry(); });
   parts_.transfer.start(lifetime_.guard([this](const TransferResult& result) { taken(result); }));
   parts_.transfer.unfinished(
@@ -237,6 +239,15 @@ void AlertSender::start() {
 void AlertSender::takeUp(const std::vector<std::string>& labels) {
   tookUp_ = true;
   earlierTasks_.insert(labels.begin(), labels.end());
+  settleIn();
+  moveEarlier();
+}
+
+void AlertSender::settleIn() {
+  if (!outbox_.load()) {
+    loadAgain_ = parts_.scheduler.after(loadPause, [this] { settleIn(); });
+    return;
+  }
   std::vector<AlertBody> bodies;
   for (const auto& [id, body] : outbox_.all()) bodies.push_back(body);
   for (const AlertBody& body : bodies) {
@@ -250,7 +261,6 @@ void AlertSender::takeUp(const std::vector<std::string>& labels) {
       send(body.id);
     }
   }
-  moveEarlier();
 }
 
 void AlertSender::moveEarlier() {

@@ -102,6 +102,7 @@ class AlertSender final : public AlertReporting {
   void failed(const AlertBody& body);
   void forget(const Uuid& id) { sending_.erase(id); }
   void takeUp(const std::vector<std::string>& labels);
+  void settleIn();
   void moveEarlier();
   void moved(const MovedAlertBodies& moved, const std::string& email);
   void adopted(const Uuid& id);
@@ -115,6 +116,7 @@ class AlertSender final : public AlertReporting {
   std::set<std::string> earlierTasks_;  ///< labels of uploads that earlier runs began
   std::set<std::string> earlierDone_;   ///< files of earlier builds that were answered
   Listeners<const Uuid&, AlertState> results_;
+  Timer loadAgain_;
   Subscription sessionChanges_;
   Lifetime lifetime_;
 };

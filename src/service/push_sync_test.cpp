@@ -74,12 +74,7 @@ class PushSyncTest : public testing::Test {
 };
 
 TEST(OtherDeviceNoticeTest, EveryKindHasItsTitle) {
-  struct Row {
-    const char* kind;
-    const char* detail;
-    const char* title;
-  };
-  const Row rows[] = {
+  const char* rows[][3] = {
       {"unlock", "", "Someone unlocked it"},
       {"wrong-pin", "", "Someone got the Brindle PIN wrong"},
       {"wrong-answer", "", "Someone got the secret answer wrong"},
