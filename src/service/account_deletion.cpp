@@ -46,8 +46,6 @@ void AccountDeletion::resume() {
 
 void AccountDeletion::send() {
   if (done_) return finish();
-  const auto& session = services_.keeper.session();
-  if (session && !concerns(session->email)) return sent(unauthorized);
   ServiceRequest request;
   request.path = endpoints::accountDelete;
   request.contentType = endpoints::json;

@@ -249,6 +249,12 @@ TEST_F(AccountTest, ATroubledKeychainSignsNobodyInOrOut) {
   keychain.setLocked(false);
   time.advance(minutes(1));
   EXPECT_EQ(token(), "scripted-token");
+  keychain.setDenied(true);
+  launch();
+  const int reads = keychain.reads();
+  time.advance(minutes(10));
+  EXPECT_EQ(keychain.reads(), reads) << "a person who said no is not asked again and again";
+  keychain.setDenied(false);
   ASSERT_EQ(keychain.write(here, item, viewOf("{")), keychain_code::success);
   launch();
   EXPECT_EQ(account->status(), signedOut);
@@ -304,7 +310,7 @@ TEST_F(AccountTest, ADeletionThatTheServiceNoLongerKnowsWaitsForANewSignIn) {
   service.always("api/account/delete", {.delay = seconds(1)});
   ASSERT_TRUE(preferences.remove("agreement.version"));
   EXPECT_EQ(google(), "") << "nobody has to agree to anything to be deleted";
-  EXPECT_EQ(readSession(stored())->termsVersion, "");
+  EXPECT_EQ(readSession(stored()), (Session{"fresh", "Owner@example.org", "Google", "", {}}));
   EXPECT_EQ(service.to("api/account/delete").back()->header("Authorization"), "Bearer fresh");
   preferences.setFailing(true);
   time.advance(seconds(1));
