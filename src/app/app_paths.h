@@ -9,6 +9,8 @@ struct AppPaths {
   std::string data;         ///< state.json, photos, the instance lock
   std::string preferences;  ///< preferences.json
   std::string runtime;      ///< the socket
+  /// Where builds of before the outbox kept what they owed; empty: there were none.
+  std::string temporary = {};
 
   std::string lockFile() const { return data + "/instance.lock"; }
   std::string socketFile() const { return runtime + "/control.sock"; }

@@ -16,7 +16,8 @@ std::string localStamp() {
   return {text.data(), length};
 }
 
-BrindleMacApp::BrindleMacApp(const Services& services, const std::string& folder)
+BrindleMacApp::BrindleMacApp(const Services& services, const std::string& folder,
+                             const std::string& temporary)
     : services_(services),
       log_(services.log),
       marks_(services.preferences, services.scheduler),
@@ -33,10 +34,16 @@ BrindleMacApp::BrindleMacApp(const Services& services, const std::string& folder
       camera_({services.scheduler, services.camera, services.images, services.flash,
                services.imageWork, services.random}),
       collaborators_(services.scheduler),
+      alertService_(services, items_, {folder, temporary},
+                    {[this] { return store_.armed(); },
+                     [this](const Uuid& event) {
+                       return store_.ownerChecksOpen() > 0 && store_.pendingConfirm() == event;
+                     },
+                     [this] { store_.turnOn(ArmSource::remote()); }}),
       store_({services.scheduler, services.bootClock, services.screen, services.preferences,
               services.notifications, services.random, services.fileWork, vault_, camera_, secrets_,
               log_},
-             collaborators_.all()),
+             alertService_.among(collaborators_)),
       gate_(secrets_, store_, fingerprint_, services.scheduler),
       startAtLogin_(services.loginItem, services.preferences, log_,
                     [this](std::string_view name) { return collaborators_.features.on(name); }),
@@ -51,7 +58,13 @@ BrindleMacApp::~BrindleMacApp() {
 
 void BrindleMacApp::start(std::function<void()> started, NightjarStore::Role role) {
   freshInstall_.run(lifetime_.guard([this, role, started = std::move(started)] {
+    alertService_.prepare();
     store_.start(role);
+    if (role == NightjarStore::Role::guard) {
+      alertService_.start({.on = store_.armed(), .asLoginItem = atLogin_});
+    } else {
+      alertService_.startForCommand();
+    }
     startAtLogin_.follow([this](auto changed) { return store_.onChange(std::move(changed)); },
                          [this] { return store_.armed(); });
     started();

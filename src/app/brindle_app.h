@@ -3,6 +3,7 @@
 #include <functional>
 #include <string>
 
+#include "app/alert_service.h"
 #include "app/app_delegate.h"
 #include "app/services.h"
 #include "capture/camera_capture.h"
@@ -24,14 +25,18 @@ namespace brindle {
 /// all work on what it holds. Made once, lives as long as the process. Main thread only.
 class BrindleMacApp {
  public:
-  /// `folder` is the application's own; the services outlive it.
-  BrindleMacApp(const Services& services, const std::string& folder);
+  /// `folder` is the application's own, `temporary` where earlier builds kept what they owed. The
+  /// services outlive it.
+  BrindleMacApp(const Services& services, const std::string& folder,
+                const std::string& temporary = {});
   ~BrindleMacApp();
   BrindleMacApp(const BrindleMacApp&) = delete;
   BrindleMacApp& operator=(const BrindleMacApp&) = delete;
 
   /// Looks whether this installation is new, then starts the store; `started` from the main loop.
   void start(std::function<void()> started, NightjarStore::Role role = NightjarStore::Role::guard);
+  /// This run was started by the login item. Before `start`.
+  void startedAtLogin() { atLogin_ = true; }
 
   NightjarStore& store() { return store_; }
   AppDelegate& appDelegate() { return appDelegate_; }
@@ -39,6 +44,7 @@ class BrindleMacApp {
   SecretStore& secrets() { return secrets_; }
   StartAtLoginOnArm& startAtLogin() { return startAtLogin_; }
   PhotoVault& vault() { return vault_; }
+  AlertService& alertService() { return alertService_; }
   CameraCapturing& camera() { return camera_; }
   const Services& services() const { return services_; }
 
@@ -52,11 +58,13 @@ class BrindleMacApp {
   PhotoVault vault_;
   MacCameraCapture camera_;
   NullCollaborators collaborators_;
+  AlertService alertService_;
   NightjarStore store_;
   NoFingerprintCheck fingerprint_;
   OwnerGate gate_;
   StartAtLoginOnArm startAtLogin_;
   AppDelegate appDelegate_;
+  bool atLogin_ = false;
   Lifetime lifetime_;
 };
 

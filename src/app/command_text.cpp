@@ -25,26 +25,11 @@ constexpr EnumNames<SecretState, 4> secretNames{{{
     {SecretState::unreadable, "unreadable"},
 }}};
 
-/// Names of watched items are chosen by others: a terminal must not take parts of one for commands.
-std::string plain(std::string_view text) {
-  std::string safe(text);
-  for (char& each : safe) {
-    const auto byte = static_cast<unsigned char>(each);
-    if (byte < 0x20 || byte == 0x7f) each = '?';
-  }
-  // C1 controls (U+0080 to U+009F) are two bytes in UTF-8.
-  for (std::size_t i = 0; i + 1 < safe.size(); ++i) {
-    const auto next = static_cast<unsigned char>(safe[i + 1]);
-    if (safe[i] == '\xc2' && next >= 0x80 && next < 0xa0) safe[i] = safe[i + 1] = '?';
-  }
-  return safe;
-}
-
 std::string whatHappened(const UnlockEvent& event) {
   if (event.attemptOnly) return "wrong try";
   if (!event.trigger) return "unlock";
-  return event.trigger->name.empty() ? plain(event.trigger->kind)
-                                     : plain(event.trigger->kind + " " + event.trigger->name);
+  return event.trigger->name.empty() ? plainText(event.trigger->kind)
+                                     : plainText(event.trigger->kind + " " + event.trigger->name);
 }
 
 std::string details(const UnlockEvent& event) {
@@ -96,6 +81,20 @@ void writeEvent(JsonWriter& out, const UnlockEvent& event, const std::string& ph
 
 }  // namespace
 
+std::string plainText(std::string_view text) {
+  std::string safe(text);
+  for (char& each : safe) {
+    const auto byte = static_cast<unsigned char>(each);
+    if (byte < 0x20 || byte == 0x7f) each = '?';
+  }
+  // C1 controls (U+0080 to U+009F) are two bytes in UTF-8.
+  for (std::size_t i = 0; i + 1 < safe.size(); ++i) {
+    const auto next = static_cast<unsigned char>(safe[i + 1]);
+    if (safe[i] == '\xc2' && next >= 0x80 && next < 0xa0) safe[i] = safe[i + 1] = '?';
+  }
+  return safe;
+}
+
 std::string statusText(const StatusFacts& facts) {
   const GuardStatus& guard = facts.guard;
   std::string text = guard.armed ? "Brindle is on" : "Brindle is off";
@@ -114,7 +113,7 @@ std::string statusText(const StatusFacts& facts) {
   if (!guard.saved) text += fmt::format("Not saved yet; {} failed saves.\n", guard.saveFailures);
   if (!guard.cameraAllowed) text += "The camera may not be used.\n";
   if (!guard.lockSourceReachable) text += std::string(noLockSource) + "\n";
-  return text;
+  return text + serviceStatusText(facts.service);
 }
 
 std::string statusJson(const StatusFacts& facts) {
@@ -133,8 +132,9 @@ std::string statusJson(const StatusFacts& facts) {
       .field("saveFailures", guard.saveFailures)
       .field("alertDelay", facts.alertDelay)
       .field("cameraAllowed", guard.cameraAllowed)
-      .field("lockSource", guard.lockSourceReachable)
-      .endObject();
+      .field("lockSource", guard.lockSourceReachable);
+  writeServiceStatus(out, facts.service);
+  out.endObject();
   return text + "\n";
 }
 
@@ -167,7 +167,7 @@ std::string doctorText(const std::vector<ServiceReport>& reports) {
   for (const auto& each : reports) {
     const std::string_view mark = each.answered ? "ok" : isEssential(each) ? "FAILED" : "missing";
     text += fmt::format("{:<8} {:<14} {:<16} {}\n", mark, each.service, each.backend,
-                        plain(each.detail));
+                        plainText(each.detail));
     if (each.service == "screen lock" && !each.answered) text += std::string(noLockSource) + "\n";
   }
   return text;

@@ -4,6 +4,7 @@
 #include <string>
 #include <vector>
 
+#include "app/service_text.h"
 #include "core/guard_status.h"
 #include "core/unlock_event.h"
 #include "platform/service_report.h"
@@ -14,7 +15,11 @@ struct StatusFacts {
   GuardStatus guard;
   bool running = false;
   std::int64_t alertDelay = 0;
+  ServiceFacts service;
 };
+
+/// Names and addresses are chosen by others: a terminal must not take parts of one for commands.
+std::string plainText(std::string_view text);
 
 /// What commands print: lines for a person, or one JSON document with stable keys for a program.
 std::string statusText(const StatusFacts& facts);

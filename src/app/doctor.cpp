@@ -34,7 +34,17 @@ std::vector<ServiceReport> Doctor::all(ServiceReport keychain) {
           services_.random.report(),
           services_.crypto.report(),
           services_.images.report(),
-          services_.flash.report()};
+          services_.flash.report(),
+          services_.network.http.report(),
+          services_.network.watchTransfer.report(),
+          services_.network.power.report(),
+          services_.network.activity.report(),
+          services_.network.machine.report(),
+          services_.network.links.report(),
+          services_.network.webSignIn.report(),
+          services_.network.appleSignIn.report(),
+          services_.network.push.report(),
+          services_.network.path.report()};
 }
 
 }  // namespace brindle

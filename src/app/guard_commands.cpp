@@ -21,8 +21,13 @@ CommandHandler::Need proofFor(OwnerPurpose purpose) { return {.proof = purpose, 
 
 }  // namespace
 
-GuardCommands::GuardCommands(BrindleMacApp& app, bool running, Doctor doctor)
-    : app_(app), store_(app.store()), running_(running), doctor_(std::move(doctor)) {}
+GuardCommands::GuardCommands(BrindleMacApp& app, bool running, Doctor doctor,
+                             std::function<bool(const std::string&)> openLink)
+    : app_(app),
+      store_(app.store()),
+      running_(running),
+      doctor_(std::move(doctor)),
+      service_(store_, app.alertService(), std::move(openLink)) {}
 
 void GuardCommands::need(RequestRef request, std::function<void(Need)> done) {
   app_.secrets().refresh(lifetime_.guard(
@@ -55,6 +60,7 @@ CommandHandler::Need GuardCommands::needOf(const Request& request) const {
     return proofFor(OwnerPurpose::action);
   }
   if (command == "setup") return needOfSetup(request);
+  if (ServiceCommands::knows(command)) return service_.needOf(request);
   return refused("This guard does not know the command \"" + command + "\".\n", exit_code::usage);
 }
 
@@ -74,7 +80,7 @@ void GuardCommands::run(RequestRef ref, const OwnerProof* proof, Done done) {
   const Request& request = *ref;
   const std::string& command = request.command;
   if (command == "status") {
-    const StatusFacts facts{store_.status(), running_, store_.alertDelay()};
+    const StatusFacts facts{store_.status(), running_, store_.alertDelay(), service_.facts()};
     return done(saying(request.json ? statusJson(facts) : statusText(facts)));
   }
   if (command == "history") {
@@ -84,6 +90,8 @@ void GuardCommands::run(RequestRef ref, const OwnerProof* proof, Done done) {
   if (command == "show") return show(done);
   if (command == "doctor") return doctor_(request.json, std::move(done));
   if (command == "on") return turnOn(std::move(done));
+  if (ServiceCommands::knows(command)) return service_.run(request, std::move(done));
+  if (command == "off" && !running_) app_.alertService().sendFromCommand(false);
   if (command == "off") return doneWhenRecorded("Brindle is off.\n", std::move(done));
   if (command == "confirm") return doneWhenRecorded("Confirmed.\n", std::move(done));
   if (command == "delete" && proof) return remove(request, *proof, std::move(done));

@@ -7,6 +7,7 @@
 
 #include "app/brindle_app.h"
 #include "app/command_session.h"
+#include "app/service_commands.h"
 
 namespace brindle {
 
@@ -17,7 +18,9 @@ class GuardCommands final : public CommandHandler {
   using Doctor = std::function<void(bool json, Done)>;
 
   /// `running`: a guard that goes on after this command, for `status`.
-  GuardCommands(BrindleMacApp& app, bool running, Doctor doctor);
+  /// `openLink` as `ServiceCommands` takes it.
+  GuardCommands(BrindleMacApp& app, bool running, Doctor doctor,
+                std::function<bool(const std::string&)> openLink = {});
 
   void need(RequestRef request, std::function<void(Need)> done) override;
   void run(RequestRef request, const OwnerProof* proof, Done done) override;
@@ -38,6 +41,7 @@ class GuardCommands final : public CommandHandler {
   NightjarStore& store_;
   bool running_;
   Doctor doctor_;
+  ServiceCommands service_;
   Lifetime lifetime_;
 };
 

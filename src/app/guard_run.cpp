@@ -16,7 +16,7 @@ Services withFlash(const Services& all, const GuardRun::OverFlash& over) {
   return {all.scheduler,  all.bootClock, all.files,  all.preferences,   all.keychain,
           all.random,     all.crypto,    all.screen, all.notifications, all.loginItem,
           all.quitSender, all.camera,    all.images, over(all.flash),   all.fileWork,
-          all.secretWork, all.imageWork, all.log};
+          all.secretWork, all.imageWork, all.log,    all.network};
 }
 
 }  // namespace
@@ -26,10 +26,12 @@ GuardRun::GuardRun(NativeServices& services, const AppPaths& paths, ServiceRepor
     : paths_(paths),
       services_(services),
       log_(services_.log()),
-      app_(withFlash(services_.services(), overFlash), paths.data),
+      app_(withFlash(services_.services(), overFlash), paths.data, paths.temporary),
       doctor_(services_.services(), std::move(window)),
-      commands_(app_, /*running=*/true,
-                [this](bool json, auto done) { doctor_.ask(json, std::move(done)); }),
+      commands_(
+          app_, /*running=*/true,
+          [this](bool json, auto done) { doctor_.ask(json, std::move(done)); },
+          [this](const std::string& link) { return services_.openLink(link); }),
       socket_(services_.scheduler(), log_, [this](auto send) {
         return std::make_unique<CommandSession>(commands_, app_.gate(), std::move(send));
       }) {
@@ -49,6 +51,7 @@ void GuardRun::start(std::function<void()> started) {
   for (const char* folder : {"", "/photos"}) {
     static_cast<void>(files.removeLeftovers(paths_.data + folder));  // the next start tries again
   }
+  offerLinks();
   app_.start([this, started = std::move(started)] {
     // Only now: a command must not meet a store that has not read its history.
     if (const auto why = socket_.listen(paths_.socketFile())) {
@@ -57,6 +60,18 @@ void GuardRun::start(std::function<void()> started) {
     }
     started();
   });
+}
+
+/// An e-mailed link, and the end of a sign-in in the browser, find this program by their scheme.
+void GuardRun::offerLinks() {
+  const ServiceSettings& settings = app_.alertService().account().settings();
+  if (settings.serviceURL.empty()) return;
+  std::vector<std::string> schemes{std::string(appScheme)};
+  if (!settings.googleClientId.empty())
+    schemes.push_back(reversedClientId(settings.googleClientId));
+  if (const auto offered = services_.offerLinks(schemes); !offered) {
+    log_.notice("links: not offered: %{private}s", offered.error());
+  }
 }
 
 int takeInstance(InstanceLock& lock, const AppPaths& paths) {

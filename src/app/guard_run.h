@@ -32,6 +32,8 @@ class GuardRun {
   void onQuit(std::function<void(int exitCode)> leave);
 
  private:
+  void offerLinks();
+
   AppPaths paths_;
   NativeServices& services_;
   Log log_;

@@ -1,25 +1,37 @@
 #include <unistd.h>
 
+#include <algorithm>
 #include <array>
 #include <cstdlib>
 
 #include "app/native_services.h"
 #include "platform/file_step.h"
+#include "platform/linux/background_transfer_linux.h"
 #include "platform/linux/boot_clock_linux.h"
 #include "platform/linux/camera_gstreamer.h"
+#include "platform/linux/courier_launcher.h"
 #include "platform/linux/flash_x11.h"
+#include "platform/linux/http_curl.h"
 #include "platform/linux/image_jpeg.h"
 #include "platform/linux/journal_sink.h"
 #include "platform/linux/keychain_file.h"
 #include "platform/linux/keyring_choice.h"
+#include "platform/linux/link_handler.h"
 #include "platform/linux/login_item_linux.h"
 #include "platform/linux/logind_session.h"
+#include "platform/linux/machine_linux.h"
+#include "platform/linux/network_path_linux.h"
 #include "platform/linux/notifications_linux.h"
+#include "platform/linux/opened_links_linux.h"
 #include "platform/linux/preferences_linux.h"
+#include "platform/linux/process_activity_linux.h"
+#include "platform/linux/push_registration_linux.h"
 #include "platform/linux/quit_sender_linux.h"
 #include "platform/linux/random_linux.h"
 #include "platform/linux/scheduler_linux.h"
 #include "platform/linux/screen_lock_linux.h"
+#include "platform/linux/system_power_linux.h"
+#include "platform/linux/web_sign_in_linux.h"
 #include "platform/openssl/crypto_openssl.h"
 #include "platform/posix/files_posix.h"
 #include "platform/posix/terminal_sink.h"
@@ -51,6 +63,33 @@ CameraSource cameraSource() {
   return {};
 }
 
+/// Certificates to trust in place of the system's, for a service on the developer's own machine.
+std::string certificates() {
+#ifndef BRINDLE_RELEASED_APP
+  if (const char* file = std::getenv("BRINDLE_CA_FILE")) return file;
+#endif
+  return {};
+}
+
+class NoAppleSignIn final : public AppleSignIn {
+ public:
+  explicit NoAppleSignIn(Scheduler& scheduler) : scheduler_(scheduler) {}
+  bool available() const override { return false; }
+  [[nodiscard]] Subscription begin(const std::string&,
+                                   std::function<void(AppleSignInEnd)> done) override {
+    scheduler_.post([done = std::move(done)] {
+      done({AppleSignInEnd::How::failed, {}, "not offered on this system"});
+    });
+    return {};
+  }
+  ServiceReport report() const override {
+    return {"Apple sign-in", "none", false, "Apple offers it on its own systems only"};
+  }
+
+ private:
+  Scheduler& scheduler_;
+};
+
 /// In the order in which they are built; they go the other way round.
 class LinuxServices final : public NativeServices {
  public:
@@ -71,7 +110,21 @@ class LinuxServices final : public NativeServices {
         screen_(logind_, system_, session_, log_),
         notifications_(session_, log_),
         loginItem_(files_, LoginItemPlaces::of(files_, ownProgram())),
-        camera_(cameraWork_, cameraSource()) {
+        camera_(cameraWork_, cameraSource()),
+        http_(scheduler_, certificates()),
+        serviceManager_(session_, log_, "org.freedesktop.systemd1"),
+        courier_(scheduler_, files_, joinPath(paths.data, "transfers"),
+                 ownProgram("brindle-courier"), &serviceManager_, log_),
+        watchTransfer_(courier_, files_, "brindle.watch", log_),
+        alertTransfer_(courier_, files_, "brindle.alerts", log_),
+        power_(logind_),
+        machine_(files_),
+        linkHandler_(files_, LinkHandlerPlaces::of(ownProgram())),
+        links_(scheduler_, linkHandler_),
+        webSignIn_(scheduler_, links_, session_, log_),
+        appleSignIn_(scheduler_),
+        push_(session_, preferences_, random_, log_),
+        path_(scheduler_) {
     if (program != ProgramKind::command) camera_.prepare(ownProgram("brindle-camera-scan"));
   }
 
@@ -83,6 +136,15 @@ class LinuxServices final : public NativeServices {
   }
   /// Whoever sends a signal, or shuts down, does not wait to be told.
   bool answerQuit(bool) override { return false; }
+  Result<void, std::string> offerLinks(const std::vector<std::string>& schemes) override {
+    const bool all = std::ranges::all_of(
+        schemes, [this](const std::string& each) { return linkHandler_.registered(each); });
+    return all ? Result<void, std::string>() : linkHandler_.install(schemes);
+  }
+  bool openLink(const std::string& link) override {
+    links_.deliver(link);
+    return true;
+  }
 
  private:
   LinuxLog sink_;
@@ -108,9 +170,40 @@ class LinuxServices final : public NativeServices {
   GstreamerCamera camera_;
   JpegImageReader images_;
   X11FlashWindow flash_;
-  Services services_{scheduler_, bootClock_, files_,         preferences_, *keychain_,  random_,
-                     crypto_,    screen_,    notifications_, loginItem_,   quitSender_, camera_,
-                     images_,    flash_,     fileWork_,      secretWork_,  imageWork_,  sink_};
+  CurlHttp http_;
+  DbusService serviceManager_;
+  CourierLauncher courier_;
+  LinuxBackgroundTransfer watchTransfer_;
+  LinuxBackgroundTransfer alertTransfer_;
+  LinuxSystemPower power_;
+  LinuxProcessActivity activity_;
+  LinuxMachine machine_;
+  LinkHandler linkHandler_;
+  LinuxOpenedLinks links_;
+  LinuxWebSignIn webSignIn_;
+  NoAppleSignIn appleSignIn_;
+  LinuxPushRegistration push_;
+  LinuxNetworkPath path_;
+  Services services_{scheduler_,
+                     bootClock_,
+                     files_,
+                     preferences_,
+                     *keychain_,
+                     random_,
+                     crypto_,
+                     screen_,
+                     notifications_,
+                     loginItem_,
+                     quitSender_,
+                     camera_,
+                     images_,
+                     flash_,
+                     fileWork_,
+                     secretWork_,
+                     imageWork_,
+                     sink_,
+                     {http_, watchTransfer_, alertTransfer_, power_, activity_, machine_, links_,
+                      webSignIn_, appleSignIn_, push_, path_}};
 };
 
 }  // namespace

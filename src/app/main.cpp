@@ -88,8 +88,9 @@ int runDoctor(const AppPaths& paths, const Request& request) {
 /// No guard runs: the same request, by the same handler, in this process.
 int runHere(const AppPaths& paths, Request request, Conversation& conversation) {
   const auto services = makeNativeServices(paths, ProgramKind::command);
-  BrindleMacApp app(services->services(), paths.data);
-  GuardCommands commands(app, /*running=*/false, {});
+  BrindleMacApp app(services->services(), paths.data, paths.temporary);
+  GuardCommands commands(app, /*running=*/false, {},
+                         [&](const std::string& link) { return services->openLink(link); });
   std::unique_ptr<CommandSession> session;
   bool saved = true;
   app.appDelegate().quit = [&](bool all) {

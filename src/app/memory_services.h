@@ -4,14 +4,23 @@
 
 #include "app/app_paths.h"
 #include "app/native_services.h"
+#include "platform/memory/apple_sign_in_memory.h"
+#include "platform/memory/background_transfer_memory.h"
 #include "platform/memory/camera_memory.h"
 #include "platform/memory/flash_window_memory.h"
 #include "platform/memory/keychain_memory.h"
 #include "platform/memory/login_item_memory.h"
+#include "platform/memory/machine_memory.h"
+#include "platform/memory/network_path_memory.h"
 #include "platform/memory/notifications_memory.h"
+#include "platform/memory/opened_links_memory.h"
 #include "platform/memory/preferences_memory.h"
+#include "platform/memory/process_activity_memory.h"
+#include "platform/memory/push_registration_memory.h"
 #include "platform/memory/quit_sender_memory.h"
 #include "platform/memory/screen_lock_memory.h"
+#include "platform/memory/system_power_memory.h"
+#include "platform/memory/web_sign_in_memory.h"
 #include "platform/openssl/crypto_openssl.h"
 #include "platform/posix/files_posix.h"
 #include "platform/posix/worker_queue_thread.h"
@@ -27,7 +36,9 @@ class MemoryServices {
   Services services() {
     return {scheduler, *tools.bootClock, files,     preferences, keychain, *tools.random, crypto,
             screen,    notifications,    loginItem, quitSender,  camera,   *tools.images, flash,
-            fileWork,  secretWork,       imageWork, log_};
+            fileWork,  secretWork,       imageWork, log_,
+            {http, watchTransfer, alertTransfer, power, activity, machine, links, webSignIn,
+             appleSignIn, push, path}};
   }
 
   NativeTools tools = makeNativeTools();
@@ -45,6 +56,17 @@ class MemoryServices {
   MemoryQuitSender quitSender{scheduler};
   MemoryCamera camera{scheduler};
   MemoryFlashWindow flash;
+  MemoryHttp http{scheduler, files};
+  MemoryBackgroundTransfer watchTransfer{scheduler, files, "brindle.watch"};
+  MemoryBackgroundTransfer alertTransfer{scheduler, files, "brindle.alerts"};
+  MemorySystemPower power{scheduler};
+  MemoryProcessActivity activity;
+  MemoryMachine machine;
+  MemoryOpenedLinks links{scheduler};
+  MemoryWebSignIn webSignIn{scheduler};
+  MemoryAppleSignIn appleSignIn{scheduler};
+  MemoryPushRegistration push{scheduler};
+  MemoryNetworkPath path{scheduler};
 
  private:
   LogSink& log_;

@@ -4,9 +4,11 @@
 #include <memory>
 #include <span>
 #include <string>
+#include <vector>
 
 #include "app/app_paths.h"
 #include "app/services.h"
+#include "base/result.h"
 #include "platform/posix/main_loop.h"
 
 namespace brindle {
@@ -37,6 +39,11 @@ class NativeServices {
   /// The decision upon the quit order told last, for a system that waits for it; such a system ends
   /// the process itself. False when nothing waits.
   virtual bool answerQuit(bool quits) = 0;
+  /// Sees to it that links with these schemes come to this program, where that is for a program to
+  /// say. An explanation for a person when it could not be done.
+  virtual Result<void, std::string> offerLinks(const std::vector<std::string>&) { return {}; }
+  /// Takes a link that a second start of this program brings; false where links come another way.
+  virtual bool openLink(const std::string&) { return false; }
 };
 
 // Each of these is implemented once per system.

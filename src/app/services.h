@@ -3,23 +3,48 @@
 #include <string>
 
 #include "base/log.h"
+#include "platform/apple_sign_in.h"
+#include "platform/background_transfer.h"
 #include "platform/boot_clock.h"
 #include "platform/camera.h"
 #include "platform/crypto.h"
 #include "platform/files.h"
 #include "platform/flash_window.h"
+#include "platform/http.h"
 #include "platform/image.h"
 #include "platform/keychain.h"
 #include "platform/login_item.h"
+#include "platform/machine.h"
+#include "platform/network_path.h"
 #include "platform/notifications.h"
+#include "platform/opened_links.h"
 #include "platform/preferences.h"
+#include "platform/process_activity.h"
+#include "platform/push_registration.h"
 #include "platform/quit_sender.h"
 #include "platform/random.h"
 #include "platform/scheduler.h"
 #include "platform/screen_lock.h"
+#include "platform/system_power.h"
+#include "platform/web_sign_in.h"
 #include "platform/worker_queue.h"
 
 namespace brindle {
+
+/// What reaches beyond this machine, and what that needs of it.
+struct NetworkServices {
+  Http& http;
+  BackgroundTransfer& watchTransfer;  ///< uploads of what the alert watch owes
+  BackgroundTransfer& alertTransfer;  ///< uploads of reports with photos
+  SystemPower& power;
+  ProcessActivity& activity;
+  Machine& machine;
+  OpenedLinks& links;
+  WebSignIn& webSignIn;
+  AppleSignIn& appleSignIn;
+  PushRegistration& push;
+  NetworkPath& path;
+};
 
 /// Every platform service, whichever backends were chosen. All of them outlive the application.
 struct Services {
@@ -41,6 +66,7 @@ struct Services {
   WorkerQueue& secretWork;  ///< the keychain and the slow derivations
   WorkerQueue& imageWork;   ///< the brightness of photos
   LogSink& log;
+  NetworkServices network;
 };
 
 }  // namespace brindle
