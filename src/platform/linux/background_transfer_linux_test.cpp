@@ -7,7 +7,6 @@
 #include <csignal>
 #include <filesystem>
 #include <fstream>
-#include <thread>
 
 #include "platform/contract/background_transfer_contract.h"
 #include "testing/child_process.h"
@@ -189,7 +188,7 @@ TEST_F(LinuxTransferTest, TheServiceManagerIsAskedFirstAndAProcessStartedWhenItR
       .implementedAs(start);
   object->finishRegistration();
   peer->requestName("org.freedesktop.systemd1");
-  std::thread serving([&] { peer->enterEventLoop(); });
+  peer->enterEventLoopAsync();
 
   DbusLink session(backend.loop, Log(backend.lines), DbusBus::session);
   DbusService manager(session, Log(backend.lines), "org.freedesktop.systemd1");
@@ -200,7 +199,6 @@ TEST_F(LinuxTransferTest, TheServiceManagerIsAskedFirstAndAProcessStartedWhenItR
   const bool told = backend.until([&] { return !results.empty(); });
   backend.quit();
   peer->leaveEventLoop();
-  serving.join();
   EXPECT_TRUE(sent && told);
   EXPECT_EQ(command, (std::vector{backend.program, backend.spool}));
   EXPECT_TRUE(backend.lines.has("background transfer: no unit (%{public}s), a process instead"));
