@@ -1,37 +1,25 @@
 #pragma once
 
-#include <gtest/gtest.h>
-
 #include <functional>
 #include <memory>
 #include <string>
 
-#include "owner/keychain_items.h"
-#include "owner/keychain_marks.h"
 #include "platform/memory/apple_sign_in_memory.h"
-#include "platform/memory/crypto_memory.h"
 #include "platform/memory/files_memory.h"
 #include "platform/memory/http_memory.h"
-#include "platform/memory/keychain_memory.h"
 #include "platform/memory/opened_links_memory.h"
-#include "platform/memory/preferences_memory.h"
-#include "platform/memory/random_memory.h"
 #include "platform/memory/web_sign_in_memory.h"
 #include "service/account.h"
 #include "service/form_query.h"
-#include "testing/recording_log.h"
+#include "testing/owner_fixture.h"
 #include "testing/scripted_service.h"
-#include "testing/virtual_scheduler.h"
-#include "testing/virtual_worker_queue.h"
 
 namespace brindle {
 
 /// An account over memory backends, on virtual time, with a service by script that also plays
 /// Google's token endpoint. The terms are agreed to.
-class AccountFixture : public testing::Test {
+class AccountFixture : public OwnerFixture {
  protected:
-  static constexpr auto here = KeychainStore::dataProtection;
-  static inline const KeychainItem item{"brindle.account", "owner"};
   using Operation = std::function<void(Account::Done)>;
 
   void SetUp() override {
@@ -93,24 +81,15 @@ class AccountFixture : public testing::Test {
   }
   std::string token() const { return account->session() ? account->session()->token : "none"; }
   std::string state() const { return account->status().state; }
-  std::string stored() { return std::string(textOf(keychain.read(here, item).data)); }
+  std::string kept() { return std::string(textOf(stored("brindle.account"))); }
   std::string lastBody(std::string_view path) const {
     const auto all = service.to(path);
     return all.empty() ? "nothing" : std::string(all.back()->text());
   }
 
-  VirtualScheduler time;
-  RecordingLog lines;
   ScriptedService service{time};
   MemoryFiles files;
   MemoryHttp http{time, files};
-  MemoryPreferences preferences;
-  MemoryKeychain keychain;
-  MemoryCrypto crypto;
-  MemoryRandom random;
-  KeychainMarks marks{preferences, time};
-  KeychainItems items{keychain, marks, Log(lines), "com.corvane.brindle"};
-  VirtualWorkerQueue worker{time};
   MemoryWebSignIn web{time};
   MemoryAppleSignIn apple{time};
   MemoryOpenedLinks links{time};
