@@ -18,7 +18,8 @@ bool readBody(const Json& json, AlertBody& out) {
                [](const Json& date, WallTime& time) { return readReferenceDate(date, time); })
       .lenient("withdrawn", out.withdrawn);
   // Both become part of a request or a path.
-  const bool usable = isPlainFileName(out.file) && boundaryOf(viewOf("--" + out.boundary + "\r\n"));
+  const bool usable =
+      isPlainFileName(out.file) && boundaryOf(viewOf("--" + out.boundary + "\r\n")) == out.boundary;
   return in.readable() && usable;
 }
 

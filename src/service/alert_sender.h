@@ -48,9 +48,11 @@ class AlertSender final : public AlertReporting {
     const Machine& machine;
     Random& random;
     Log log;
-    std::string outbox;     ///< the folder "outbox-alerts"
-    std::string photos;     ///< where the photos of events lie
-    std::string temporary;  ///< where earlier builds left their bodies; empty: nowhere
+    std::string outbox;  ///< the folder "outbox-alerts"
+    std::string photos;  ///< where the photos of events lie
+    /// Where earlier builds left their bodies; empty: nowhere. A folder of this person alone:
+    /// what lies there is sent in their name.
+    std::string temporary;
   };
   explicit AlertSender(Parts parts);
 

@@ -13,6 +13,8 @@ namespace brindle {
 namespace {
 
 constexpr std::string_view boundaryStart = "brindle-";
+constexpr std::string_view boundaryCharacters =
+    "-0123456789ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz";
 constexpr int mostDraws = 16;
 
 using Field = std::pair<std::string_view, std::string>;
@@ -88,7 +90,10 @@ std::optional<std::string> boundaryOf(ByteView body) {
   const std::string_view text = textOf(body).substr(0, longestBoundary + 4);
   const std::size_t end = text.find("\r\n");
   if (end == text.npos || !text.starts_with("--" + std::string(boundaryStart))) return std::nullopt;
-  return std::string(text.substr(2, end - 2));
+  const std::string_view boundary = text.substr(2, end - 2);
+  // It becomes part of a header, so nothing but what we draw ourselves may be in it.
+  const bool plain = boundary.find_first_not_of(boundaryCharacters) == boundary.npos;
+  return plain ? std::optional(std::string(boundary)) : std::nullopt;
 }
 
 }  // namespace brindle

@@ -2,26 +2,18 @@
 
 #include <gtest/gtest.h>
 
-#include "platform/memory/files_memory.h"
-#include "platform/memory/machine_memory.h"
 #include "platform/memory/notifications_memory.h"
-#include "platform/memory/preferences_memory.h"
 #include "platform/memory/push_registration_memory.h"
-#include "platform/memory/random_memory.h"
-#include "testing/scripted_service.h"
-#include "testing/signed_in.h"
-#include "testing/virtual_scheduler.h"
-#include "testing/virtual_worker_queue.h"
+#include "testing/service_world.h"
 
 namespace brindle {
 namespace {
 
 using namespace std::chrono_literals;
 
-class PushSyncTest : public testing::Test {
+class PushSyncTest : public testing::Test, public ServiceWorld {
  protected:
   void SetUp() override {
-    http.setServer(service.server());
     ASSERT_TRUE(files.makeFolder("/data"));
     launch();
   }
@@ -57,17 +49,8 @@ class PushSyncTest : public testing::Test {
     scheduler.run();
   }
 
-  VirtualScheduler scheduler;
-  MemoryFiles files;
-  ScriptedService service{scheduler};
-  MemoryHttp http{scheduler, files};
-  SignedIn account{scheduler};
-  ServiceClient client{http, account, "https://service.test"};
-  MemoryPreferences defaults;
-  MemoryMachine machine;
   MemoryPushRegistration push{scheduler};
   MemoryNotifications notifications{scheduler};
-  MemoryRandom random{1};
   VirtualWorkerQueue worker{scheduler};
   int turnOns = 0;
   std::unique_ptr<PushSync> sync;
@@ -128,11 +111,11 @@ TEST_F(PushSyncTest, TheTokenIsRegisteredOncePerAccountAndWithdrawnWhenSwitchedO
   scheduler.advance(2s);
   EXPECT_EQ(came(), registered);
   EXPECT_EQ(defaults.text("push.registeredToken"), "T1");
-  EXPECT_EQ(defaults.text("push.registeredEmail"), "eva@example.org");
+  EXPECT_EQ(defaults.text("push.registeredEmail"), "eva");
   EXPECT_TRUE(defaults.real("push.registeredAt"));
   launch();
   EXPECT_EQ(came(), "") << "nothing changed";
-  account.signIn("adam@example.org");
+  account.signIn("adam");
   scheduler.run();
   EXPECT_EQ(came(), registered);
   EXPECT_TRUE(sync->setOn(false));
@@ -167,9 +150,9 @@ TEST_F(PushSyncTest, ANoticeIsSentInOrderAndGivenUpAfterAWhile) {
   sync->hurry();
   scheduler.run();
   EXPECT_EQ(came(), "") << "old news";
-  account.lock("eva@example.org");
+  account.lock("eva");
   notify({"unlock", {}, {}, {}});
-  account.signIn("adam@example.org");
+  account.signIn("adam");
   scheduler.run();
   EXPECT_EQ(came(), "") << "not for adam";
 }

@@ -7,22 +7,15 @@
 #include <memory>
 
 #include "platform/memory/background_transfer_memory.h"
-#include "platform/memory/files_memory.h"
-#include "platform/memory/machine_memory.h"
-#include "platform/memory/preferences_memory.h"
-#include "platform/memory/random_memory.h"
 #include "service/alert_sender.h"
 #include "testing/recording_log.h"
-#include "testing/scripted_service.h"
-#include "testing/signed_in.h"
-#include "testing/virtual_scheduler.h"
-#include "testing/virtual_worker_queue.h"
+#include "testing/service_world.h"
 
 namespace brindle {
 
 /// An alert sender on memory backends and virtual time, with a scripted service at the far end. The
 /// program can be killed and launched again; files and the system's transfers stay.
-class AlertWorld {
+class AlertWorld : public ServiceWorld {
  public:
   AlertWorld() {
     transfer.setServer(service.server());
@@ -69,16 +62,7 @@ class AlertWorld {
   std::size_t arrived() const { return service.to("api/alert").size(); }
 
   const std::string outbox = "/home/Brindle/outbox-alerts";
-  VirtualScheduler scheduler;
-  MemoryFiles files;
-  ScriptedService service{scheduler};
   MemoryBackgroundTransfer transfer{scheduler, files, std::string(AlertSender::sessionIdentifier)};
-  MemoryHttp http{scheduler, files};
-  SignedIn account{scheduler};
-  ServiceClient client{http, account, "https://service.test/"};
-  MemoryPreferences defaults;
-  MemoryMachine machine;
-  MemoryRandom random{1};
   RecordingLog lines;
   std::map<Uuid, AlertState> ended;
   std::unique_ptr<VirtualWorkerQueue> worker;
