@@ -43,6 +43,7 @@ NightjarStore::~NightjarStore() = default;
 // ---- start
 
 void NightjarStore::start(Role role) {
+  role_ = role;
   PhotoVault::Loaded loaded = services_.vault.load();
   arming_ = Arming::from(loaded.state);
   cameraOff_.load(std::move(loaded.state.cameraOff));
@@ -384,7 +385,7 @@ void NightjarStore::prepareToQuit(std::function<void(bool saved)> done, bool sys
   photos_.stopTaking();
   reports_.hurry();
   cameraOff_.hurry();
-  collaborators_.alertWatch.quitting(systemEnds);
+  if (role_ == Role::guard) collaborators_.alertWatch.quitting(systemEnds);
   quitWait_.begin([this] { return owesAnything(); },
                   [this, done = std::move(done)] {
                     closeUnfinished(history_);

@@ -153,6 +153,7 @@ class NightjarStore final : public ProofSink {
 
   Arming arming_;
   std::optional<std::string> updateInstall_;  // kept as read
+  Role role_ = Role::command;
   SecretsFlow flow_;
   std::optional<WallTime> ownerProvedAt_, lastLockSignalAt_, lastUnlockSeenAt_;
   std::optional<Uuid> relaunchUnlockID_;
