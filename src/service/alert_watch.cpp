@@ -69,6 +69,7 @@ void AlertWatch::start(const Start& start) {
                   },
                   [this](const std::vector<std::string>& labels) {
                     move_.clear(labels);
+                    removeAbandoned();
                     turns_.send(How::regular);
                   }});
   sessionChanges_ = parts_.sessions.onSessionChange([this] { sessionChanged(); });
@@ -251,6 +252,16 @@ void AlertWatch::drop(const Uuid& id) {
   sleepHolds_.answered(id);
 }
 
+/// What was overtaken while on its way is over when it is not on its way any more.
+void AlertWatch::removeAbandoned() {
+  std::vector<Uuid> over;
+  for (const auto& each : outbox_.ops()) {
+    if (each.op.abandoned && !sending_.underWay(each.op.id)) over.push_back(each.op.id);
+  }
+  for (const Uuid& id : over) outbox_.remove(id);
+  outbox_.saveSoon();
+}
+
 void AlertWatch::answered(const AlertWatchOp& op, AlertWatchChannel channel,
                           const ServiceAnswer& answer) {
   if (isCheckIn(op.route) && answer.status != 0) {
@@ -316,6 +327,7 @@ void AlertWatch::sessionChanged() {
   if (now != token_) {
     token_ = now;
     for (const Uuid& id : sending_.underWay()) drop(id);
+    removeAbandoned();
   }
   tellState();
   sendOwed();

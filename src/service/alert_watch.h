@@ -103,6 +103,7 @@ class AlertWatch final : public AlertWatching {
   void photoWritten(AlertWatchOp op, bool written, Bytes& photo, Duration begun);
   void dropFollowers(const Uuid& event);
   void drop(const Uuid& id);
+  void removeAbandoned();
   void ended(const AlertWatchOp& op, AlertWatchResult result, const ServiceAnswer& answer);
   void repeatExtend(const Uuid& event, Duration pause);
   void answered(const AlertWatchOp& op, AlertWatchChannel channel, const ServiceAnswer& answer);

@@ -7,5 +7,5 @@ brindle_library(brindle_service_watch
   LINKS brindle_service_client brindle_core_records
   PRIVATE_LINKS PkgConfig::ICU)
 brindle_test(service_watch_test
-  SOURCES alert_watch_records_test.cpp alert_watch_test.cpp
+  SOURCES alert_watch_random_test.cpp alert_watch_records_test.cpp alert_watch_test.cpp
   LINKS brindle_service_watch brindle_scripted_service brindle_memory brindle_testing)
