@@ -36,9 +36,7 @@ BrindleMacApp::BrindleMacApp(const Services& services, const std::string& folder
       collaborators_(services.scheduler),
       alertService_(services, items_, {folder, temporary},
                     {[this] { return store_.armed(); },
-                     [this](const Uuid& event) {
-                       return store_.ownerChecksOpen() > 0 && store_.pendingConfirm() == event;
-                     },
+                     [this](const Uuid& event) { return store_.beingProved(event); },
                      [this] { store_.turnOn(ArmSource::remote()); }}),
       store_({services.scheduler, services.bootClock, services.screen, services.preferences,
               services.notifications, services.random, services.fileWork, vault_, camera_, secrets_,

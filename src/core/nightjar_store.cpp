@@ -11,6 +11,7 @@ namespace brindle {
 NightjarStore::NightjarStore(const GuardServices& services, const GuardCollaborators& collaborators)
     : services_(services),
       collaborators_(collaborators),
+      proofActivity_(services.scheduler),
       history_([this] { changed(); }),
       saving_(services.vault, services.files, services.scheduler, [this] { return snapshot(); }),
       files_(services.vault, services.files, services.scheduler, saving_, services.log),
@@ -285,8 +286,12 @@ void NightjarStore::wrongTry(WrongTry which) { attempts_.wrongTry(which, pending
 void NightjarStore::ownerCheckOpened() {
   ++ownerChecksOpen_;
   if (armed()) cameraOff_.look();
-  if (const auto pending = pendingConfirm()) collaborators_.alertWatch.extend(*pending);
   publish();
+}
+
+void NightjarStore::ownerCheckUsed() {
+  const auto pending = pendingConfirm();
+  if (pending && proofActivity_.used(*pending)) collaborators_.alertWatch.extend(*pending);
 }
 
 void NightjarStore::ownerCheckClosed() {

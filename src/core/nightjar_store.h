@@ -10,6 +10,7 @@
 #include "core/guard_status.h"
 #include "core/opening_folding.h"
 #include "core/owner_proof.h"
+#include "core/proof_activity.h"
 #include "core/quit_wait.h"
 #include "core/secrets_flow.h"
 #include "core/session_mark.h"
@@ -122,6 +123,11 @@ class NightjarStore final : public ProofSink {
   void wrongTry(WrongTry which) override;
   void ownerCheckOpened() override;
   void ownerCheckClosed() override;
+  void ownerCheckUsed() override;
+  /// Somebody is entering a proof for this event right now.
+  bool beingProved(const Uuid& id) const {
+    return pendingConfirm() == id && proofActivity_.busy(id);
+  }
 
   // ---- the end
   /// `done` from the main loop once everything changed so far is on disk; not while saving fails.
@@ -163,6 +169,7 @@ class NightjarStore final : public ProofSink {
   bool armedThisSitting_ = false, macAsleep_ = false, publishing_ = false;
   bool provedSinceAsked_ = false;
 
+  ProofActivity proofActivity_;
   EventHistory history_;
   StateSaving saving_;
   EventFiles files_;

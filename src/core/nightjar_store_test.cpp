@@ -457,10 +457,22 @@ TEST_F(NightjarStoreTest, TheAlertDelayIsTheOwnersAndBounded) {
 
 TEST_F(NightjarStoreTest, OwnerChecksAreCountedAndBuyTimeAtTheWatch) {
   turnOn();
-  unlockAndSettle();
+  const Uuid event = unlockAndSettle();
   store->ownerCheckOpened();
-  EXPECT_TRUE(others.was("extend"));
+  EXPECT_FALSE(others.was("extend") || store->beingProved(event)) << "a window is no owner";
   EXPECT_EQ(store->ownerChecksOpen(), 1);
+  for (int key = 0; key < 4; ++key) store->ownerCheckUsed();
+  EXPECT_TRUE(store->beingProved(event));
+  EXPECT_EQ(others.count("extend"), 1);
+  scheduler.advance(std::chrono::seconds(10));
+  EXPECT_FALSE(store->beingProved(event));
+  store->ownerCheckUsed();
+  EXPECT_EQ(others.count("extend"), 2);
+  for (int second = 0; second < 300; ++second) {
+    store->ownerCheckUsed();
+    scheduler.advance(std::chrono::seconds(1));
+  }
+  EXPECT_FALSE(store->beingProved(event)) << "not for ever";
   store->ownerCheckClosed();
   store->ownerCheckClosed();
   EXPECT_EQ(store->ownerChecksOpen(), 0);

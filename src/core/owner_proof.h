@@ -45,6 +45,8 @@ class ProofSink {
   /// An owner check has opened or closed (a window, a prompt).
   virtual void ownerCheckOpened() = 0;
   virtual void ownerCheckClosed() = 0;
+  /// Somebody enters something there.
+  virtual void ownerCheckUsed() = 0;
 };
 
 }  // namespace brindle

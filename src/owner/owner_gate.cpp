@@ -132,7 +132,10 @@ void GateSitting::tryAnswer(SecretText entered, Done done) {
   gate_.scheduler_.post(lifetime_.guard([answer, done = std::move(done)] { done(answer); }));
 }
 
+void GateSitting::used() { gate_.sink_.ownerCheckUsed(); }
+
 void GateSitting::tryWith(WrongTry which, SecretText entered, Done done) {
+  used();
   // Telling the sink of a proof may close this sitting: whoever opened it then hears no more.
   auto settle = lifetime_.guard(
       [this, which, begun = gate_.sink_.sitting(), tell = lifetime_.guard(std::move(done))](

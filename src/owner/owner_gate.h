@@ -99,6 +99,8 @@ class GateSitting {
   /// Whole seconds until this proof may be tried again, for a countdown; 0 when it is not locked.
   int secondsLeft(WrongTry which) const;
 
+  /// Somebody types: whoever waits for the proof may wait a little longer. A try says so by itself.
+  void used();
   /// `done` is called from the main loop, or not at all when the sitting is gone by then.
   void tryPin(SecretText entered, Done done);
   void tryAnswer(SecretText entered, Done done);

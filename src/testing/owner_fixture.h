@@ -37,6 +37,7 @@ struct RecordingSink final : ProofSink {
   }
   void ownerCheckOpened() override { ++open; }
   void ownerCheckClosed() override { --open; }
+  void ownerCheckUsed() override { ++used; }
 
   std::vector<OwnerProof> proofs;
   std::vector<WrongTry> wrong;
@@ -45,6 +46,7 @@ struct RecordingSink final : ProofSink {
   std::uint64_t locks = 0;
   bool diskWorks = true;
   int open = 0;
+  int used = 0;
 };
 
 /// The owner's secrets and their gate over memory backends, on virtual time.

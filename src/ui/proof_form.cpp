@@ -38,6 +38,9 @@ ProofForm::ProofForm(std::unique_ptr<GateSitting> sitting, Proved proved)
   addAnswerRow(layout);
   if (sitting_->fingerprintOffered()) addFingerprint(layout);
 
+  for (QLineEdit* field : {pin_, answer_}) {
+    connect(field, &QLineEdit::textEdited, this, [this] { sitting_->used(); });
+  }
   connect(pin_, &QLineEdit::returnPressed, this, &ProofForm::tryPin);
   connect(confirm_, &QPushButton::clicked, this, &ProofForm::tryPin);
   connect(answer_, &QLineEdit::returnPressed, this, &ProofForm::tryAnswer);
