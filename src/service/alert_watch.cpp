@@ -92,20 +92,12 @@ void AlertWatch::tellState() {
   keepBeating();
 }
 
-void AlertWatch::stop() {
-  started_ = false;
-  power_.end();
-  sessionChanges_.end();
-  heartbeat_.end();
-  repeats_.clear();
-  outbox_.save();
-}
-
 void AlertWatch::queueCheckIn(std::optional<std::string> reason) {
-  if (!session()) return;
+  const std::string account = parts_.sessions.accountEmail();
+  if (account.empty()) return;
   const CheckInState state{on_, on_ && outbox_.flag(watch_marks::asleep), std::move(reason)};
   outbox_.mark(watch_marks::toldOn, on_ ? std::optional<PreferenceValue>(true) : std::nullopt);
-  auto* entry = checkIns_.queue(state, machine(), session()->email);
+  auto* entry = checkIns_.queue(state, machine(), account);
   if (!entry) return;
   heartbeat_.end();  // the next pause begins here
   sendNew(*entry);
@@ -148,8 +140,9 @@ AlertWatchOp AlertWatch::newOp(Route route, const Uuid& event, const std::string
 }
 
 void AlertWatch::pending(const WatchedUnlock& unlock) {
-  if (!session()) return;
-  const std::string& account = session()->email;
+  // Owed as soon as it is known whose machine this is, whether or not the keychain has answered.
+  const std::string account = parts_.sessions.accountEmail();
+  if (account.empty()) return;
   events_.begin(unlock.eventID, {unlock.at, outbox_.flag(photoToo, true), false, false, account});
   AlertWatchOp op = newOp(Route::pending, unlock.eventID, account);
   op.body = pendingBody(machine(), unlock, wantsAlerts());
@@ -334,7 +327,7 @@ void AlertWatch::sessionChanged() {
 }
 
 void AlertWatch::declareAsleep() {
-  if (!on_ || !session()) return;
+  if (!on_ || parts_.sessions.accountEmail().empty()) return;
   outbox_.mark(watch_marks::asleep, true);
   queueCheckIn();
 }
@@ -356,6 +349,8 @@ void AlertWatch::woke() {
 }
 
 void AlertWatch::beat() {
+  // A program that goes on was not replaced after all.
+  if (outbox_.flag(watch_marks::updating)) outbox_.mark(watch_marks::updating, std::nullopt);
   if (on_) queueCheckIn();
   sendOwed();
 }

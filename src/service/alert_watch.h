@@ -64,8 +64,6 @@ class AlertWatch final : public AlertWatching {
 
   /// Once, after the guard's state was read. What is called before it is queued.
   void start(const Start& start);
-  /// Sends nothing any more; what is owed stays.
-  void stop();
 
   void guardOn(const ArmSource& source) override;
   void guardOff() override;

@@ -22,7 +22,7 @@ void AlertWatchOutbox::load() {
   auto read = readOps(*stored);
   for (AlertWatchOp& op : read.list) {
     if (byId_.contains(op.id)) continue;
-    ops_.push_back({std::move(op), {}, 0, {}, {}, false});
+    ops_.push_back({std::move(op), {}, 0, {}, {}, false, false});
     byId_[ops_.back().op.id] = std::prev(ops_.end());
   }
   if (read.skipped == 0) return;
@@ -37,7 +37,7 @@ AlertWatchOutbox::Entry* AlertWatchOutbox::find(const Uuid& id) {
 }
 
 AlertWatchOutbox::Entry& AlertWatchOutbox::append(AlertWatchOp op) {
-  ops_.push_back({std::move(op), {}, 0, {}, scheduler_.awakeTime(), false});
+  ops_.push_back({std::move(op), {}, 0, {}, scheduler_.awakeTime(), false, false});
   byId_[ops_.back().op.id] = std::prev(ops_.end());
   dirty_ = true;
   return ops_.back();

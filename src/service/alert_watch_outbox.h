@@ -29,6 +29,7 @@ class AlertWatchOutbox {
     int round = 0;                   ///< failed rounds of this run
     Duration due{};                  ///< awake time before which it is not sent again
     std::optional<Duration> queued;  ///< awake time, if it was queued in this run
+    bool whenRoom = false;           ///< its turn came, but too many others were on their way
     bool toldWaiting = false;        ///< the log knows that it waits for its account
   };
   using Entries = std::list<Entry>;

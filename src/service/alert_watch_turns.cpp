@@ -52,7 +52,7 @@ bool AlertWatchTurns::mayGo(Entry& entry, How how) {
   entry.toldWaiting = false;
   if (how == How::sleep) return true;
   if (entry.due > parts_.scheduler.awakeTime()) return false;
-  return how == How::regular || entry.round == 0 || isYoung(entry);
+  return how == How::regular || entry.whenRoom || entry.round == 0 || isYoung(entry);
 }
 
 bool AlertWatchTurns::handOverAhead(Entry& entry) {
@@ -69,11 +69,10 @@ void AlertWatchTurns::send(How how) {
   if (!parts_.sending.ready()) return;
   const LowestRoutes lowest = lowestRoutes();
   for (Entry& each : parts_.outbox.ops()) {
-    if (how != How::sleep && parts_.sending.count() >= mostAtOnce) break;
     if (!mayGo(each, how)) continue;
-    if (isFirst(each.op, lowest) || (how == How::sleep && handOverAhead(each))) {
-      parts_.sending.send(each);
-    }
+    if (!isFirst(each.op, lowest) && (how != How::sleep || !handOverAhead(each))) continue;
+    each.whenRoom = how != How::sleep && parts_.sending.count() >= mostAtOnce;
+    if (!each.whenRoom) parts_.sending.send(each);
   }
   arm();
 }

@@ -62,7 +62,7 @@ class WatchWorld {
   AlertWatch& launch(AlertWatch::Start start = {}) {
     worker = std::make_unique<VirtualWorkerQueue>(scheduler);
     watch = std::make_unique<AlertWatch>(
-        AlertWatch::Parts{scheduler, *storing, files, *worker, client, background, *sleeping,
+        AlertWatch::Parts{scheduler, preferences, files, *worker, client, background, power,
                           activity, machine, random, sessions, Log(*sink)},
         options);
     watch->start(start);
@@ -113,9 +113,6 @@ class WatchWorld {
   ServiceClient client{http, sessions, "https://service.example"};
   RecordingLog lines;
   AlertWatch::Options options;
-  // What the watch is given; a test may put something of its own between.
-  Preferences* storing = &preferences;
-  SystemPower* sleeping = &power;
   LogSink* sink = &lines;
   double jitter = 0.5;
   bool proving = false;
