@@ -41,6 +41,7 @@ class Trial final : WatchWorld {
  public:
   Trial(std::uint64_t seed, Fault fault) : WatchWorld(seed), dice_(seed), fault_(fault) {
     sink = &looking_;
+    prepare = [this](AlertWatch& each) { listen(each); };
     preferences.setFailing(fault == Fault::sentBeforeStored);
     power.setLongestHold(cap);
     const auto server = [this](const MemoryRequest& request,
@@ -96,12 +97,15 @@ class Trial final : WatchWorld {
   void start() {
     if (fault_ == Fault::sequenceFalls) static_cast<void>(preferences.remove("watch.seq"));
     launch({.on = on_, .asLoginItem = roll(2) == 0});
-    watch->onSend = [this](const AlertWatchOp& op, AlertWatchChannel) {
+  }
+
+  void listen(AlertWatch& each) {
+    each.onSend = [this](const AlertWatchOp& op, AlertWatchChannel) {
       if (refused_.contains(op.id)) fail("refused and sent again");
       const auto& session = sessions.session();
       if (!session || session->email != op.account) fail("sent with another's token");
     };
-    watch->onAnswer = [this](const AlertWatchOp& op, AlertWatchChannel, const ServiceAnswer& got) {
+    each.onAnswer = [this](const AlertWatchOp& op, AlertWatchChannel, const ServiceAnswer& got) {
       const bool meant = fault_ == Fault::refusedAgain && got.status == 503;
       if (got.answer == AnswerClass::refused || meant) refused_.insert(op.id);
     };

@@ -15,6 +15,15 @@ using testing::SizeIs;
 
 class AlertWatchTest : public testing::Test, protected WatchWorld {
  protected:
+  std::string owed() { return preferences.text("watch.outbox").value_or(""); }
+  void answerAll() {
+    service.releaseAll();
+    scheduler.run();
+  }
+  void announceSleep() {
+    power.announceSleep();
+    scheduler.run();
+  }
   bool said(std::string_view line) { return lines.has(line); }
   std::string text(std::string_view path, std::size_t i = 0) {
     const auto all = service.to(path);
@@ -29,7 +38,7 @@ TEST_F(AlertWatchTest, APendingIsOnDiskThenOnTheWireOnBothChannelsAndEndsWithThe
   machine.setName(std::string(59, 'a') + "e\xCC\x81tail");  // an accent of its own is no character
   std::string stored;
   service.onRequest = [&](const ScriptedRequest&) {
-    if (stored.empty()) stored = preferences.text("watch.outbox").value_or("");
+    if (stored.empty()) stored = owed();
   };
   const Uuid event = random.newUuid();
   watch->pending({event, scheduler.wallTime(), "watched-file", 2, "Berlin", "letter.txt"});
@@ -59,12 +68,8 @@ TEST_F(AlertWatchTest, APendingIsOnDiskThenOnTheWireOnBothChannelsAndEndsWithThe
   EXPECT_TRUE(said("sent: pending seq 0 on background, attempt 1"));
   EXPECT_TRUE(said("answer: pending seq 0 on background, HTTP 200 done in 40 ms"));
   EXPECT_TRUE(said("cancelled: pending seq 0 on immediate after 40 ms: the other copy answered"));
-  service.releaseAll();
-  scheduler.run();
-  EXPECT_EQ(lines.count("answer: %{public}s seq %{public}ld on %{public}s, HTTP %{public}ld "
-                        "%{public}s in %{public}ld ms"),
-            1u)
-      << "the second answer is nobody's";
+  answerAll();
+  EXPECT_FALSE(said("answer: pending seq 0 on immediate, HTTP 200 done in 40 ms"));
   EXPECT_EQ(result, AlertWatchResult::done);
   EXPECT_THAT(outboxFiles(), IsEmpty());
   EXPECT_FALSE(preferences.text("watch.outbox"));
@@ -123,41 +128,23 @@ TEST_F(AlertWatchTest, OneEventsOperationsGoInOrderEachAfterTheAnswerToTheOneBef
   watch->extend(event);
   watch->extend(event);
   EXPECT_THAT(routes(), ElementsAre("pending"));
-  const auto answerOne = [this] {
-    service.releaseAll();
-    scheduler.run();
-  };
-  answerOne();
+  answerAll();
   EXPECT_THAT(routes(), ElementsAre("pending", "pending-photo"));
   EXPECT_EQ(text("api/watch/pending-photo"), "a photo");
-  answerOne();
+  answerAll();
   EXPECT_THAT(routes(), ElementsAre("pending", "pending-photo", "extend"));
   proving = true;
-  answerOne();
+  answerAll();
   scheduler.advance(10s);
   EXPECT_THAT(routes(), SizeIs(4)) << "said again while the owner goes on";
   watch->cancel(event);
   EXPECT_EQ(routes().back(), "cancel") << "no more time is wanted, so nobody waits for that answer";
-  answerOne();
+  answerAll();
   watch->cancel(event);
   scheduler.advance(1min);
   EXPECT_THAT(routes(), SizeIs(5));
   EXPECT_THAT(outboxFiles(), IsEmpty());
   EXPECT_FALSE(preferences.text("watch.events"));
-}
-
-TEST_F(AlertWatchTest, ACancelThatComesFirstLeavesThePendingAndDropsThePhoto) {
-  service.setReachable(false);
-  launch();
-  const Uuid event = unlock();
-  takePhoto(event);
-  watch->cancel(event);
-  EXPECT_THAT(preferences.text("watch.outbox").value_or(""), HasSubstr("\"cancelAsked\":true"));
-  takePhoto(event);
-  service.setReachable(true);
-  scheduler.advance(5s);
-  EXPECT_THAT(routes(), ElementsAre("pending", "cancel"));
-  EXPECT_THAT(outboxFiles(), IsEmpty());
 }
 
 TEST_F(AlertWatchTest, WhatFailsIsTriedAgainAfterGrowingPausesForAQuarterOfAnHour) {
@@ -208,7 +195,7 @@ TEST_F(AlertWatchTest, ABodyThatCannotBeWrittenIsSentFromMemoryAndWrittenLater) 
   service.always("api/watch/", {.copies = 0});
   const Uuid event = unlock();
   EXPECT_TRUE(said("outbox: a check-in body not written"));
-  EXPECT_THAT(preferences.text("watch.outbox").value_or(""), HasSubstr("\"body\":\"eyJldmVudElk"));
+  EXPECT_THAT(owed(), HasSubstr("\"body\":\"eyJldmVudElk"));
   EXPECT_THAT(service.requests(), SizeIs(1)) << "the system has no file to take";
   watch->firstPhoto(event, "gone.jpg");
   scheduler.advance(10s);
@@ -221,20 +208,25 @@ TEST_F(AlertWatchTest, ABodyThatCannotBeWrittenIsSentFromMemoryAndWrittenLater) 
   EXPECT_THAT(watch->status().queued, IsEmpty());
 }
 
-TEST_F(AlertWatchTest, NothingGoesWithAnothersToken) {
-  service.setReachable(false);
+TEST_F(AlertWatchTest, NothingGoesWithAnothersTokenAndACancelLeavesOnlyThePending) {
+  service.always("api/watch/", {.held = true});
   launch();
   const Uuid event = unlock();
+  takePhoto(event);
   sessions.signOut();
-  scheduler.advance(5min);
+  scheduler.run();
+  EXPECT_EQ(background.underWay(), 0u) << "its token is not good any more";
   watch->cancel(event);
+  takePhoto(event);
+  EXPECT_THAT(owed(), HasSubstr("\"cancelAsked\":true"));
   EXPECT_TRUE(said("not sent: cancel seq 0 on immediate, signed-out"));
   EXPECT_EQ(watch->status().queued[0].why, AlertWatchStatus::Why::waitsForItsAccount);
   EXPECT_EQ(scheduler.pending(), 0u);
-  service.setReachable(true);
   sessions.signIn("other@example.org", "token-2");
   scheduler.advance(10min);
   kill();
+  service.forgetRequests();
+  service.usual("api/watch/");
   launch();
   scheduler.advance(10min);
   EXPECT_THAT(service.requests(), IsEmpty());
@@ -242,6 +234,7 @@ TEST_F(AlertWatchTest, NothingGoesWithAnothersToken) {
   scheduler.run();
   EXPECT_THAT(routes(), ElementsAre("pending", "cancel"));
   EXPECT_EQ(service.requests()[0].header("Authorization"), "Bearer token-3");
+  EXPECT_THAT(outboxFiles(), IsEmpty());
 }
 
 TEST_F(AlertWatchTest, ARelaunchTakesUpWhatIsOwedAndWhatTheSystemCarriedMeanwhile) {
@@ -320,32 +313,23 @@ TEST_F(AlertWatchTest, TheBackstopIsFlippedByTheOwnerAndByTheService) {
 
 // Sleep
 
-TEST_F(AlertWatchTest, SleepWithNothingOnItsWayIsLetGoAtOnce) {
-  launch();
-  power.announceSleep();
-  scheduler.run();
-  EXPECT_TRUE(said("will sleep: signed in, on false, declared already false"));
-  EXPECT_TRUE(said("sleep: nothing on its way, let go at once"));
-  EXPECT_EQ(power.allowed(), 1);
-  EXPECT_THAT(service.requests(), IsEmpty());
-}
-
 TEST_F(AlertWatchTest, SleepWaitsForTheAnswersOrTheCapAndIsLetGoOnce) {
   service.always("api/watch/", {.held = true});
-  launch({.on = true});
-  service.releaseAll();
-  scheduler.run();
+  launch();
+  announceSleep();
+  EXPECT_TRUE(said("will sleep: signed in, on false, declared already false"));
+  EXPECT_TRUE(said("sleep: nothing on its way, let go at once"));
+  EXPECT_THAT(service.requests(), IsEmpty());
+  watch->guardOn(ArmSource::owner());
+  answerAll();
   power.setLongestHold(4s);
-  power.announceSleep();
-  scheduler.run();
+  announceSleep();
   EXPECT_THAT(text("api/watch/beat", 2), HasSubstr("\"on\":true,\"sleeping\":true"));
   EXPECT_TRUE(said("sleep: held for 1 request(s), cap 4.000000 s"));
-  EXPECT_EQ(power.allowed(), 0);
-  scheduler.advance(1500ms);
-  service.releaseAll();
-  scheduler.run();
-  EXPECT_TRUE(said("sleep: let go after 1500 ms (done)"));
   EXPECT_EQ(power.allowed(), 1);
+  scheduler.advance(1500ms);
+  answerAll();
+  EXPECT_TRUE(said("sleep: let go after 1500 ms (done)"));
   scheduler.sleepFor(9h);
   power.wake();
   scheduler.run();
@@ -354,15 +338,11 @@ TEST_F(AlertWatchTest, SleepWaitsForTheAnswersOrTheCapAndIsLetGoOnce) {
   power.announceSleep();
   scheduler.advance(4s);
   EXPECT_TRUE(said("sleep: let go after 4000 ms (cap)"));
-  service.releaseAll();
-  scheduler.run();
-  EXPECT_EQ(power.allowed(), 2);
-  power.announceSleep();
-  scheduler.run();
-  EXPECT_TRUE(said("will sleep: signed in, on true, declared already true"));
+  answerAll();
+  EXPECT_EQ(power.allowed(), 3);
   unlock();
-  power.announceSleep();
-  scheduler.run();
+  announceSleep();
+  EXPECT_TRUE(said("will sleep: signed in, on true, declared already true"));
   EXPECT_EQ(power.allowed(), 3);
   kill();
   EXPECT_EQ(power.allowed(), 4) << "the machine must not wait for a program that is gone";
@@ -373,17 +353,15 @@ TEST_F(AlertWatchTest, NearSleepACancelGoesAheadAndOnceMoreInItsOrder) {
   launch();
   const Uuid event = unlock();
   takePhoto(event);
-  power.announceSleep();
-  scheduler.run();
+  announceSleep();
   EXPECT_TRUE(said("sleep: pending-photo handed over ahead of its order"));
   watch->cancel(event);
-  power.announceSleep();
-  scheduler.run();
+  announceSleep();
   EXPECT_TRUE(said("sleep: cancel handed over ahead of its order"));
   EXPECT_THAT(routes(), ElementsAre("pending", "pending-photo", "cancel"));
   service.release(4);
   scheduler.run();
-  EXPECT_THAT(preferences.text("watch.outbox").value_or(""), HasSubstr("\"route\":\"cancel\""));
+  EXPECT_THAT(owed(), HasSubstr("\"route\":\"cancel\""));
   service.usual("api/watch/");
   service.release(0);
   scheduler.run();

@@ -65,6 +65,7 @@ class WatchWorld {
         AlertWatch::Parts{scheduler, preferences, files, *worker, client, background, power,
                           activity, machine, random, sessions, Log(*sink)},
         options);
+    if (prepare) prepare(*watch);
     watch->start(start);
     scheduler.run();
     return *watch;
@@ -114,6 +115,7 @@ class WatchWorld {
   RecordingLog lines;
   AlertWatch::Options options;
   LogSink* sink = &lines;
+  std::function<void(AlertWatch&)> prepare;  ///< before each start
   double jitter = 0.5;
   bool proving = false;
   std::unique_ptr<VirtualWorkerQueue> worker;
