@@ -1,13 +1,16 @@
 // Loaded into the guard by unlock_latency.py (LD_PRELOAD): writes a line to the descriptor named in
 // BRINDLE_PROBE_FD when the guard turns to GStreamer ("camera"), when a document lies in its place
-// ("renamed") and when the folder that holds it is flushed ("durable"), each with CLOCK_MONOTONIC
-// in nanoseconds. The guard itself is the release as it is.
+// ("renamed"), when the folder that holds it is flushed ("durable"), when the check-in of an
+// occurrence leaves ("wire") and when its answer is here ("answered"), each with CLOCK_MONOTONIC in
+// nanoseconds. The guard itself is the release as it is.
 
 #include <dlfcn.h>
 #include <limits.h>
+#include <sys/socket.h>
 #include <time.h>
 #include <unistd.h>
 
+#include <atomic>
 #include <cstdio>
 #include <cstdlib>
 #include <string>
@@ -41,6 +44,9 @@ bool isDataFolder(int descriptor) {
          std::string_view(path, static_cast<std::size_t>(length)).ends_with("/Brindle");
 }
 
+/// The connection that carries the check-in.
+std::atomic<int> asked = -1;
+
 }  // namespace
 
 extern "C" {
@@ -67,6 +73,22 @@ int fsync(int descriptor) {
   const int result = real<int(int)>("fsync")(descriptor);
   if (result == 0 && isDataFolder(descriptor)) tell("durable");
   return result;
+}
+
+ssize_t send(int socket, const void* bytes, size_t size, int flags) {
+  const std::string_view text(static_cast<const char*>(bytes), size);
+  if (text.starts_with("POST /api/watch/pending ")) {
+    tell("wire");
+    asked = socket;
+  }
+  return real<ssize_t(int, const void*, size_t, int)>("send")(socket, bytes, size, flags);
+}
+
+ssize_t recv(int socket, void* bytes, size_t size, int flags) {
+  const auto got = real<ssize_t(int, void*, size_t, int)>("recv")(socket, bytes, size, flags);
+  int same = socket;
+  if (got > 0 && asked.compare_exchange_strong(same, -1)) tell("answered");
+  return got;
 }
 
 }  // extern "C"
