@@ -48,7 +48,7 @@ void GuardRun::start(std::function<void()> started) {
   // A killed run may have left half-written files, photos of people among them. This one has the
   // instance lock, so nobody is writing them now.
   PosixFiles files(paths_.data);
-  for (const char* folder : {"", "/photos"}) {
+  for (const char* folder : {"", "/photos", "/outbox", "/outbox-alerts"}) {
     static_cast<void>(files.removeLeftovers(paths_.data + folder));  // the next start tries again
   }
   offerLinks();
