@@ -20,7 +20,10 @@ class MemorySystemPower final : public SystemPower {
     Subscription wake = woke_.add(std::move(listener.woke));
     auto both =
         std::make_shared<std::pair<Subscription, Subscription>>(std::move(sleep), std::move(wake));
-    return Subscription([both] { *both = {}; });
+    return Subscription([both] {
+      both->first.end();
+      both->second.end();
+    });
   }
   Duration longestHold() const override { return longestHold_; }
   ServiceReport report() const override { return {"sleep", "memory", true, "driven by hand"}; }
