@@ -14,7 +14,7 @@ import sys
 # The C++ library and runtime come with the compiler; the libraries with their own headers.
 GIVEN = re.compile(
     r"__ZN?K?St|__ZT[IVS]N?K?St|__Zn[aw]|__Zd[al]|__ZTVN10__cxxabiv|___cxa_|___gxx_|__Unwind_"
-    r"|___clang_call|___(u?div|umod|mod)ti3|___stack_chk_|___dso_handle"       # C++ and compiler
+    r"|___clang_call|___isPlatformVersionAtLeast|___(u?div|umod|mod)ti3|___stack_chk_|___dso_handle"       # C++ and compiler
     r"|_objc_|_OBJC_EHTYPE_|___objc_|___CFConstantString|__NSConcrete|__Block_|__objc_empty"
     r"|__ZN?K?5boost|__ZT[IVS]N5boost|_EVP_|_OPENSSL_|_CRYPTO_|_OpenSSL_|_PKCS5_|_\w+_72$"
     r"|__ZN?K?6icu_72|__ZT[IVS]N6icu_72"                                       # libraries

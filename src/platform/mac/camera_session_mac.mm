@@ -52,17 +52,6 @@ NSArray<AVCaptureDevice*>* discovered() {
       .devices;
 }
 
-/// AVFoundation throws for whatever it thinks misused, a camera that vanishes at the wrong moment
-/// included; no exception may cross our functions.
-bool withoutException(void (^NS_NOESCAPE work)(void)) {
-  @try {
-    work();
-    return true;
-  } @catch (NSException*) {
-    return false;
-  }
-}
-
 }  // namespace
 
 AVCaptureDevice* chooseCamera() {

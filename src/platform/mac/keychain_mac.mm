@@ -2,6 +2,7 @@
 
 #include <fmt/format.h>
 
+#include "platform/mac/entitlement_mac.h"
 #include "platform/mac/mac_backends.h"
 #include "platform/mac/mac_names.h"
 #include "platform/mac/mac_support.h"
@@ -31,13 +32,6 @@ void putValue(Query* into, KeychainStore store, NSData* data) {
   if (store == KeychainStore::dataProtection) {
     into[key(kSecAttrAccessible)] = key(kSecAttrAccessibleWhenUnlockedThisDeviceOnly);
   }
-}
-
-id entitlement(NSString* name) {
-  const mac::CfOwned<SecTaskRef> task(SecTaskCreateFromSelf(nullptr));
-  if (!task) return nil;
-  return CFBridgingRelease(
-      SecTaskCopyValueForEntitlement(task.get(), (__bridge CFStringRef)name, nullptr));
 }
 
 std::string messageOf(OSStatus status) {
@@ -77,11 +71,11 @@ class MacKeychain final : public Keychain {
   }
 
   bool provisioned() override {
-    id groups = entitlement(mac::names::keychainAccessGroups);
+    id groups = mac::entitlement(mac::names::keychainAccessGroups);
     const bool grouped =
         [groups isKindOfClass:NSArray.class] && static_cast<NSArray<NSString*>*>(groups).count > 0;
-    return grouped && entitlement(mac::names::applicationIdentifier) &&
-           entitlement(mac::names::teamIdentifier);
+    return grouped && mac::entitlement(mac::names::applicationIdentifier) &&
+           mac::entitlement(mac::names::teamIdentifier);
   }
 
   // Without the entitlement a read may answer "not found", so that only adding an item tells.

@@ -6,25 +6,37 @@
 #include <string>
 
 #include "base/log.h"
+#include "platform/apple_sign_in.h"
+#include "platform/background_transfer.h"
 #include "platform/boot_clock.h"
 #include "platform/camera.h"
 #include "platform/flash_window.h"
+#include "platform/http.h"
 #include "platform/image.h"
 #include "platform/keychain.h"
 #include "platform/login_item.h"
+#include "platform/machine.h"
+#include "platform/network_path.h"
 #include "platform/notifications.h"
 #include "platform/posix/files_posix.h"
 #include "platform/preferences.h"
+#include "platform/process_activity.h"
+#include "platform/push_registration.h"
 #include "platform/random.h"
+#include "platform/scheduler.h"
 #include "platform/screen_lock.h"
+#include "platform/system_power.h"
+#include "platform/web_sign_in.h"
 #include "platform/worker_queue.h"
 
 namespace brindle {
 
+class MacQuitSender;
+
 // The services of macOS 14 and later behind the platform headers. Each is made on the main thread
 // and destroyed there; what comes back from the system is handed on by the main dispatch queue. The
-// scheduler and the quit sender have headers of their own, because the application also drives
-// them; the primitives of platform/crypto.h are those of OpenSSL, as on every system.
+// scheduler, the quit sender and the links have headers of their own, because the application also
+// drives them; the primitives of platform/crypto.h are those of OpenSSL, as on every system.
 
 std::unique_ptr<BootClock> makeMacBootClock();
 /// `home` is the folder that its report is about.
@@ -46,6 +58,21 @@ std::unique_ptr<ScreenLock> makeMacScreenLock();
 std::unique_ptr<CameraDevice> makeMacCamera();
 std::unique_ptr<FlashWindow> makeMacFlashWindow();
 std::unique_ptr<ImageReader> makeMacImageReader();
+
+std::unique_ptr<Http> makeMacHttp(Scheduler& scheduler);
+/// One for each `identifier` and process; the system keeps its transfers under it.
+std::unique_ptr<BackgroundTransfer> makeMacBackgroundTransfer(Scheduler& scheduler,
+                                                              std::string identifier);
+std::unique_ptr<NetworkPath> makeMacNetworkPath(Scheduler& scheduler);
+std::unique_ptr<SystemPower> makeMacSystemPower();
+std::unique_ptr<ProcessActivity> makeMacProcessActivity();
+std::unique_ptr<Machine> makeMacMachine();
+/// These two need a program with windows to ask in front of, and say so where there are none.
+std::unique_ptr<WebSignIn> makeMacWebSignIn(Scheduler& scheduler);
+std::unique_ptr<AppleSignIn> makeMacAppleSignIn(Scheduler& scheduler);
+/// Through the application's delegate, which `application` is and which outlives it; without one
+/// nothing is delivered.
+std::unique_ptr<PushRegistration> makeMacPushRegistration(MacQuitSender* application);
 
 /// Keeps windows of ours, each told by its content view, in front of everything a person could
 /// bring up, and this application the one that gets the keys: meanwhile there is no Dock, no menu

@@ -25,6 +25,8 @@ inline NSString* const sessionScreenIsLocked = @"CGSSessionScreenIsLocked";
 inline NSString* const keychainAccessGroups = @"keychain-access-groups";
 inline NSString* const applicationIdentifier = @"com.apple.application-identifier";
 inline NSString* const teamIdentifier = @"com.apple.developer.team-identifier";
+// Apple: "Sign in with Apple Entitlement".
+inline NSString* const appleSignIn = @"com.apple.developer.applesignin";
 
 /// Key of -[NSScreen deviceDescription] (NSScreen.h); its number is the display's identifier.
 inline NSString* const screenNumber = @"NSScreenNumber";

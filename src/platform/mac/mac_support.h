@@ -47,6 +47,10 @@ NSData* _Nonnull dataOf(ByteView bytes);
 Bytes bytesOf(NSData* _Nonnull data);
 std::string describe(NSError* _Nullable error);
 
+/// False when `work` threw. Frameworks throw for whatever they think misused, a camera or a file
+/// that vanishes at the wrong moment included; no exception may cross our functions.
+bool withoutException(NS_NOESCAPE void (^_Nonnull work)(void));
+
 /// Runs `task` on the main queue, later. Any thread.
 void onMain(std::function<void()> task);
 

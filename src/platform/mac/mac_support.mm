@@ -32,6 +32,15 @@ std::string describe(NSError* error) {
                      error.code);
 }
 
+bool withoutException(NS_NOESCAPE void (^work)(void)) {
+  @try {
+    work();
+    return true;
+  } @catch (NSException*) {
+    return false;
+  }
+}
+
 void onMain(std::function<void()> task) {
   // Shared, so that the task and what it holds are destroyed on the main thread and not by whoever
   // drops the block last.

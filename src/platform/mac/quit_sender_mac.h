@@ -2,6 +2,7 @@
 
 #include <memory>
 
+#include "platform/push_registration.h"
 #include "platform/quit_sender.h"
 
 namespace brindle {
@@ -15,6 +16,12 @@ class MacQuitSender : public QuitSender {
   /// false cancels, and with it the log out or shut down that asked. Answers whether AppKit was
   /// waiting: upon a signal, or our own menu, nothing waits and nothing happens.
   virtual bool reply(bool quit) = 0;
+
+  /// Whether the system started the application because its person logged in. Known once AppKit has
+  /// begun to finish launching; false before.
+  virtual bool startedAtLogin() const = 0;
+  /// What AppKit tells its delegate, and only it, of push messages.
+  virtual void listenForPush(PushRegistration::Listener listener) = 0;
 };
 
 /// Becomes the application's delegate. Make it before the window toolkit's application object: the

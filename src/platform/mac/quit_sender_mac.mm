@@ -3,17 +3,13 @@
 #import <AppKit/AppKit.h>
 #import <CoreServices/CoreServices.h>
 
+#include "platform/mac/app_delegate_mac.h"
 #include "platform/mac/code_check_mac.h"
 #include "platform/mac/mac_support.h"
 #include "platform/mac/quit_signals_mac.h"
 
+namespace brindle {
 namespace {
-using Ordered = brindle::Listeners<brindle::QuitOrder>;
-
-/// Lives with the sender.
-struct Waiting {
-  bool appKitWaits = false;
-};
 
 std::string fourCharacters(OSType code) {
   if (code == 0) return "";
@@ -35,8 +31,8 @@ std::string reasonOf(NSAppleEventDescriptor* event) {
   return fourCharacters(codeOf([event paramDescriptorForKeyword:kAEQuitReason]));
 }
 
-brindle::mac::EventSender senderOf(NSAppleEventDescriptor* event) {
-  brindle::mac::EventSender sender;
+mac::EventSender senderOf(NSAppleEventDescriptor* event) {
+  mac::EventSender sender;
   sender.auditToken = [event attributeDescriptorForKeyword:keySenderAuditTokenAttr].data;
   sender.actualToken = [event attributeDescriptorForKeyword:keyActualSenderAuditToken].data;
   sender.pid = [event attributeDescriptorForKeyword:keySenderPIDAttr].int32Value;
@@ -44,69 +40,77 @@ brindle::mac::EventSender senderOf(NSAppleEventDescriptor* event) {
 }
 
 /// Reads the event while it is being delivered; later it is gone.
-brindle::QuitOrder currentOrder() {
+QuitOrder currentOrder() {
   NSAppleEventDescriptor* event = NSAppleEventManager.sharedAppleEventManager.currentAppleEvent;
   const bool isQuit =
       event && event.eventClass == kCoreEventClass && event.eventID == kAEQuitApplication;
   if (!isQuit) return {"", false, "this application"};
-  const brindle::mac::EventSender sender = senderOf(event);
-  return {reasonOf(event), brindle::mac::isLoginWindow(sender), brindle::mac::describe(sender)};
+  const mac::EventSender sender = senderOf(event);
+  return {reasonOf(event), mac::isLoginWindow(sender), mac::describe(sender)};
 }
-}  // namespace
 
-@interface BrindleQuitDelegate : NSObject <NSApplicationDelegate>
-- (instancetype)initWithOrdered:(std::weak_ptr<Ordered>)ordered
-                        waiting:(std::weak_ptr<Waiting>)waiting;
-@end
+/// While the launch is being finished, the event is the one that caused it.
+bool launchedByLogin() {
+  NSAppleEventDescriptor* event = NSAppleEventManager.sharedAppleEventManager.currentAppleEvent;
+  const bool opens =
+      event && event.eventClass == kCoreEventClass && event.eventID == kAEOpenApplication;
+  return opens &&
+         codeOf([event paramDescriptorForKeyword:keyAEPropData]) == keyAELaunchedAsLogInItem;
+}
 
-@implementation BrindleQuitDelegate {
-  std::weak_ptr<Ordered> _ordered;
-  std::weak_ptr<Waiting> _waiting;
-}
-- (instancetype)initWithOrdered:(std::weak_ptr<Ordered>)ordered
-                        waiting:(std::weak_ptr<Waiting>)waiting {
-  if ((self = [super init])) {
-    _ordered = std::move(ordered);
-    _waiting = std::move(waiting);
-  }
-  return self;
-}
-- (NSApplicationTerminateReply)applicationShouldTerminate:(NSApplication*)sender {
-  const auto ordered = _ordered.lock();
-  const auto waiting = _waiting.lock();
+/// What the delegate's calls change.
+struct AppState {
+  Listeners<QuitOrder> ordered;
+  bool appKitWaits = false;
+  bool startedAtLogin = false;
+};
+
+/// Whether AppKit is to wait.
+bool mayNotQuitYet(const std::shared_ptr<AppState>& state) {
   // Nobody listens before the guard is loaded and after it is closed: then quitting is plain.
-  if (!ordered || !waiting || ordered->empty()) return NSTerminateNow;
-  waiting->appKitWaits = true;
-  const std::weak_ptr<Ordered> weak = _ordered;
-  brindle::mac::onMain([weak, order = currentOrder()] {
-    const auto listeners = weak.lock();
-    if (listeners && !listeners->empty()) return listeners->tell(order);
+  if (state->ordered.empty()) return false;
+  state->appKitWaits = true;
+  mac::onMain([weak = std::weak_ptr(state), order = currentOrder()] {
+    const auto alive = weak.lock();
+    if (alive && !alive->ordered.empty()) return alive->ordered.tell(order);
     // Whoever listened has gone meanwhile; AppKit still waits for an answer.
     [NSApplication.sharedApplication replyToApplicationShouldTerminate:YES];
   });
-  return NSTerminateLater;
+  return true;
 }
-@end
-
-namespace brindle {
-namespace {
 
 class MacAppQuitSender final : public MacQuitSender {
  public:
-  MacAppQuitSender() { NSApplication.sharedApplication.delegate = delegate_; }
+  MacAppQuitSender() {
+    const std::weak_ptr<AppState> weak = state_;
+    events_->terminates = [weak] {
+      const auto state = weak.lock();
+      return state && mayNotQuitYet(state);
+    };
+    events_->launches = [weak] {
+      if (const auto state = weak.lock()) state->startedAtLogin = launchedByLogin();
+    };
+    NSApplication.sharedApplication.delegate = delegate_;
+  }
   ~MacAppQuitSender() override {
     NSApplication* application = NSApplication.sharedApplication;
     if (application.delegate == delegate_) application.delegate = nil;
   }
 
   Subscription onQuitOrder(std::function<void(QuitOrder)> ordered) override {
-    return ordered_->add(std::move(ordered));
+    return state_->ordered.add(std::move(ordered));
   }
 
   bool reply(bool quit) override {
-    if (!std::exchange(waiting_->appKitWaits, false)) return false;
+    if (!std::exchange(state_->appKitWaits, false)) return false;
     [NSApplication.sharedApplication replyToApplicationShouldTerminate:quit ? YES : NO];
     return true;
+  }
+
+  bool startedAtLogin() const override { return state_->startedAtLogin; }
+
+  void listenForPush(PushRegistration::Listener listener) override {
+    events_->push = std::move(listener);
   }
 
   ServiceReport report() const override {
@@ -115,11 +119,11 @@ class MacAppQuitSender final : public MacQuitSender {
   }
 
  private:
-  std::shared_ptr<Ordered> ordered_ = std::make_shared<Ordered>();
-  std::shared_ptr<Waiting> waiting_ = std::make_shared<Waiting>();
-  BrindleQuitDelegate* delegate_ =  // the application holds it weakly
-      [[BrindleQuitDelegate alloc] initWithOrdered:ordered_ waiting:waiting_];
-  mac::QuitSignals signals_{ordered_};
+  std::shared_ptr<AppState> state_ = std::make_shared<AppState>();
+  std::shared_ptr<mac::AppEvents> events_ = std::make_shared<mac::AppEvents>();
+  BrindleAppDelegate* delegate_ =  // the application holds it weakly
+      [[BrindleAppDelegate alloc] initWithEvents:events_];
+  mac::QuitSignals signals_{std::shared_ptr<Listeners<QuitOrder>>(state_, &state_->ordered)};
 };
 
 }  // namespace
