@@ -34,6 +34,9 @@ class Files {
   /// flushes the folder. On failure the file that was there is as it was and the temporary file is
   /// gone; after a failed flush nothing of that attempt is trusted.
   virtual FileResult<void> writeWhole(const std::string& path, ByteView content) = 0;
+  /// As `writeWhole`, but nothing is flushed: once it returned it outlives this program, while a
+  /// power cut may leave nothing of it, or an empty file.
+  virtual FileResult<void> writeUnflushed(const std::string& path, ByteView content) = 0;
   /// Makes the folder and the missing ones above it.
   virtual FileResult<void> makeFolder(const std::string& path) = 0;
   /// Names (not paths) of the entries, sorted; without "." and "..".

@@ -42,6 +42,8 @@ TYPED_TEST_P(FilesContract, WritesWholeFilesAndListsThemSorted) {
   EXPECT_EQ(this->text("a"), "");
   EXPECT_EQ(this->text("b"), "second");
   EXPECT_EQ(this->text("c"), large);
+  EXPECT_TRUE(this->files().writeUnflushed(this->at("b"), viewOf("third")));
+  EXPECT_EQ(this->text("b"), "third");
   ASSERT_TRUE(this->files().makeFolder(this->at("folder/inside")));
   ASSERT_TRUE(this->files().makeFolder(this->at("folder/inside"))) << "made already";
   using Names = std::vector<std::string>;

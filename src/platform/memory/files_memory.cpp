@@ -132,10 +132,10 @@ FileResult<Bytes> MemoryFiles::read(const std::string& path) {
   return node->content;
 }
 
-FileResult<void> MemoryFiles::writeSteps(const std::string& path, ByteView content) {
+FileResult<void> MemoryFiles::writeSteps(const std::string& path, ByteView content, bool flushed) {
   const std::string fresh = joinPath(folderOf(path), temporaryName(nameOf(path)));
   auto result = step({FileOp::write, fresh, {}, Bytes(content.begin(), content.end())});
-  if (result) result = step({FileOp::flush, fresh, {}, {}});
+  if (result && flushed) result = step({FileOp::flush, fresh, {}, {}});
   if (result) result = step({FileOp::rename, fresh, path, {}});
   if (!result) (void)step({FileOp::remove, fresh, {}, {}});
   return result;
@@ -155,6 +155,11 @@ FileResult<void> MemoryFiles::writeWhole(const std::string& path, ByteView conte
     }
   }
   return result;
+}
+
+FileResult<void> MemoryFiles::writeUnflushed(const std::string& path, ByteView content) {
+  const std::lock_guard lock(mutex_);
+  return writeSteps(path, content, false);
 }
 
 FileResult<void> MemoryFiles::makeFolder(const std::string& path) {

@@ -20,6 +20,7 @@ class MemoryFiles final : public Files {
 
   FileResult<Bytes> read(const std::string& path) override;
   FileResult<void> writeWhole(const std::string& path, ByteView content) override;
+  FileResult<void> writeUnflushed(const std::string& path, ByteView content) override;
   FileResult<void> makeFolder(const std::string& path) override;
   FileResult<std::vector<std::string>> list(const std::string& folder) override;
   FileResult<void> renameNew(const std::string& from, const std::string& to) override;
@@ -62,7 +63,7 @@ class MemoryFiles final : public Files {
   FileResult<void> step(const FileStep& step);
   FileResult<void> change(const FileStep& step);
   FileResult<void> moveName(const FileStep& step, bool keepsSource, bool replaces);
-  FileResult<void> writeSteps(const std::string& path, ByteView content);
+  FileResult<void> writeSteps(const std::string& path, ByteView content, bool flushed = true);
   std::optional<FileError> injected(FileOp op);
   Names* namesOf(const std::string& path);
   std::shared_ptr<Node> find(const std::string& path);

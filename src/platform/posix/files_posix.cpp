@@ -121,20 +121,21 @@ FileResult<Bytes> PosixFiles::read(const std::string& path) {
   return readAll(file.get());
 }
 
-FileResult<void> PosixFiles::writeNew(const std::string& path, ByteView content) {
+FileResult<void> PosixFiles::writeNew(const std::string& path, ByteView content, Lasting lasting) {
   if (::unlink(path.c_str()) == 0) tell(FileOp::remove, path);  // left by a crash
   Descriptor file = openFile(path, O_WRONLY | O_CREAT | O_EXCL | O_NOFOLLOW);
   if (!file) return failure(errno);
   if (!writeAll(file.get(), content)) return failure(errno);
   tell(FileOp::write, path, {}, content);
+  if (lasting == Lasting::unflushed) return outcome(file.close());
   if (uninterrupted([&] { return flush_(file.get()); }) != 0) return failure(errno);
   tell(FileOp::flush, path);
   return outcome(file.close());
 }
 
-FileResult<void> PosixFiles::replace(const std::string& path, ByteView content) {
+FileResult<void> PosixFiles::replace(const std::string& path, ByteView content, Lasting lasting) {
   const std::string fresh = joinPath(folderOf(path), temporaryName(nameOf(path)));
-  auto result = writeNew(fresh, content);
+  auto result = writeNew(fresh, content, lasting);
   if (result) result = outcome(::rename(fresh.c_str(), path.c_str()) == 0);
   if (result) {
     tell(FileOp::rename, fresh, path);
@@ -163,6 +164,10 @@ FileResult<void> PosixFiles::writeWhole(const std::string& path, ByteView conten
   result = flushedFolder(folderOf(path));
   if (!result && (earlier || !wasThere)) putBack(path, earlier.get());
   return result;
+}
+
+FileResult<void> PosixFiles::writeUnflushed(const std::string& path, ByteView content) {
+  return replace(path, content, Lasting::unflushed);
 }
 
 FileResult<void> PosixFiles::makeFolder(const std::string& path) {

@@ -19,6 +19,7 @@ class PosixFiles final : public Files {
 
   FileResult<Bytes> read(const std::string& path) override;
   FileResult<void> writeWhole(const std::string& path, ByteView content) override;
+  FileResult<void> writeUnflushed(const std::string& path, ByteView content) override;
   FileResult<void> makeFolder(const std::string& path) override;
   FileResult<std::vector<std::string>> list(const std::string& folder) override;
   FileResult<void> renameNew(const std::string& from, const std::string& to) override;
@@ -34,8 +35,11 @@ class PosixFiles final : public Files {
   FileResult<std::size_t> removeLeftovers(const std::string& folder);
 
  private:
-  FileResult<void> writeNew(const std::string& path, ByteView content);
-  FileResult<void> replace(const std::string& path, ByteView content);
+  enum class Lasting { flushed, unflushed };
+
+  FileResult<void> writeNew(const std::string& path, ByteView content, Lasting lasting);
+  FileResult<void> replace(const std::string& path, ByteView content,
+                           Lasting lasting = Lasting::flushed);
   void putBack(const std::string& path, int earlier);
   FileResult<void> flushedFolder(const std::string& folder);
   void tell(FileOp op, const std::string& path, const std::string& to = {}, ByteView content = {});
