@@ -53,7 +53,7 @@ void AlertWatch::start(const Start& start) {
   on_ = on_ || start.on;
   token_ = session() ? session()->token : std::string();
   move_.copy();
-  matchBodies(outbox_, bodies_, parts_.files, parts_.log);
+  matchBodies(outbox_, bodies_, parts_.log);
   parts_.log.notice(
       "start: %{public}s, backstop %{public}s, enabled %{bool,public}d, %{public}ld queued",
       signedInWord(), wordOf(outbox_.flag(backstop, true)), wantsAlerts(), outbox_.ops().size());

@@ -20,6 +20,15 @@ void writeShort(JsonWriter& out, std::string_view key, const std::optional<std::
   if (text) out.field(key, firstCharacters(*text, longestText));
 }
 
+/// With a second try when the folder is missing.
+template <class Write>
+bool writeInFolder(Files& files, const std::string& folder, Write write) {
+  const FileResult<void> written = write();
+  if (written) return true;
+  if (written.error().kind != FileError::Kind::notFound) return false;
+  return files.makeFolder(folder).has_value() && write().has_value();
+}
+
 }  // namespace
 
 Bytes checkInBody(const WatchedMachine& machine, const CheckInState& state, std::int64_t seq,
@@ -67,11 +76,9 @@ Bytes eventBody(const Uuid& event) {
 
 bool writeBodyFile(Files& files, const std::string& folder, const std::string& name,
                    ByteView content) {
-  const std::string path = joinPath(folder, name);
-  const auto written = files.writeWhole(path, content);
-  if (written) return true;
-  if (written.error().kind != FileError::Kind::notFound) return false;
-  return files.makeFolder(folder).has_value() && files.writeWhole(path, content).has_value();
+  return writeInFolder(files, folder, [&] {  //
+    return files.writeWhole(joinPath(folder, name), content);
+  });
 }
 
 std::string AlertWatchBodies::fileName(const AlertWatchOp& op) {
@@ -82,12 +89,19 @@ std::string AlertWatchBodies::fileName(const AlertWatchOp& op) {
 void AlertWatchBodies::keep(AlertWatchOp& op) {
   if (!op.file.empty()) return;
   const std::string name = fileName(op);
-  if (!writeBodyFile(files_, folder_, name, op.body)) {
+  const auto write = [&] { return files_.writeUnflushed(joinPath(folder_, name), op.body); };
+  if (!writeInFolder(files_, folder_, write)) {
     log_.notice("outbox: a check-in body not written");
     return;
   }
   op.file = name;
-  op.body.clear();
+}
+
+bool AlertWatchBodies::isWhole(const AlertWatchOp& op) {
+  if (op.body.empty()) return files_.exists(path(op)).value_or(true);
+  const auto found = files_.read(path(op));
+  if (!found) return found.error().kind != FileError::Kind::notFound;  // in doubt it stays
+  return *found == op.body;
 }
 
 std::string AlertWatchBodies::pathOf(const std::string& file) const {

@@ -37,9 +37,12 @@ class AlertWatchBodies {
   AlertWatchBodies(Files& files, std::string folder, Log log)
       : files_(files), folder_(std::move(folder)), log_(log) {}
 
-  /// Puts the operation's body into its file, unless it lies there already. On failure it stays in
-  /// the operation, to be tried again before the next sending.
+  /// Puts the operation's body into its file, unless it lies there already. On failure that is
+  /// tried again before the next sending. The body stays in the operation as well: that is stored
+  /// in any case, so that the file need not be flushed while the wire waits.
   void keep(AlertWatchOp& op);
+  /// The file is there with what the operation's body says, if it says anything.
+  bool isWhole(const AlertWatchOp& op);
   /// Where the body lies; empty when it does not.
   std::string path(const AlertWatchOp& op) const {
     return op.file.empty() ? std::string() : pathOf(op.file);
@@ -68,7 +71,7 @@ class AlertWatchBodies {
   std::map<std::string, std::string> elsewhere_;
 };
 
-/// Writes a body file, making its folder when it is missing. Any thread.
+/// Writes a body file that must last, making its folder when it is missing. Any thread.
 bool writeBodyFile(Files& files, const std::string& folder, const std::string& name,
                    ByteView content);
 

@@ -11,24 +11,28 @@ std::string_view reasonOf(const AlertWatchOutbox& marks, bool asLoginItem) {
   return asLoginItem ? "login-item" : "quit";
 }
 
-/// A body that only names its event can be made again, any other is gone.
-bool makeAgain(AlertWatchOp& op) {
-  if (op.route != AlertWatchRoute::extend && op.route != AlertWatchRoute::cancel) return false;
-  op.body = eventBody(op.eventID.value_or(Uuid()));
+/// A body that the operation holds, or that only names its event, can be written again.
+bool writeAgain(AlertWatchOp& op, AlertWatchBodies& bodies) {
+  const bool namesEvent =
+      op.route == AlertWatchRoute::extend || op.route == AlertWatchRoute::cancel;
+  if (op.body.empty() && !namesEvent) return false;
+  if (op.body.empty()) op.body = eventBody(op.eventID.value_or(Uuid()));
   op.file.clear();
+  bodies.keep(op);
   return true;
 }
 
 }  // namespace
 
-void matchBodies(AlertWatchOutbox& outbox, AlertWatchBodies& bodies, Files& files, Log log) {
+void matchBodies(AlertWatchOutbox& outbox, AlertWatchBodies& bodies, Log log) {
   std::set<std::string> needed;
   std::vector<Uuid> gone;
   for (auto& each : outbox.ops()) {
     if (each.op.file.empty()) continue;
-    if (files.exists(bodies.path(each.op)).value_or(true)) {
+    if (bodies.isWhole(each.op)) {
       needed.insert(each.op.file);
-    } else if (makeAgain(each.op)) {
+    } else if (writeAgain(each.op, bodies)) {
+      needed.insert(each.op.file);
       outbox.changed(each);
     } else {
       gone.push_back(each.op.id);

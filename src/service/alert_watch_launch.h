@@ -16,9 +16,9 @@ inline constexpr std::string_view shutDownMark = "watch.shutDownMark";
 inline constexpr std::string_view loginItemWhileOn = "watch.loginItemWhileOn";
 }  // namespace watch_marks
 
-/// Bodies and operations without each other, left where a run ended between two steps: the former
-/// go, the latter are made again or given up.
-void matchBodies(AlertWatchOutbox& outbox, AlertWatchBodies& bodies, Files& files, Log log);
+/// Bodies and operations without each other, left where a run or the machine ended between two
+/// steps: the former go, the latter get theirs again or are given up.
+void matchBodies(AlertWatchOutbox& outbox, AlertWatchBodies& bodies, Log log);
 
 /// A watch that the service was told of, and that begins again, tells why it had ended.
 void noteReset(AlertWatchOutbox& outbox, AlertWatchCheckIns& checkIns, bool asLoginItem, bool on);

@@ -48,8 +48,8 @@ struct AlertWatchOp {
   Uuid id;  ///< also in the name of its body file
   AlertWatchRoute route = AlertWatchRoute::beat;
   std::optional<Uuid> eventID;
-  Bytes body;        ///< empty once it lies in `file`
-  std::string file;  ///< name in the outbox folder
+  Bytes body;        ///< empty: it is a photo, or by an earlier build, and lies in `file` alone
+  std::string file;  ///< name in the outbox folder; empty: not written yet
   WallTime createdAt{};
   std::int64_t attempts = 0;  ///< copies sent
   std::optional<WallTime> sentAt;

@@ -208,6 +208,26 @@ TEST_F(AlertWatchTest, ABodyThatCannotBeWrittenIsSentFromMemoryAndWrittenLater) 
   EXPECT_THAT(watch->status().queued, IsEmpty());
 }
 
+TEST_F(AlertWatchTest, APowerCutLeavesWhatWasOwed) {
+  using Survives = MemoryFiles::Survives;
+  for (const auto survives : {Survives::flushedOnly, Survives::allNames}) {
+    launch();
+    service.always("api/watch/", {.copies = 0});
+    unlock();
+    const std::string sent = text("api/watch/pending");
+    kill();
+    files.crash(survives);
+    service.forgetRequests();
+    service.usual("api/watch/");
+    launch();
+    EXPECT_THAT(sent, HasSubstr("\"kind\":\"unlock\""));
+    EXPECT_EQ(text("api/watch/pending"), sent) << "its file was not flushed, its operation was";
+    EXPECT_THAT(watch->status().queued, IsEmpty());
+    kill();
+    service.forgetRequests();
+  }
+}
+
 TEST_F(AlertWatchTest, NothingGoesWithAnothersTokenAndACancelLeavesOnlyThePending) {
   service.always("api/watch/", {.held = true});
   launch();

@@ -11,8 +11,9 @@ namespace brindle {
 /// what failed after a pause. Main thread only.
 class AlertWatchTurns {
  public:
-  /// More at once would only wait for each other; an answer makes room for the next.
-  static constexpr std::size_t mostAtOnce = 32;
+  /// An answer makes room for the next. Fewer than the connections that one server gets, so that
+  /// what was just queued finds one free even if nothing is answered.
+  static constexpr std::size_t mostAtOnce = 16;
   /// What is older is not tried again on its own.
   static constexpr Duration quickRetryAge = std::chrono::minutes(15);
 

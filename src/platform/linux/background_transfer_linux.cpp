@@ -60,8 +60,10 @@ bool LinuxBackgroundTransfer::send(const HttpRequest& request, const std::string
   if (::access(request.bodyFile.c_str(), R_OK) != 0) return false;
   CourierJob job{description, request, clock_.boot, clock_.now(launcher_.loop())};
   const std::string file = LinuxRandom().newUuid().upper() + std::string(courierSuffix);
+  // Our death is survived without a flush. A power cut ends the courier too, and what it leaves is
+  // of another boot: whoever owes the upload hands it over again.
   const auto written =
-      files_.writeWhole(joinPath(folders_.todo(), file), viewOf(courierJobText(job)));
+      files_.writeUnflushed(joinPath(folders_.todo(), file), viewOf(courierJobText(job)));
   if (!written) {
     log_.notice("background transfer: not handed over, error %{public}d", written.error().code);
     return false;
