@@ -17,7 +17,9 @@ void AlertReports::resume(const UnlockEvent& event, Duration delay, Duration ela
   const auto& alerts = parts_.collaborators.alerts;
   const bool lost = event.alert == AlertState::queued && !alerts.holds(event.id);
   const bool none = event.alert == AlertState::none;
-  if (lost || (none && parts_.owed.owed(event.id))) return report(event.id);
+  const bool owed = none && parts_.owed.owed(event.id);
+  if (owed && alerts.holds(event.id)) return taken(event.id);  // only its record was lost
+  if (lost || owed) return report(event.id);
   if (none && !event.resolved && !parts_.owed.notWanted(event.id)) hold(event, delay, elapsed);
 }
 
@@ -71,16 +73,16 @@ void AlertReports::reported(const Uuid& id, HandOver how) {
   }
   retry_.forget(id);
   givePhotosBack(id);
-  if (how == HandOver::handedOver) {
-    parts_.owed.forget(id);
-  } else {
-    parts_.owed.setNotWanted(id);
-  }
-  parts_.history.change(id, [how](UnlockEvent& event) {
-    if (how == HandOver::handedOver) event.alert = AlertState::queued;
-    // Wrong tries ask the owner nothing: once reported they are dealt with.
-    if (event.attemptOnly) event.resolved = true;
-  });
+  // Wrong tries ask the owner nothing: once reported they are dealt with.
+  parts_.history.change(id, [](UnlockEvent& event) { event.resolved |= event.attemptOnly; });
+  if (how == HandOver::nothingOwed) return parts_.owed.setNotWanted(id);
+  taken(id);
+}
+
+void AlertReports::taken(const Uuid& id) {
+  parts_.history.change(id, [](UnlockEvent& event) { event.alert = AlertState::queued; });
+  // Behind its record: a crash in between must not leave a report that nobody follows.
+  parts_.saving.whenRecorded(lifetime_.guard([this, id] { parts_.owed.forget(id); }));
 }
 
 void AlertReports::keepPhotos(const UnlockEvent& event) {

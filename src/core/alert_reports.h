@@ -10,6 +10,7 @@
 #include "core/owed_reports.h"
 #include "core/photo_vault.h"
 #include "core/report_retry.h"
+#include "core/state_saving.h"
 
 namespace brindle {
 
@@ -23,6 +24,7 @@ class AlertReports {
     EventHistory& history;
     PhotoVault& vault;
     OwedReports& owed;
+    StateSaving& saving;
     Log log;
     const GuardCollaborators& collaborators;
   };
@@ -51,6 +53,7 @@ class AlertReports {
   void released(const Uuid& event);
   void report(const Uuid& event);
   void reported(const Uuid& event, HandOver how);
+  void taken(const Uuid& event);
   void keepPhotos(const UnlockEvent& event);
   void givePhotosBack(const Uuid& event);
 

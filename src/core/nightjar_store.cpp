@@ -17,8 +17,8 @@ NightjarStore::NightjarStore(const GuardServices& services, const GuardCollabora
       files_(services.vault, services.files, services.scheduler, saving_, services.log),
       photos_({services.camera, files_, history_, services.clock, services.random, services.log}),
       owed_(services.defaults),
-      reports_({services.scheduler, services.clock, history_, services.vault, owed_, services.log,
-                collaborators_}),
+      reports_({services.scheduler, services.clock, history_, services.vault, owed_, saving_,
+                services.log, collaborators_}),
       cameraOff_({services.scheduler, services.defaults, services.random, services.camera, saving_,
                   owed_, services.log, collaborators_, [this] { changed(); }}),
       extras_(collaborators_, history_, files_, services.log),
@@ -297,11 +297,6 @@ void NightjarStore::ownerCheckUsed() {
 void NightjarStore::ownerCheckClosed() {
   ownerChecksOpen_ = std::max(0, ownerChecksOpen_ - 1);
   publish();
-}
-
-EventRef NightjarStore::unconfirmedUnlock() const {
-  const auto pending = pendingConfirm();
-  return pending ? history_.find(*pending) : nullptr;
 }
 
 bool NightjarStore::thatWasMe(const Uuid& id, const OwnerProof&) { return unlocks_.confirm(id); }

@@ -51,7 +51,9 @@ class NightjarStore final : public ProofSink {
   EventRef event(const Uuid& id) const { return history_.find(id); }  ///< null when there is none
   /// The occurrence whose "That was me" is awaited: the guarded window is up while there is one.
   std::optional<Uuid> pendingConfirm() const { return unlocks_.pendingConfirm(); }
-  EventRef unconfirmedUnlock() const;  ///< that occurrence; null when there is none
+  EventRef unconfirmedUnlock() const {  ///< that occurrence; null when there is none
+    return pendingConfirm() ? history_.find(*pendingConfirm()) : nullptr;
+  }
   EventList unresolved() const { return history_.unresolved(); }
   /// Seconds until the event's report goes, rounded up; nothing when none is waiting to.
   std::optional<std::int64_t> holdSecondsLeft(const Uuid& id) const {
