@@ -6,29 +6,12 @@ Run inside tests/peers/keyring and tests/peers/real-logind:  guard_chain.py BRIN
 import glob, json, os, signal, subprocess, sys
 
 sys.path.insert(0, os.path.join(os.path.dirname(os.path.abspath(__file__)), "../peers"))
-from steps import DATA, Terminal, at_failure, camera_of, check, sh, state, until
+from steps import BRINDLE, DATA, Guard, at_failure, brindle, camera_of, check, sh, state, until
 
-BRINDLE, FRAMES = sys.argv[1:3]
+FRAMES = sys.argv[2]
 PIN, WRONG = "730164", "918273"
 camera_of(FRAMES, "start-index=0 stop-index=3 ")
 os.environ["BRINDLE_CAMERA_SOURCE"] += " ! jpegdec"
-
-
-def brindle(*arguments, typed="", code=0):
-    run = subprocess.run([BRINDLE, *arguments], input=typed, capture_output=True, text=True, timeout=60)
-    check(run.returncode == code, f"brindle {' '.join(arguments)} gives {code}", run.returncode, run.stdout, run.stderr)
-    return run.stdout
-
-
-class Guard(Terminal):
-    """`brindle guard` in a terminal of its own."""
-
-    def __init__(self):
-        super().__init__(BRINDLE, "guard")
-        at_failure.append(lambda: self.status is None and os.kill(self.pid, signal.SIGKILL))  # one that is on obeys nothing else
-        until(lambda: sh(f"flock -n {DATA}/instance.lock true").returncode == 1, "the guard holds its lock")
-        check(json.loads(brindle("status", "--json"))["running"], "the guard answers, even while it starts")
-
 
 report = {each["service"]: each for each in json.loads(brindle("doctor", "--json"))}
 for service, backend in [("screen lock", "logind"), ("keychain", "Secret Service"), ("camera", "GStreamer"), ("files", "POSIX")]:

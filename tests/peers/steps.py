@@ -1,7 +1,8 @@
 """What the stories on real peers share: they ask until it is so, run lines of bash that see the peers' functions, look into the
 document, and talk to a program in a terminal of its own."""
-import json, os, pty, select, subprocess, sys, time
+import json, os, pty, select, signal, subprocess, sys, time
 
+BRINDLE = sys.argv[1]
 DATA = os.path.join(os.environ["XDG_DATA_HOME"], "Brindle")
 TESTS = os.path.dirname(os.path.dirname(os.path.abspath(__file__)))
 os.environ["LSAN_OPTIONS"] = f"suppressions={TESTS}/lsan-suppressions.txt:print_suppressions=0"
@@ -38,6 +39,12 @@ def state():
         return json.load(open(os.path.join(DATA, "state.json"), encoding="utf-8"))
     except FileNotFoundError:
         return {"events": []}
+
+
+def brindle(*arguments, typed="", code=0):
+    run = subprocess.run([BRINDLE, *arguments], input=typed, capture_output=True, text=True, timeout=60)
+    check(run.returncode == code, f"brindle {' '.join(arguments)} gives {code}", run.returncode, run.stdout, run.stderr)
+    return run.stdout
 
 
 class Terminal:
@@ -83,3 +90,13 @@ class Terminal:
         while self.reads():
             pass
         return self.status
+
+
+class Guard(Terminal):
+    """`brindle guard` in a terminal of its own."""
+
+    def __init__(self):
+        super().__init__(BRINDLE, "guard")
+        at_failure.append(lambda: self.status is None and os.kill(self.pid, signal.SIGKILL))  # one that is on obeys nothing else
+        until(lambda: sh(f"flock -n {DATA}/instance.lock true").returncode == 1, "the guard holds its lock")
+        check(json.loads(brindle("status", "--json"))["running"], "the guard answers, even while it starts")

@@ -1,0 +1,230 @@
+#!/usr/bin/env python3
+"""The guard and the alert service, on real peers and over a real socket: signing in, an unlock that is reported with its photos,
+one that is confirmed, then the network pulled, the programs killed, another account, sleep, and off.
+
+Run inside tests/peers/keyring and tests/peers/real-logind:  alert_chain.py BRINDLE SAMPLE_FRAMES SCRIPTED_ALERT_SERVICE
+"""
+import base64, glob, json, os, re, signal, subprocess, sys, time
+
+sys.path.insert(0, os.path.join(os.path.dirname(os.path.abspath(__file__)), "../peers"))
+from steps import BRINDLE, DATA, Guard, at_failure, brindle, camera_of, check, sh, state, until
+
+FRAMES, SERVICE = sys.argv[2:4]
+PIN, OWNER, OTHER = "730164", "owner@example.org", "other@example.org"
+camera_of(FRAMES, "start-index=0 stop-index=3 ")
+os.environ["BRINDLE_CAMERA_SOURCE"] += " ! jpegdec"
+
+
+class AlertService:
+    """The scripted service in a process of its own."""
+
+    def __init__(self):
+        self.log = os.environ["HOME"] + "/service.log"
+        self.process = subprocess.Popen([SERVICE, self.log], stdin=subprocess.PIPE, stdout=subprocess.PIPE, text=True)
+        at_failure.append(self.process.kill)
+        self.port = self.process.stdout.readline().strip()
+
+    def tell(self, *commands):
+        for command in commands:
+            print(command, file=self.process.stdin, flush=True)
+            check(self.process.stdout.readline() == "ok\n", f"the service is told: {command}")
+
+    def to(self, path="", event=None, since=0):
+        """The requests to this path, each with its body and what its JSON says."""
+        found = []
+        for line in open(self.log, encoding="utf-8").read().split("\n")[since:-1]:
+            request = json.loads(line)
+            request["body"] = base64.b64decode(request["body"])
+            request["headers"] = {name.lower(): value for name, value in request["headers"].items()}
+            request["json"] = json.loads(request["body"]) if request["body"][:1] == b"{" else {}
+            if path in request["path"] and event in (None, request["json"].get("eventId")):
+                found.append(request)
+        return found
+
+    def gets(self, path, what, event=None, since=0, seconds=20):
+        return until(lambda: self.to(path, event, since), what, seconds)
+
+
+def owed():
+    both = json.loads(subprocess.run([BRINDLE, "outbox", "--json"], capture_output=True, text=True, timeout=30).stdout)
+    return [(each["route"], each["why"]) for each in both["watch"]] + [("report", each["why"]) for each in both["reports"]]
+
+
+last_unlock = 0
+
+
+def unlock():
+    """Somebody unlocks the machine: the event."""
+    global last_unlock
+    until(lambda: time.monotonic() > last_unlock + 1.6, "another unlock, not the same one once more")
+    before = [each["id"] for each in state()["events"]]
+    sh("lock_session", check=True)
+    until(lambda: "true" in sh("locked_hint").stdout, "the session is locked")
+    sh("unlock_typed", check=True)
+    last_unlock = time.monotonic()
+    return until(lambda: [each for each in state()["events"] if each["id"] not in before], "the unlock is an event")[0]
+
+
+def couriers():
+    """The courier of this story, if one runs."""
+    found = sh(f"grep -slzx '{DATA}/[t]ransfers' /proc/[0-9]*/cmdline").stdout
+    return [int(path.split("/")[2]) for path in found.split()]
+
+
+def kill(*more):
+    for pid in [guard.pid, *more]:
+        os.kill(pid, signal.SIGKILL)
+    check(guard.ends() is not None, "killed")
+
+
+def sign_in(email):
+    brindle("account", "sign-in", "email", email, typed=PIN + "\n")
+    sent = service.to("verify-start")[-1]["json"]
+    check(sent["email"] == email, "the link is asked for this address", sent)
+    brindle("open", f"brindle://signin?code=once&state={sent['state']}")
+    until(lambda: f"Signed in as {email} (Email)." in brindle("status"), f"signed in as {email}")
+    check(service.to("verify-finish")[-1]["json"] == {"code": "once", "state": sent["state"]}, "with the link's code and state")
+
+
+def confirm():
+    guard.type(PIN)
+    guard.shows("Confirmed.")
+    until(lambda: not owed(), "confirmed, and nothing is owed any more")
+
+
+def photos_of(event):
+    names = [e for e in state()["events"] if e["id"] == event["id"]][0]["photoFiles"]
+    return [open(f"{DATA}/photos/{name}", "rb").read() for name in names]
+
+
+def check_report(report, event, photos, pending):
+    """Every byte of an alert's body."""
+    boundary = report["headers"]["content-type"].removeprefix("multipart/form-data; boundary=")
+    check(re.fullmatch("brindle-[0-9A-F-]{36}", boundary), "the boundary is drawn", boundary)
+    fields = [("unlockAt", event["date"]), ("timeZone", pending["timeZone"]), ("deviceName", pending["device"]),
+              ("wrongPINs", "0"), ("device", "mac")]
+    body = "".join(f'--{boundary}\r\nContent-Disposition: form-data; name="{name}"\r\n\r\n{value}\r\n' for name, value in fields).encode()
+    for i, photo in enumerate(photos[:4]):
+        body += (f'--{boundary}\r\nContent-Disposition: form-data; name="photo{i}"; filename="unlock-{i + 1}.jpg"\r\n'
+                 "Content-Type: image/jpeg\r\n\r\n").encode() + photo + b"\r\n"
+    check(report["body"] == body + f"--{boundary}--\r\n".encode(), f"the report holds its fields and {len(photos)} photos, byte by byte",
+          report["body"][:600])
+    check(report["headers"]["authorization"] == "Bearer first-token", "and its token")
+
+
+service = AlertService()
+at_failure.append(lambda: print(guard.said, *(each["path"] for each in service.to()), owed(), sep="\n"))
+os.makedirs(os.environ["XDG_CONFIG_HOME"] + "/Brindle")
+with open(os.environ["XDG_CONFIG_HOME"] + "/Brindle/preferences.json", "w", encoding="utf-8") as settings:
+    json.dump({"service.url": f"http://127.0.0.1:{service.port}"}, settings)
+service.tell(f"session first-token {OWNER}")
+brindle("setup", typed=f"{PIN}\n{PIN}\nFirst pet?\nRex Barker\nRex Barker\n5\n")
+guard = Guard()
+brindle("terms", "agree", typed=PIN + "\n")
+sign_in(OWNER)
+brindle("on")
+beat = service.gets("watch/beat", "turned on, it checks in")[0]
+check((beat["json"]["on"], beat["json"]["platform"]) == (True, "macos"), "and says so", beat)
+
+# Nobody confirms.
+service.tell("hold api/watch/pending")
+first = unlock()
+until(lambda: len(service.to("watch/pending", first["id"])) == 2, "the unlock is told on both channels")
+copies = service.to("watch/pending", first["id"])
+pending = copies[0]["json"]
+check(copies[0]["body"] == copies[1]["body"], "in the same words")
+check((pending["kind"], pending["at"], pending["emailAlerts"]) == ("unlock", first["date"], True), "which tell of the unlock", pending)
+until(lambda: owed() == [("pending", "on its way"), ("pending-photo", "waits for the one before")], "the photo waits for its turn")
+check("Owed to the alert service: 2" in brindle("status"), "status says that both are owed")
+service.tell("usual api/watch/pending", "release")
+photo = service.gets("pending-photo", "then the photo is told")[0]
+report = service.gets("api/alert", "and then the report is sent")[0]
+photos = photos_of(first)
+check(photo["body"] == photos[0] and photo["path"].endswith("?eventId=" + first["id"]), "the photo is the first one on disk")
+check_report(report, first, photos, pending)
+until(lambda: not owed(), "nothing is owed any more")
+confirm()
+
+# The owner confirms while the service has not answered yet.
+service.tell("hold api/watch/pending")
+second = unlock()
+service.gets("watch/pending", "the second unlock is told", second["id"])
+guard.type(PIN)
+guard.shows("Confirmed.")
+until(lambda: ("cancel", "waits for the one before") in owed(), "the confirmation waits for the answer")
+check(not service.to("watch/cancel", second["id"]), "and is not told before")
+service.tell("usual api/watch/pending", "release")
+service.gets("watch/cancel", "then it is told", second["id"])
+until(lambda: not owed(), "nothing more is owed")
+
+# The network is pulled, and everything is killed.
+service.tell("down")
+third = unlock()
+until(lambda: {route for route, why in owed()} >= {"pending", "pending-photo"}, "the third unlock and its photo are owed")
+kill(*until(couriers, "the courier tries"))
+service.tell("up")
+seen = len(service.to())
+guard = Guard()
+for path in ("watch/pending", "watch/pending-photo"):
+    service.gets(path, f"{path} arrives after all", since=seen)
+service.gets("watch/pending", "of the third unlock", third["id"])
+report = service.gets("api/alert", "and its report", since=seen)[0]
+check_report(report, third, photos_of(third), service.to("watch/pending", third["id"])[0]["json"])
+check([r for r in service.to("watch/beat", since=seen) if r["json"].get("reset") == "crash"], "with word of the crash")
+until(lambda: not owed(), "everything owed has arrived")
+confirm()
+
+# The guard is dead from the hand-over to the delivery.
+fourth = unlock()
+service.gets("watch/pending", "the fourth unlock is told", fourth["id"])
+service.tell("down")
+until(lambda: glob.glob(DATA + "/transfers/brindle.alerts/todo/*"), "its report is handed over")
+body = open(glob.glob(DATA + "/outbox-alerts/*.multipart")[0], "rb").read()
+seen = len(service.to())
+kill()
+service.tell("up")
+report = service.gets("api/alert", "and delivered without a guard", since=seen)[0]
+check(report["body"] == body and report["headers"]["x-brindle-alert"] == fourth["id"], "whole, and recognisable")
+guard = Guard()
+until(lambda: not owed() and not glob.glob(DATA + "/outbox-alerts/*.multipart"), "the next guard hears of it")
+confirm()
+
+# Another account signs in meanwhile.
+service.tell("status api/watch 503", "status api/alert 503")
+fifth = unlock()
+service.gets("watch/pending", "the fifth unlock is not taken", fifth["id"])
+until(lambda: ("report", "is tried again") in owed(), "its report neither")
+seen = len(service.to())
+service.tell(f"session second-token {OTHER}")
+sign_in(OTHER)
+service.tell("usual api/watch", "usual api/alert")
+until(lambda: [r for r in service.to("watch/beat", since=seen) if r["headers"]["authorization"] == "Bearer second-token"], "the other account checks in")
+waits = "waits until its account is signed in"
+until(lambda: {("pending", waits), ("pending-photo", waits), ("report", waits)} == {each for each in owed() if each[0] != "extend"}, "the owner's waits")
+service.tell(f"session first-token {OWNER}")
+sign_in(OWNER)
+until(lambda: not owed(), "the owner is back, and nothing is owed any more")
+for path, event in (("watch/pending", fifth["id"]), ("api/alert", None)):
+    senders = {each["headers"]["authorization"] for each in service.to(path, event, seen)}
+    check(senders == {"Bearer first-token"}, f"{path} went out under the owner's account only", senders)
+confirm()
+
+# Sleep waits for what is on its way.
+service.tell("hold api/watch/beat")
+seen = len(service.to())
+sh("suspend", check=True)
+guard.shows("will sleep: signed in, on true, declared already false")
+guard.shows("sleep: held for 1 request(s), cap 4.0")
+check(service.gets("watch/beat", "the service is told", since=seen)[0]["json"]["sleeping"], "of sleep")
+service.tell("usual api/watch/beat", "release")
+guard.shows("sleep: let go after ")
+guard.shows("(done)")
+guard.shows("woke: on true, declared asleep true")
+
+check("Brindle is off." in brindle("off", typed=PIN + "\n"), "off")
+off = service.gets("watch/release", "and the service is told")[0]["json"]
+check((off["on"], off["reason"]) == (False, "turned-off"), "that the owner did it", off)
+until(lambda: not owed(), "and owes nothing")
+os.kill(guard.pid, signal.SIGTERM)
+check(guard.ends() == 0, "off, it ends when asked")
+service.process.kill()
