@@ -10,6 +10,7 @@
 #include "app/guard_commands.h"
 #include "app/memory_services.h"
 #include "testing/recording_log.h"
+#include "testing/scripted_service.h"
 #include "testing/temporary_folder.h"
 
 namespace brindle {
@@ -73,6 +74,13 @@ class AppFixture : public testing::Test {
   AppPaths paths = AppPaths::below(folder);
   RecordingLog lines;
   MemoryServices devices{paths, lines};
+  ScriptedService scripted{devices.scheduler};
+  bool served = [this] {
+    devices.http.setServer(scripted.server());
+    devices.watchTransfer.setServer(scripted.server());
+    devices.alertTransfer.setServer(scripted.server());
+    return devices.preferences.set("service.url", "https://service.test");
+  }();
   BrindleMacApp app{devices.services(), paths.data};
   Doctor doctor{devices.services(), {"guarded window", "none", false, "a test"}};
   GuardCommands commands{app, true, [this](bool json, auto done) { doctor.ask(json, done); }};
