@@ -1,16 +1,18 @@
 #!/usr/bin/env python3
 """What `brindle guard` costs while it is on and nobody is there: wake-ups and resident memory.
 
-    tests/peers/real-logind tests/peers/keyring bench/idle_guard.py BRINDLE [SECONDS [EVENTS]] [--mappings]
+    tests/peers/real-logind tests/peers/keyring bench/idle_guard.py BUILD [SECONDS [EVENTS]] [--signed-in] [--mappings]
 
+BUILD is a build folder of the preset "bench". Signed in, to the scripted alert service on this machine, it checks in.
 A wake-up is a context switch of any of its threads; the kernel counts them in /proc.
 """
 import glob, re, signal, subprocess, sys, time
 
-from guard_tools import DATA, PIN, command, set_up, start_guard, wait_until
+from guard_tools import DATA, PIN, Service, command, set_up, sign_in, start_guard, wait_until
 
 numbers = [int(each) for each in sys.argv[2:] if each.isdigit()] + [60, 0]
-BRINDLE, SECONDS, EVENTS = sys.argv[1], numbers[0], numbers[1] if len(numbers) > 3 else 0
+BRINDLE, SECONDS, EVENTS = sys.argv[1] + "/src/app/brindle", numbers[0], numbers[1] if len(numbers) > 3 else 0
+SERVICE = Service(sys.argv[1]) if "--signed-in" in sys.argv else None
 
 
 def field(path, name):
@@ -46,13 +48,17 @@ def largest_mappings(pid, count=12):
     return sorted(sizes.items(), key=lambda each: -each[1])[:count]
 
 
+def check_ins():
+    return len(SERVICE.requests("api/watch/beat")) if SERVICE else 0
+
+
 def measure(pid, when):
-    before, begun = switches(pid), time.monotonic()
+    told, before, begun = check_ins(), switches(pid), time.monotonic()
     time.sleep(SECONDS)
     after, passed = switches(pid), time.monotonic() - begun
     # A thread that ended meanwhile takes its counts along.
     total = sum(sum(now[1:]) - sum(before.get(task, now)[1:]) for task, now in after.items())
-    print(f"{when}: {total / passed:.3f} wake-ups a second over {passed:.0f} s")
+    print(f"{when}: {total / passed:.3f} wake-ups a second over {passed:.0f} s, {check_ins() - told} check-ins")
     for task, (name, *now) in after.items():
         more = [a - b for a, b in zip(now, before.get(task, (name, 0, 0))[1:])]
         if any(more):
@@ -68,6 +74,8 @@ def peer(function):
 
 
 set_up(BRINDLE, EVENTS)
+if SERVICE:
+    sign_in(BRINDLE, SERVICE)
 guard = start_guard(BRINDLE)
 try:
     command(BRINDLE, "on")
@@ -83,3 +91,5 @@ try:
 finally:
     guard.send_signal(signal.SIGKILL)  # one that is on obeys nothing else
     guard.wait()
+    if SERVICE:
+        SERVICE.end()
