@@ -120,6 +120,13 @@ Read readRequest(std::string_view name, std::span<const std::string_view> rest) 
 
 Result<CommandLine, std::string> readCommandLine(std::span<const std::string_view> arguments) {
   if (arguments.empty()) return CommandLine{};
+  if (arguments.back() == atLoginArgument) {
+    auto line = readCommandLine(arguments.first(arguments.size() - 1));
+    const bool guards = line && (line->mode == Mode::desktop || line->mode == Mode::guard);
+    if (!guards) return wrong("only a guard is started at login");
+    line->atLogin = true;
+    return line;
+  }
   static constexpr std::array<std::pair<std::string_view, Mode>, 6> modes{{
       {"guard", Mode::guard},
       {"rehearse", Mode::rehearse},

@@ -85,6 +85,7 @@ TEST(CommandLineTest, TakesTheseAndNoOthers) {
   using Arguments = std::vector<std::string_view>;
   const auto read = [](Arguments arguments) { return readCommandLine(arguments); };
   EXPECT_EQ(read({})->mode, Mode::desktop);
+  EXPECT_TRUE(read({"--at-login"})->atLogin && read({"guard", "--at-login"})->atLogin);
   EXPECT_EQ(read({"setup", "--alert-delay", "45"})->request.alertDelay, 45);
   EXPECT_TRUE(read({"setup", "--replace-pin"})->request.replacePin);
   EXPECT_EQ(read({"setup", "--start-at-login", "no"})->request.startAtLogin, false);
@@ -105,6 +106,7 @@ TEST(CommandLineTest, TakesTheseAndNoOthers) {
       {{"fly"}, "no such command: fly"},
       {{"on", "730164"}, "on does not take 730164"},
       {{"guard", "x"}, "guard takes nothing more"},
+      {{"status", "--at-login"}, "only a guard is started at login"},
       {{"delete"}, "delete takes EVENT, --photos or --all"},
       {{"delete", "7"}, "7 is no event; \"brindle history\" shows them"},
       {{"setup", "--alert-delay"}, "--alert-delay needs a value"},

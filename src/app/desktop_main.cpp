@@ -7,6 +7,7 @@
 #include <cstdlib>
 #include <memory>
 
+#include "app/command_line.h"
 #include "app/guard_run.h"
 #include "app/harden.h"
 #include "ui/cover_flash.h"
@@ -65,6 +66,8 @@ int runDesktop(QApplication& qt, NativeServices& services, const AppPaths& paths
   std::optional<CoverFlash> flash;
   GuardRun run(services, paths, windowReport(),
                [&](FlashWindow& plain) -> FlashWindow& { return flash.emplace(plain); });
+  const QLatin1String atLogin(atLoginArgument.data(), static_cast<int>(atLoginArgument.size()));
+  if (QCoreApplication::arguments().contains(atLogin)) run.app().startedAtLogin();
   const auto ready = join(services.scheduler());
   std::unique_ptr<WindowManager> windows;
   // A guarded window that stays open would refuse QApplication::quit.

@@ -1,6 +1,7 @@
 /// brindle-keeper PROGRAM [ARG ...]: runs the program and, should it be killed or crash, runs it
-/// again at once, so that an open guarded window is back before anybody can use the machine. It
-/// holds nothing else on purpose: no libraries, no state, no wake-ups while the program lives.
+/// again at once, without the arguments (they tell of the first start only), so that an open
+/// guarded window is back before anybody can use the machine. It holds nothing else on purpose: no
+/// libraries, no state, no wake-ups while the program lives.
 ///
 /// A program that ends by itself (any exit status) has ended for good and its status is passed on;
 /// only death by a signal brings it back. SIGTERM, SIGINT and SIGHUP are handed on and decided by
@@ -103,6 +104,7 @@ int main(int argc, char** argv) {
     if (child < 0) return cannotRun;
     const int status = attend(child, signals);
     if (WIFEXITED(status)) return WEXITSTATUS(status);
+    argv[2] = nullptr;
     std::fprintf(stderr, "brindle-keeper: ended by signal %d, starting again\n", WTERMSIG(status));
     if (const unsigned wait = pause.secondsBeforeRestart()) pauseFor(wait, signals);
   }

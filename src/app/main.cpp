@@ -38,7 +38,7 @@ int converse(ControlClient& client, Request request, Conversation& conversation)
 
 /// The windows are a program of their own, kept alive by a keeper: a guard without windows need not
 /// carry them.
-int runDesktop(const AppPaths& paths) {
+int runDesktop(const AppPaths& paths, bool atLogin) {
   // A second start is a person looking for the window, where the desktop shows no menu-bar items.
   ControlClient running;
   if (running.connect(paths.socketFile()) == ControlClient::Outcome::connected) {
@@ -47,17 +47,20 @@ int runDesktop(const AppPaths& paths) {
     return converse(running, {.command = "show"}, conversation);
   }
   const std::string keeper = ownProgram("brindle-keeper"), desktop = ownProgram("brindle-desktop");
-  execl(keeper.c_str(), keeper.c_str(), desktop.c_str(), static_cast<char*>(nullptr));
+  const std::string argument(atLoginArgument);
+  execl(keeper.c_str(), keeper.c_str(), desktop.c_str(), atLogin ? argument.c_str() : nullptr,
+        static_cast<char*>(nullptr));
   std::perror("brindle: the desktop program cannot be run");
   return exit_code::failed;
 }
 
-int runGuard(const AppPaths& paths) {
+int runGuard(const AppPaths& paths, bool atLogin) {
   InstanceLock lock;
   if (const int code = takeInstance(lock, paths)) return code;
   const auto services = makeNativeServices(paths, ProgramKind::guard);
   MainLoop& loop = services->scheduler();
   GuardRun run(*services, paths, terminalAsWindow());
+  if (atLogin) run.app().startedAtLogin();
   int exitCode = exit_code::done;
   run.onQuit([&](int code) {
     exitCode = code;
@@ -144,9 +147,9 @@ int main(int argc, char** argv) {
   }
   switch (line->mode) {
     case CommandLine::Mode::desktop:
-      return runDesktop(AppPaths::fromEnvironment());
+      return runDesktop(AppPaths::fromEnvironment(), line->atLogin);
     case CommandLine::Mode::guard:
-      return runGuard(AppPaths::fromEnvironment());
+      return runGuard(AppPaths::fromEnvironment(), line->atLogin);
     case CommandLine::Mode::rehearse:
       return runRehearsal();
     case CommandLine::Mode::help:

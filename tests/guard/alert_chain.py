@@ -185,8 +185,10 @@ kill()
 service.tell("up")
 report = service.gets("api/alert", "and delivered without a guard", since=seen)[0]
 check(report["body"] == body and report["headers"]["x-brindle-alert"] == fourth["id"], "whole, and recognisable")
-guard = Guard()
+guard = Guard("--at-login")
 until(lambda: not owed() and not glob.glob(DATA + "/outbox-alerts/*.multipart"), "the next guard hears of it")
+with open(os.environ["XDG_CONFIG_HOME"] + "/Brindle/preferences.json", encoding="utf-8") as settings:
+    check(json.load(settings)["watch.loginItemWhileOn"], "which notes that the login item started it")
 confirm()
 
 # Another account signs in meanwhile.

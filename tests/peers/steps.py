@@ -95,8 +95,8 @@ class Terminal:
 class Guard(Terminal):
     """`brindle guard` in a terminal of its own."""
 
-    def __init__(self):
-        super().__init__(BRINDLE, "guard")
+    def __init__(self, *arguments):
+        super().__init__(BRINDLE, "guard", *arguments)
         at_failure.append(lambda: self.status is None and os.kill(self.pid, signal.SIGKILL))  # one that is on obeys nothing else
         until(lambda: sh(f"flock -n {DATA}/instance.lock true").returncode == 1, "the guard holds its lock")
         check(json.loads(brindle("status", "--json"))["running"], "the guard answers, even while it starts")

@@ -51,11 +51,12 @@ INSTANTIATE_TYPED_TEST_SUITE_P(Autostart, LoginItemContract, AutostartBackend);
 TEST(LinuxLoginItemTest, TheEntryAndTheUnitNameTheProgramExactly) {
   AutostartBackend backend;
   ASSERT_TRUE(backend.item.enable());
-  EXPECT_EQ(textOf(backend.files.read(backend.item.entryPath()).value()),
-            "[Desktop Entry]\nType=Application\nName=Brindle\n"
-            "Exec=\"/opt/a \\\\\"b\\\\\"/100%%/\\\\$x\\\\\\\\brindle\"\nTerminal=false\n");
+  EXPECT_EQ(
+      textOf(backend.files.read(backend.item.entryPath()).value()),
+      "[Desktop Entry]\nType=Application\nName=Brindle\n"
+      "Exec=\"/opt/a \\\\\"b\\\\\"/100%%/\\\\$x\\\\\\\\brindle\" --at-login\nTerminal=false\n");
   EXPECT_NE(textOf(backend.files.read(backend.item.unitPath()).value())
-                .find("ExecStart=\"/opt/a \\\"b\\\"/100%%/$$x\\\\brindle\" guard\n"),
+                .find("ExecStart=\"/opt/a \\\"b\\\"/100%%/$$x\\\\brindle\" guard --at-login\n"),
             std::string::npos);
   const auto hidden = viewOf("[Desktop Entry]\nExec=brindle\nHidden=true\n");
   ASSERT_TRUE(backend.files.writeWhole(backend.item.entryPath(), hidden));

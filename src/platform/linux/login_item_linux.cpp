@@ -60,12 +60,12 @@ Result<void, std::string> LinuxLoginItem::enable() {
     auto unit =
         write(unitPath(), "[Unit]\nDescription=Brindle without a window\n\n[Service]\nExecStart=" +
                               unitQuoted(places_.program) +
-                              " guard\nRestart=on-failure\n\n[Install]\n"
+                              " guard --at-login\nRestart=on-failure\n\n[Install]\n"
                               "WantedBy=default.target\n");
     if (!unit) return unit;
   }
   return write(entryPath(), "[Desktop Entry]\nType=Application\nName=Brindle\nExec=" +
-                                desktopQuoted(places_.program) + "\nTerminal=false\n");
+                                desktopQuoted(places_.program) + " --at-login\nTerminal=false\n");
 }
 
 Result<void, std::string> LinuxLoginItem::disable() {
