@@ -8,6 +8,7 @@ AppPaths AppPaths::fromEnvironment() {
   paths.data = macSupportFolder() + "/Brindle";
   paths.preferences = paths.data;  // unused: the system keeps preferences itself
   paths.runtime = paths.data + "/run";
+  paths.temporary = macTemporaryFolder();
   return paths;
 }
 

@@ -36,6 +36,8 @@
 #include "platform/posix/files_posix.h"
 #include "platform/posix/terminal_sink.h"
 #include "platform/posix/worker_queue_thread.h"
+#include "service/alert_sender.h"
+#include "service/alert_watch_sending.h"
 
 namespace brindle {
 namespace {
@@ -115,8 +117,8 @@ class LinuxServices final : public NativeServices {
         serviceManager_(session_, log_, "org.freedesktop.systemd1"),
         courier_(scheduler_, files_, joinPath(paths.data, "transfers"),
                  ownProgram("brindle-courier"), &serviceManager_, log_),
-        watchTransfer_(courier_, files_, "brindle.watch", log_),
-        alertTransfer_(courier_, files_, "brindle.alerts", log_),
+        watchTransfer_(courier_, files_, std::string(AlertWatchSending::sessionIdentifier), log_),
+        alertTransfer_(courier_, files_, std::string(AlertSender::sessionIdentifier), log_),
         power_(logind_),
         machine_(files_),
         linkHandler_(files_, LinkHandlerPlaces::of(ownProgram())),

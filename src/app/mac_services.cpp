@@ -6,11 +6,14 @@
 #include "app/native_services.h"
 #include "platform/file_step.h"
 #include "platform/mac/mac_backends.h"
+#include "platform/mac/opened_links_mac.h"
 #include "platform/mac/quit_sender_mac.h"
 #include "platform/mac/scheduler_mac.h"
 #include "platform/openssl/crypto_openssl.h"
 #include "platform/posix/terminal_sink.h"
 #include "platform/tee_sink.h"
+#include "service/alert_sender.h"
+#include "service/alert_watch_sending.h"
 
 namespace brindle {
 namespace {
@@ -24,7 +27,8 @@ class MacServices final : public NativeServices {
                   : std::vector<LogSink*>{systemLog_.get(), &terminal_}),
         windowQuits_(program == ProgramKind::desktop ? makeMacQuitSender() : nullptr),
         signalQuits_(windowQuits_ ? nullptr : makeMacQuitSignals()),
-        files_(makeMacFiles(paths.data)) {}
+        files_(makeMacFiles(paths.data)),
+        push_(makeMacPushRegistration(windowQuits_.get())) {}
 
   const Services& services() const override { return services_; }
   MainLoop& scheduler() override { return *scheduler_; }
@@ -32,6 +36,12 @@ class MacServices final : public NativeServices {
   bool usesFileKeyring() const override { return false; }
   void holdCovers(std::span<const std::uintptr_t> windows) override { holdMacCovers(windows); }
   bool answerQuit(bool quits) override { return windowQuits_ && windowQuits_->reply(quits); }
+  /// The bundle says which links are ours. This one started the application, or came to a second
+  /// start of it.
+  bool openLink(const std::string& link) override {
+    links_->deliver(link);
+    return true;
+  }
 
  private:
   QuitSender& quitSender() { return windowQuits_ ? *windowQuits_ : *signalQuits_; }
@@ -58,10 +68,39 @@ class MacServices final : public NativeServices {
   std::unique_ptr<CameraDevice> camera_ = makeMacCamera();
   std::unique_ptr<ImageReader> images_ = makeMacImageReader();
   std::unique_ptr<FlashWindow> flash_ = makeMacFlashWindow();
-  Services services_{*scheduler_,  *bootClock_, *files_,  *preferences_,   *keychain_,
-                     *random_,     crypto_,     *screen_, *notifications_, *loginItem_,
-                     quitSender(), *camera_,    *images_, *flash_,         *fileWork_,
-                     *secretWork_, *imageWork_, sink_};
+  std::unique_ptr<Http> http_ = makeMacHttp(*scheduler_);
+  std::unique_ptr<BackgroundTransfer> watchTransfer_ =
+      makeMacBackgroundTransfer(*scheduler_, std::string(AlertWatchSending::sessionIdentifier));
+  std::unique_ptr<BackgroundTransfer> alertTransfer_ =
+      makeMacBackgroundTransfer(*scheduler_, std::string(AlertSender::sessionIdentifier));
+  std::unique_ptr<SystemPower> power_ = makeMacSystemPower();
+  std::unique_ptr<ProcessActivity> activity_ = makeMacProcessActivity();
+  std::unique_ptr<Machine> machine_ = makeMacMachine();
+  std::unique_ptr<MacOpenedLinks> links_ = makeMacOpenedLinks();
+  std::unique_ptr<WebSignIn> webSignIn_ = makeMacWebSignIn(*scheduler_);
+  std::unique_ptr<AppleSignIn> appleSignIn_ = makeMacAppleSignIn(*scheduler_);
+  std::unique_ptr<PushRegistration> push_;
+  std::unique_ptr<NetworkPath> path_ = makeMacNetworkPath(*scheduler_);
+  Services services_{*scheduler_,
+                     *bootClock_,
+                     *files_,
+                     *preferences_,
+                     *keychain_,
+                     *random_,
+                     crypto_,
+                     *screen_,
+                     *notifications_,
+                     *loginItem_,
+                     quitSender(),
+                     *camera_,
+                     *images_,
+                     *flash_,
+                     *fileWork_,
+                     *secretWork_,
+                     *imageWork_,
+                     sink_,
+                     {*http_, *watchTransfer_, *alertTransfer_, *power_, *activity_, *machine_,
+                      *links_, *webSignIn_, *appleSignIn_, *push_, *path_}};
 };
 
 }  // namespace

@@ -44,6 +44,8 @@ std::unique_ptr<PosixFiles> makeMacFiles(std::string home);
 std::unique_ptr<Keychain> makeMacKeychain();
 /// Application Support in this person's Library; the system tells it whatever HOME says.
 std::string macSupportFolder();
+/// This person's own, which the system clears now and then.
+std::string macTemporaryFolder();
 std::unique_ptr<Preferences> makeMacPreferences();
 std::unique_ptr<Random> makeMacRandom();
 

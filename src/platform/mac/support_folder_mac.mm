@@ -12,4 +12,6 @@ std::string macSupportFolder() {
   return mac::stringOf(folders.firstObject.path);
 }
 
+std::string macTemporaryFolder() { return mac::stringOf(NSTemporaryDirectory()); }
+
 }  // namespace brindle
