@@ -98,7 +98,7 @@ TEST_F(AlertSenderTest, AReportIsABodyOnDiskAndThenOneUploadWithItsPhotos) {
   scheduler.run();
   EXPECT_NE(service.to("api/alert")[1]->text().find("camera-off"), std::string_view::npos);
   EXPECT_EQ(ended.at(off.id), AlertState::rejected);
-  EXPECT_TRUE(sender->setWantsAlerts(false) && defaults.boolean("alerts.touched") == true);
+  EXPECT_TRUE(sender->setWantsAlerts(false) && preferences.boolean("alerts.touched") == true);
   EXPECT_EQ(handOver(event), HandOver::nothingOwed);
   EXPECT_EQ(bodies(), 0);
 }

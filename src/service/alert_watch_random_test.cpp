@@ -102,7 +102,7 @@ class Trial final : WatchWorld {
   void listen(AlertWatch& each) {
     each.onSend = [this](const AlertWatchOp& op, AlertWatchChannel) {
       if (refused_.contains(op.id)) fail("refused and sent again");
-      const auto& session = sessions.session();
+      const auto& session = account.session();
       if (!session || session->email != op.account) fail("sent with another's token");
     };
     each.onAnswer = [this](const AlertWatchOp& op, AlertWatchChannel, const ServiceAnswer& got) {
@@ -194,7 +194,7 @@ class Trial final : WatchWorld {
   }
 
   void unlockNow() {
-    if (!sessions.session()) return;  // nobody to tell
+    if (!account.session()) return;  // nobody to tell
     const Uuid event = random.newUuid();
     told_.push_back({event});
     watch->pending({event, scheduler.wallTime(), "unlock", 0, {}, {}});
@@ -202,8 +202,8 @@ class Trial final : WatchWorld {
 
   void changeAccount() {
     const int who = roll(3);
-    if (who == 0) sessions.signOut();
-    if (who > 0) sessions.signIn(who == 1 ? owner : other, "token-" + std::to_string(roll(1000)));
+    if (who == 0) account.signOut();
+    if (who > 0) account.signIn(who == 1 ? owner : other, "token-" + std::to_string(roll(1000)));
     scheduler.run();
   }
 
@@ -250,7 +250,7 @@ class Trial final : WatchWorld {
     network_ = 0;
     if (!watch) start();
     for (const char* who : {other, owner}) {
-      sessions.signIn(who, "token-" + std::string(who));
+      account.signIn(who, "token-" + std::string(who));
       scheduler.advance(20min);
     }
     if (on_) turn();

@@ -23,9 +23,9 @@ class PushSyncTest : public testing::Test, public ServiceWorld {
   }
   void launch() {
     sync.reset();
-    sync = std::make_unique<PushSync>(PushSync::Parts{scheduler, client, account, defaults, machine,
-                                                      push, notifications, random, files, worker,
-                                                      "DEVICE", "/data/notices.json"});
+    sync = std::make_unique<PushSync>(PushSync::Parts{scheduler, client, account, preferences,
+                                                      machine, push, notifications, random, files,
+                                                      worker, "DEVICE", "/data/notices.json"});
     sync->onTurnOn = [this] { ++turnOns; };
     sync->start();
     scheduler.run();
@@ -110,9 +110,9 @@ TEST_F(PushSyncTest, TheTokenIsRegisteredOncePerAccountAndWithdrawnWhenSwitchedO
   EXPECT_EQ(came(), registered);
   scheduler.advance(2s);
   EXPECT_EQ(came(), registered);
-  EXPECT_EQ(defaults.text("push.registeredToken"), "T1");
-  EXPECT_EQ(defaults.text("push.registeredEmail"), "eva");
-  EXPECT_TRUE(defaults.real("push.registeredAt"));
+  EXPECT_EQ(preferences.text("push.registeredToken"), "T1");
+  EXPECT_EQ(preferences.text("push.registeredEmail"), "eva");
+  EXPECT_TRUE(preferences.real("push.registeredAt"));
   launch();
   EXPECT_EQ(came(), "") << "nothing changed";
   account.signIn("adam");
@@ -121,7 +121,7 @@ TEST_F(PushSyncTest, TheTokenIsRegisteredOncePerAccountAndWithdrawnWhenSwitchedO
   EXPECT_TRUE(sync->setOn(false));
   scheduler.run();
   EXPECT_EQ(came(), "unregister {\"deviceId\":\"DEVICE\"}\n");
-  EXPECT_FALSE(defaults.text("push.registeredToken") || defaults.real("push.registeredAt"));
+  EXPECT_FALSE(preferences.text("push.registeredToken") || preferences.real("push.registeredAt"));
   notify({"unlock", {}, {}, {}});
   EXPECT_EQ(came(), "");
   service.always("api/push/register", {.status = 403});

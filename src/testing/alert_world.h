@@ -8,7 +8,6 @@
 
 #include "platform/memory/background_transfer_memory.h"
 #include "service/alert_sender.h"
-#include "testing/recording_log.h"
 #include "testing/service_world.h"
 
 namespace brindle {
@@ -30,8 +29,8 @@ class AlertWorld : public ServiceWorld {
   void launch() {
     worker = std::make_unique<VirtualWorkerQueue>(scheduler);
     sender = std::make_unique<AlertSender>(
-        AlertSender::Parts{scheduler, *worker, files, transfer, client, account, defaults, machine,
-                           random, Log(lines), outbox, "/home/Brindle/photos", "/tmp"});
+        AlertSender::Parts{scheduler, *worker, files, transfer, client, account, preferences,
+                           machine, random, Log(lines), outbox, "/home/Brindle/photos", "/tmp"});
     sender->start();
     results = sender->onResult([this](const Uuid& id, AlertState how) { ended[id] = how; });
     scheduler.run();
@@ -63,7 +62,6 @@ class AlertWorld : public ServiceWorld {
 
   const std::string outbox = "/home/Brindle/outbox-alerts";
   MemoryBackgroundTransfer transfer{scheduler, files, std::string(AlertSender::sessionIdentifier)};
-  RecordingLog lines;
   std::map<Uuid, AlertState> ended;
   std::unique_ptr<VirtualWorkerQueue> worker;
   std::unique_ptr<AlertSender> sender;

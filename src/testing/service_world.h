@@ -8,6 +8,7 @@
 #include "platform/memory/preferences_memory.h"
 #include "platform/memory/random_memory.h"
 #include "service/service_client.h"
+#include "testing/recording_log.h"
 #include "testing/scripted_service.h"
 #include "testing/virtual_scheduler.h"
 #include "testing/virtual_worker_queue.h"
@@ -23,8 +24,9 @@ class SignedIn final : public SessionSource {
   [[nodiscard]] Subscription onSessionChange(std::function<void()> changed) override {
     return listeners_.add(std::move(changed));
   }
-  void signIn(const std::string& email) {
-    be(email, Session{"token of " + email, email, "Email", {}, {}});
+  void signIn(const std::string& email) { signIn(email, "token of " + email); }
+  void signIn(const std::string& email, const std::string& token) {
+    be(email, Session{token, email, "Email", {}, {}});
   }
   void signOut() { be({}, std::nullopt); }
   /// Signed in, but the keychain does not give out the session.
@@ -44,7 +46,7 @@ class SignedIn final : public SessionSource {
 
 /// What a client of the service is built on, in memory and on virtual time, and the service itself.
 struct ServiceWorld {
-  ServiceWorld() { http.setServer(service.server()); }
+  explicit ServiceWorld(std::uint64_t seed = 1) : random(seed) { http.setServer(service.server()); }
 
   VirtualScheduler scheduler;
   MemoryFiles files;
@@ -52,9 +54,10 @@ struct ServiceWorld {
   MemoryHttp http{scheduler, files};
   SignedIn account{scheduler};
   ServiceClient client{http, account, "https://service.test/"};
-  MemoryPreferences defaults;
+  MemoryPreferences preferences;
   MemoryMachine machine;
-  MemoryRandom random{1};
+  MemoryRandom random;
+  RecordingLog lines;
 };
 
 }  // namespace brindle

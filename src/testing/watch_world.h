@@ -1,56 +1,24 @@
 #pragma once
 
 #include <memory>
-#include <optional>
 #include <string>
 #include <vector>
 
 #include "platform/memory/background_transfer_memory.h"
-#include "platform/memory/files_memory.h"
-#include "platform/memory/machine_memory.h"
-#include "platform/memory/preferences_memory.h"
 #include "platform/memory/process_activity_memory.h"
-#include "platform/memory/random_memory.h"
 #include "platform/memory/system_power_memory.h"
 #include "service/alert_watch.h"
-#include "testing/recording_log.h"
-#include "testing/scripted_service.h"
-#include "testing/virtual_scheduler.h"
-#include "testing/virtual_worker_queue.h"
+#include "testing/service_world.h"
 
 namespace brindle {
 
-/// Somebody who can be signed in and out by hand.
-class ScriptedSessions final : public SessionSource {
- public:
-  explicit ScriptedSessions(Scheduler& scheduler) : scheduler_(scheduler) {}
-  const std::optional<Session>& session() const override { return session_; }
-  [[nodiscard]] Subscription onSessionChange(std::function<void()> changed) override {
-    return listeners_.add(std::move(changed));
-  }
-  void signIn(const std::string& email, const std::string& token) {
-    session_ = Session{token, email, "Email", {}, {}};
-    scheduler_.post([this] { listeners_.tell(); });
-  }
-  void signOut() {
-    session_.reset();
-    scheduler_.post([this] { listeners_.tell(); });
-  }
-
- private:
-  Scheduler& scheduler_;
-  std::optional<Session> session_;
-  Listeners<> listeners_;
-};
-
 /// An alert watch on memory backends and virtual time, with a scripted service at the far end. The
 /// program can be killed and launched again; preferences, files and the system's transfers stay.
-class WatchWorld {
+class WatchWorld : public ServiceWorld {
  public:
-  explicit WatchWorld(std::uint64_t seed = 1) : random(seed) {
-    http.setServer(service.server());
+  explicit WatchWorld(std::uint64_t seed = 1) : ServiceWorld(seed) {
     background.setServer(service.server());
-    sessions.signIn("owner@example.org", "token-1");
+    account.signIn("owner@example.org", "token-1");
     options.outboxFolder = "/data/outbox";
     options.photosFolder = "/data/photos";
     options.temporaryFolder = "/tmp/brindle";
@@ -63,7 +31,7 @@ class WatchWorld {
     worker = std::make_unique<VirtualWorkerQueue>(scheduler);
     watch = std::make_unique<AlertWatch>(
         AlertWatch::Parts{scheduler, preferences, files, *worker, client, background, power,
-                          activity, machine, random, sessions, Log(*sink)},
+                          activity, machine, random, account, Log(*sink)},
         options);
     if (prepare) prepare(*watch);
     watch->start(start);
@@ -76,9 +44,9 @@ class WatchWorld {
     watch.reset();
     worker.reset();
   }
-  Uuid unlock(const std::string& kind = "unlock") {
+  Uuid unlock() {
     const Uuid event = random.newUuid();
-    watch->pending({event, scheduler.wallTime(), kind, 0, {}, {}});
+    watch->pending({event, scheduler.wallTime(), "unlock", 0, {}, {}});
     return event;
   }
   void takePhoto(const Uuid& event) {
@@ -87,11 +55,11 @@ class WatchWorld {
     watch->firstPhoto(event, "first.jpg");
     scheduler.run();
   }
-  /// Routes of the requests so far, in the order of their arrival on one channel.
-  std::vector<std::string> routes(bool immediate = true) const {
+  /// Routes of the requests so far on the immediate channel, in the order of their arrival.
+  std::vector<std::string> routes() const {
     std::vector<std::string> all;
     for (const auto& each : service.requests()) {
-      if (each.channel.empty() == immediate) all.push_back(each.path.substr(10));
+      if (each.channel.empty()) all.push_back(each.path.substr(10));
     }
     return all;
   }
@@ -99,20 +67,10 @@ class WatchWorld {
     return files.list(options.outboxFolder).value_or(std::vector<std::string>());
   }
 
-  VirtualScheduler scheduler;
-  MemoryPreferences preferences;
-  MemoryFiles files;
-  MemoryRandom random;
-  MemoryMachine machine;
   MemorySystemPower power{scheduler};
   MemoryProcessActivity activity;
-  ScriptedService service{scheduler};
-  MemoryHttp http{scheduler, files};
   MemoryBackgroundTransfer background{scheduler, files,
                                       std::string(AlertWatchSending::sessionIdentifier)};
-  ScriptedSessions sessions{scheduler};
-  ServiceClient client{http, sessions, "https://service.example"};
-  RecordingLog lines;
   AlertWatch::Options options;
   LogSink* sink = &lines;
   std::function<void(AlertWatch&)> prepare;  ///< before each start
