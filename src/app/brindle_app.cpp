@@ -59,7 +59,8 @@ void BrindleMacApp::start(std::function<void()> started, NightjarStore::Role rol
     alertService_.prepare();
     store_.start(role);
     if (role == NightjarStore::Role::guard) {
-      alertService_.start({.on = store_.armed(), .asLoginItem = atLogin_});
+      alertService_.start(
+          {.on = store_.armed(), .asLoginItem = startedAtLogin && startedAtLogin()});
     } else {
       alertService_.startForCommand();
     }

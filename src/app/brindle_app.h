@@ -35,8 +35,8 @@ class BrindleMacApp {
 
   /// Looks whether this installation is new, then starts the store; `started` from the main loop.
   void start(std::function<void()> started, NightjarStore::Role role = NightjarStore::Role::guard);
-  /// This run was started by the login item. Before `start`.
-  void startedAtLogin() { atLogin_ = true; }
+  /// Whether the login item started this run; asked when the guard store has started. Empty: no.
+  std::function<bool()> startedAtLogin;
 
   NightjarStore& store() { return store_; }
   AppDelegate& appDelegate() { return appDelegate_; }
@@ -64,7 +64,6 @@ class BrindleMacApp {
   OwnerGate gate_;
   StartAtLoginOnArm startAtLogin_;
   AppDelegate appDelegate_;
-  bool atLogin_ = false;
   Lifetime lifetime_;
 };
 

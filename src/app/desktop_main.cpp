@@ -2,6 +2,7 @@
 /// brindle-keeper by `brindle`.
 
 #include <QApplication>
+#include <QFileOpenEvent>
 #include <QSocketNotifier>
 #include <cstdio>
 #include <cstdlib>
@@ -53,6 +54,24 @@ std::unique_ptr<QSocketNotifier> join(MainLoop& loop) {
   return ready;
 }
 
+bool toldAtLogin() {
+  const QLatin1String told(atLoginArgument.data(), static_cast<int>(atLoginArgument.size()));
+  return QCoreApplication::arguments().contains(told);
+}
+
+/// On macOS a link that starts this program comes as one of the toolkit's events.
+class LinkEvents final : public QObject {
+ public:
+  explicit LinkEvents(NativeServices& services) : services_(services) {}
+  bool eventFilter(QObject*, QEvent* event) override {
+    if (event->type() != QEvent::FileOpen) return false;
+    return services_.openLink(static_cast<QFileOpenEvent*>(event)->url().toString().toStdString());
+  }
+
+ private:
+  NativeServices& services_;
+};
+
 const AppDelegate* running = nullptr;
 
 /// The window toolkit calls exit() when its display drops it, and other programs can make the
@@ -66,8 +85,9 @@ int runDesktop(QApplication& qt, NativeServices& services, const AppPaths& paths
   std::optional<CoverFlash> flash;
   GuardRun run(services, paths, windowReport(),
                [&](FlashWindow& plain) -> FlashWindow& { return flash.emplace(plain); });
-  const QLatin1String atLogin(atLoginArgument.data(), static_cast<int>(atLoginArgument.size()));
-  if (QCoreApplication::arguments().contains(atLogin)) run.app().startedAtLogin();
+  run.app().startedAtLogin = [&services] { return services.startedAtLogin() || toldAtLogin(); };
+  LinkEvents links(services);
+  qt.installEventFilter(&links);
   const auto ready = join(services.scheduler());
   std::unique_ptr<WindowManager> windows;
   // A guarded window that stays open would refuse QApplication::quit.

@@ -36,6 +36,7 @@ class MacServices final : public NativeServices {
   bool usesFileKeyring() const override { return false; }
   void holdCovers(std::span<const std::uintptr_t> windows) override { holdMacCovers(windows); }
   bool answerQuit(bool quits) override { return windowQuits_ && windowQuits_->reply(quits); }
+  bool startedAtLogin() const override { return windowQuits_ && windowQuits_->startedAtLogin(); }
   /// The bundle says which links are ours. This one started the application, or came to a second
   /// start of it.
   bool openLink(const std::string& link) override {

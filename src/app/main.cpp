@@ -60,7 +60,7 @@ int runGuard(const AppPaths& paths, bool atLogin) {
   const auto services = makeNativeServices(paths, ProgramKind::guard);
   MainLoop& loop = services->scheduler();
   GuardRun run(*services, paths, terminalAsWindow());
-  if (atLogin) run.app().startedAtLogin();
+  run.app().startedAtLogin = [atLogin] { return atLogin; };
   int exitCode = exit_code::done;
   run.onQuit([&](int code) {
     exitCode = code;

@@ -39,6 +39,8 @@ class NativeServices {
   /// The decision upon the quit order told last, for a system that waits for it; such a system ends
   /// the process itself. False when nothing waits.
   virtual bool answerQuit(bool quits) = 0;
+  /// Whether the login item started this program, where the system says so itself.
+  virtual bool startedAtLogin() const { return false; }
   /// Sees to it that links with these schemes come to this program, where that is for a program to
   /// say. An explanation for a person when it could not be done.
   virtual Result<void, std::string> offerLinks(const std::vector<std::string>&) { return {}; }
