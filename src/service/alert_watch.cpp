@@ -380,6 +380,10 @@ AlertWatchStatus AlertWatch::status() const {
                           {},
                           lastCheckIn_,
                           queuedNow(outbox_, sending_, turns_)};
+  // A courier may be carrying it meanwhile, but only a guard looks what became of it.
+  if (!started_) {
+    for (auto& each : status.queued) each.why = AlertWatchStatus::Why::waitsForAGuard;
+  }
   if (status.signedIn && on_) status.line = "Brindle is on: checking in every few minutes";
   return status;
 }

@@ -12,7 +12,14 @@ namespace brindle {
 /// The watch as a person may look at it.
 struct AlertWatchStatus {
   /// Why an operation is still here.
-  enum class Why { onItsWay, waitsForItsTurn, waitsForItsAccount, triedAgain, triedWithTheNext };
+  enum class Why {
+    onItsWay,
+    waitsForItsTurn,
+    waitsForItsAccount,
+    triedAgain,
+    triedWithTheNext,
+    waitsForAGuard
+  };
   struct CheckIn {
     WallTime answeredAt{};
     AnswerClass answer = AnswerClass::failed;
@@ -36,12 +43,13 @@ struct AlertWatchStatus {
   std::vector<Queued> queued;
 };
 
-inline constexpr EnumNames<AlertWatchStatus::Why, 5> alertWatchWhyNames{{{
+inline constexpr EnumNames<AlertWatchStatus::Why, 6> alertWatchWhyNames{{{
     {AlertWatchStatus::Why::onItsWay, "on its way"},
     {AlertWatchStatus::Why::waitsForItsTurn, "waits for the one before"},
     {AlertWatchStatus::Why::waitsForItsAccount, "waits until its account is signed in"},
     {AlertWatchStatus::Why::triedAgain, "is tried again soon"},
     {AlertWatchStatus::Why::triedWithTheNext, "is tried again with the next check-in"},
+    {AlertWatchStatus::Why::waitsForAGuard, "is taken up by the next guard"},
 }}};
 
 /// What is queued, oldest first.
