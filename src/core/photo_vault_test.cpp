@@ -195,8 +195,12 @@ TEST_F(PhotoVaultTest, AnOrdinaryWriteThatFailsKeepsTheLastDocument) {
 TEST_F(PhotoVaultTest, PhotosStayInTheirFolderAndSurviveItsRemoval) {
   load();
   const Bytes jpeg = bytesOf("jpeg");
-  EXPECT_FALSE(vault.savePhoto("../state.json", jpeg));
-  EXPECT_FALSE(vault.readPhoto("../state.json"));
+  using namespace std::string_view_literals;
+  for (const auto name :
+       {""sv, "."sv, ".."sv, "../state.json"sv, "a/b"sv, "/etc"sv, "a..jpg"sv, "a\0.jpg"sv}) {
+    EXPECT_FALSE(vault.savePhoto(FileName(name), jpeg)) << name;
+    EXPECT_FALSE(vault.readPhoto(FileName(name))) << name;
+  }
   EXPECT_EQ(vault.removePhotos({"../state.json", "a/b", "gone.jpg"}), 0u);
   EXPECT_TRUE(vault.savePhoto("a.jpg", jpeg));
   EXPECT_EQ(vault.readPhoto("a.jpg"), jpeg);

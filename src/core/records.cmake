@@ -5,7 +5,6 @@ brindle_library(brindle_core_records
 
 brindle_test(core_records_test
   SOURCES event_json_test.cpp photo_vault_crash_test.cpp photo_vault_test.cpp saved_state_json_test.cpp
-    unlock_event_test.cpp
   LINKS brindle_core_records brindle_memory brindle_posix brindle_testing)
 if(BRINDLE_TESTS)
   target_compile_definitions(core_records_test PRIVATE
