@@ -101,10 +101,13 @@ int runHere(const AppPaths& paths, Request request, Conversation& conversation) 
     services->scheduler().stop();
   };
   // A wrong try is photographed here as everywhere: nobody gets out of the picture by giving up.
-  QuitWait photos(services->scheduler());
+  // The code of a link works once, so whoever followed it waits for the answer.
+  const auto busy = [&] {
+    return app.store().photographing() || app.alertService().account().status().signingIn;
+  };
+  QuitWait underWay(services->scheduler());
   const auto leave = [&] {
-    photos.begin([&] { return app.store().photographing(); },
-                 [&] { app.store().prepareToQuit(app.appDelegate().quit); });
+    underWay.begin(busy, [&] { app.store().prepareToQuit(app.appDelegate().quit); });
   };
   session = std::make_unique<CommandSession>(commands, app.gate(), [&](Reply reply) {
     auto next = conversation.next(reply);

@@ -230,4 +230,10 @@ check((off["on"], off["reason"]) == (False, "turned-off"), "that the owner did i
 until(lambda: not owed(), "and owes nothing")
 os.kill(guard.pid, signal.SIGTERM)
 check(guard.ends() == 0, "off, it ends when asked")
+
+# A link is followed while no guard runs.
+service.tell("delay api/verify-finish 500")
+sign_in(OWNER)
+check("Signed out." in brindle("account", "sign-out", typed=PIN + "\n"), "signed out")
+check("Nobody is signed in." in brindle("account"), "and the link is not awaited any more")
 service.process.kill()
