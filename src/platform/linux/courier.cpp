@@ -67,9 +67,12 @@ void Courier::takeUp(const CourierFolders& folders, const std::string& file) {
   const auto text = content ? textOf(*content) : std::string_view();
   auto job = readCourierJob(text);
   if (!job) return setAside(folders, file, text);
-  // How long the machine was awake in an earlier boot is not known: the time-out counts anew.
-  const Duration begun = job->boot == clock_.boot ? std::min(job->handedOver, now()) : now();
+  const bool ofThisBoot = job->boot == clock_.boot;
+  const Duration begun = ofThisBoot ? std::min(job->handedOver, now()) : now();
   jobs_[key] = {folders, file, std::move(*job), begun, false, firstPause, {}, {}, {}, {}};
+  // Its body may not have reached the disk before the power went. Whoever owes it looks, and hands
+  // it over again; half of it would be refused for good.
+  if (!ofThisBoot) end(key, {0, {}, {}, "the machine was restarted"});
 }
 
 void Courier::setAside(const CourierFolders& folders, const std::string& file,
