@@ -144,6 +144,11 @@ void Account::post(const SignInStep& step) {
 
 void Account::posted(std::string_view provider, ServiceAnswer answer) {
   auto session = answer.status == 200 ? readSession(textOf(answer.body)) : std::nullopt;
+  if (session && way_ == Way::link && !sameAddress(session->email, email_.pendingEmail())) {
+    // Whoever saw the state can have a link of their own made for it; the owner asked for theirs.
+    session.reset();
+    email_.forget();
+  }
   if (!session) {
     services_.log.notice("account: not signed in with %{public}s, HTTP %{public}ld", provider,
                          answer.status);

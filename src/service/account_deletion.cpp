@@ -1,6 +1,5 @@
 #include "service/account_deletion.h"
 
-#include <algorithm>
 #include <utility>
 
 namespace brindle {
@@ -11,8 +10,6 @@ constexpr const char* emailKey = "account.deletingEmail";
 constexpr Duration retryWait = std::chrono::minutes(10);
 constexpr int ok = 200;
 constexpr int unauthorized = 401;
-
-char lower(char c) { return c >= 'A' && c <= 'Z' ? static_cast<char>(c - 'A' + 'a') : c; }
 
 }  // namespace
 
@@ -25,7 +22,7 @@ AccountDeletion::AccountDeletion(Services services, const std::string& serviceUR
 
 bool AccountDeletion::concerns(std::string_view email) const {
   const auto noted = services_.preferences.text(emailKey);
-  return !noted || std::ranges::equal(*noted, email, {}, lower, lower);
+  return !noted || sameAddress(*noted, email);
 }
 
 bool AccountDeletion::begin(std::function<void()> answered) {

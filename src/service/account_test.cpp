@@ -127,7 +127,7 @@ TEST_F(AccountTest, ALinkIsNotAwaitedInVain) {
   for (const char* wrong : {"", "@example.org", "owner@", "a@b@c", "a b@c"}) {
     EXPECT_EQ(email(wrong), "That doesn't look like an email address.") << wrong;
   }
-  EXPECT_EQ(service.to("api/verify-start").size(), 1U);
+  EXPECT_EQ(service.to("api/verify-start").size(), 2U);
 }
 
 TEST_F(AccountTest, EachErrorOfTheServiceHasItsWords) {

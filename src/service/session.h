@@ -1,8 +1,10 @@
 #pragma once
 
+#include <algorithm>
 #include <functional>
 #include <optional>
 #include <string>
+#include <string_view>
 
 #include "base/subscription.h"
 #include "base/times.h"
@@ -18,6 +20,15 @@ struct Session {
   std::optional<WallTime> acceptedAt;
   bool operator==(const Session&) const = default;
 };
+
+/// Whether two e-mail addresses are one person's: services and people differ in how they write
+/// them.
+inline bool sameAddress(std::string_view one, std::string_view other) {
+  const auto lower = [](char c) {
+    return c >= 'A' && c <= 'Z' ? static_cast<char>(c - 'A' + 'a') : c;
+  };
+  return std::ranges::equal(one, other, {}, lower, lower);
+}
 
 /// Who is signed in now, for everything that sends on their behalf. Main thread only.
 class SessionSource {
