@@ -34,10 +34,11 @@ void GuardCommands::need(RequestRef request, std::function<void(Need)> done) {
       [this, request, done = std::move(done)](OwnerSecrets::States) { done(needOf(*request)); }));
 }
 
-/// Only a PIN that is certainly not set frees from proof: one that cannot be read may be there.
+/// Only a PIN that is certainly not set frees from proof: one that cannot be read may be there, and
+/// one that vanished while the guard is on was there.
 CommandHandler::Need GuardCommands::needOf(const Request& request) const {
   const std::string& command = request.command;
-  const bool unprotected = store_.pinState() == SecretState::notSet;
+  const bool unprotected = store_.pinState() == SecretState::notSet && !store_.armed();
   if (command == "status" || command == "doctor" || command == "show") return {};
   if (command == "on") {
     if (running_) return {};

@@ -86,6 +86,8 @@ TEST_F(GuardCommandsTest, NobodyChoosesAPinWhoseRecordVanishedWhileOn) {
   devices.keychain.setAnswer(KeychainStore::dataProtection, keychain_code::itemNotFound);
   EXPECT_EQ(command(setupOf("556677", "556677")).text,
             "Brindle is on, but its PIN is gone: no new one can be chosen while it is on.\n");
+  for (const char* name : {"history", "notices"}) EXPECT_EQ(say(name).type, Reply::Type::proof);
+  EXPECT_EQ(command({.command = "alerts", .target = "off"}).type, Reply::Type::proof);
   bool saved = true;
   app.secrets().savePin(SecretText("556677"), SecretText("556677"), nullptr,
                         [&](PinSaved how) { saved = how == PinSaved::saved; });

@@ -61,8 +61,9 @@ Need ServiceCommands::needOf(const Request& request) const {
   // place.
   const bool looks = request.target.empty() && request.command != "notices";
   const bool agreesWhileOff = request.command == "terms" && !store_.armed();
-  const bool free = looks || agreesWhileOff || request.command == "open";
-  if (free || store_.pinState() == SecretState::notSet) return {};
+  // A PIN that vanished while the guard is on frees nobody: then no proof can be given at all.
+  const bool unprotected = store_.pinState() == SecretState::notSet && !store_.armed();
+  if (looks || agreesWhileOff || unprotected || request.command == "open") return {};
   return {.proof = request.command == "notices" ? OwnerPurpose::history : OwnerPurpose::action,
           .refusal = {}};
 }
