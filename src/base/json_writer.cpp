@@ -49,22 +49,32 @@ char* putNumber(char* at, N value) {
   return std::to_chars(at, at + longestNumber, value).ptr;
 }
 
-/// ASCII that stands in a document as it is. Looks at eight bytes at a time.
-bool isPlain(std::string_view text) {
-  constexpr std::uint64_t ones = 0x0101010101010101, highs = 0x8080808080808080;
+constexpr std::uint64_t ones = 0x0101010101010101;
+
+/// Not zero when one of eight bytes is more than ASCII that stands in a document as it is.
+std::uint64_t odd(std::uint64_t bytes) {
+  constexpr std::uint64_t highs = ones * 0x80;
   // The high bit of a byte is set in the result when that byte was zero (and perhaps after such a
   // one).
-  const auto zeroes = [](std::uint64_t bytes) { return (bytes - ones) & ~bytes & highs; };
-  const auto odd = [&zeroes](std::uint64_t bytes) {
-    const std::uint64_t controls = (bytes - ones * 0x20) & ~bytes & highs;
-    return (bytes & highs) | controls | zeroes(bytes ^ ones * '"') | zeroes(bytes ^ ones * '\\');
-  };
-  std::size_t at = 0;
+  const auto zeroes = [](std::uint64_t each) { return (each - ones) & ~each & highs; };
+  const std::uint64_t controls = (bytes - ones * 0x20) & ~bytes & highs;
+  return (bytes & highs) | controls | zeroes(bytes ^ ones * '"') | zeroes(bytes ^ ones * '\\');
+}
+
+/// Where the first eight bytes begin, counted in eights from `at`, that are not all plain, or fewer
+/// than eight are left.
+std::size_t endOfPlainEights(std::string_view text, std::size_t at) {
   for (; at + 8 <= text.size(); at += 8) {
     std::uint64_t bytes;
     std::memcpy(&bytes, text.data() + at, 8);
-    if (odd(bytes) != 0) return false;
+    if (odd(bytes) != 0) break;
   }
+  return at;
+}
+
+bool isPlain(std::string_view text) {
+  const std::size_t at = endOfPlainEights(text, 0);
+  if (at + 8 <= text.size()) return false;
   std::uint64_t rest = ones * ' ';
   std::memcpy(&rest, text.data() + at, text.size() - at);
   return odd(rest) == 0;
@@ -136,11 +146,13 @@ JsonWriter& JsonWriter::value(std::string_view text) {
   if (!isUtf8(text)) text = repaired = repairedUtf8(text);
   out_ += '"';
   std::size_t plainFrom = 0;
-  for (std::size_t i = 0; i < text.size(); ++i) {
+  // A document within a document has few quotes and much between them.
+  for (std::size_t i = endOfPlainEights(text, 0); i < text.size(); ++i) {
     if (!needsEscape(text[i])) continue;
     out_.append(text.substr(plainFrom, i - plainFrom));
     appendEscaped(out_, text[i]);
     plainFrom = i + 1;
+    i = endOfPlainEights(text, plainFrom) - 1;
   }
   out_.append(text.substr(plainFrom));
   out_ += '"';

@@ -1,6 +1,7 @@
 #include "base/utf8.h"
 
 #include <cstdint>
+#include <cstring>
 
 namespace brindle {
 namespace {
@@ -35,10 +36,19 @@ std::size_t sequenceLength(std::string_view text, std::size_t at) {
   return lead.length;
 }
 
+bool startsWithEightAscii(std::string_view text) {
+  std::uint64_t bytes = 0;
+  if (text.size() < sizeof bytes) return false;
+  std::memcpy(&bytes, text.data(), sizeof bytes);
+  return (bytes & 0x8080808080808080) == 0;
+}
+
 }  // namespace
 
 bool isUtf8(std::string_view text) {
   for (std::size_t at = 0; at < text.size();) {
+    while (startsWithEightAscii(text.substr(at))) at += 8;
+    if (at == text.size()) break;
     const std::size_t length = sequenceLength(text, at);
     if (length == 0) return false;
     at += length;
