@@ -2,6 +2,8 @@
 
 #include <fmt/format.h>
 
+#include <algorithm>
+
 #include "base/json_fields.h"
 #include "base/json_writer.h"
 
@@ -11,6 +13,7 @@ namespace {
 // Each damaged file is kept; a hundred of them is a machine that needs a look, not a hundred and
 // first.
 constexpr int mostSetAside = 100;
+constexpr std::size_t averageEntry = 64;  // as room for its key, or for a number
 
 std::optional<PreferenceValue> valueOf(const Json& json) {
   bool truth = false;
@@ -72,6 +75,11 @@ bool LinuxPreferences::parse(ByteView document, Values& values) {
 
 std::string LinuxPreferences::encode(const Values& values) {
   std::string document;
+  std::size_t texts = 0;
+  for (const auto& [key, value] : values) {
+    if (const auto* text = std::get_if<std::string>(&value)) texts += text->size();
+  }
+  document.reserve(texts + texts / 4 + values.size() * averageEntry);
   JsonWriter out(document);
   out.beginObject();
   for (const auto& [key, value] : values) {
@@ -90,15 +98,28 @@ std::optional<PreferenceValue> LinuxPreferences::get(std::string_view key) const
 bool LinuxPreferences::change(
     const std::vector<std::pair<std::string, std::optional<PreferenceValue>>>& changes) {
   if (!storable_) return false;
-  Values next = values_;
-  for (const auto& [key, value] : changes) {
-    next.erase(key);
-    if (value) next.emplace(key, *value);
-  }
-  if (next == values_) return true;
-  if (!files_.makeFolder(folder_) || !files_.writeWhole(path_, viewOf(encode(next)))) return false;
-  values_ = std::move(next);
-  return true;
+  if (std::ranges::all_of(changes, [this](const auto& each) { return holds(each); })) return true;
+  // Only what changes is copied: among the rest may be an outbox of a thousand operations.
+  std::vector<std::optional<PreferenceValue>> before;
+  for (const auto& [key, value] : changes) before.push_back(put(key, value));
+  if (files_.makeFolder(folder_) && files_.writeWhole(path_, viewOf(encode(values_)))) return true;
+  for (std::size_t i = changes.size(); i-- > 0;) put(changes[i].first, std::move(before[i]));
+  return false;
+}
+
+/// Gives what was there.
+std::optional<PreferenceValue> LinuxPreferences::put(const std::string& key,
+                                                     std::optional<PreferenceValue> value) {
+  auto old = values_.extract(key);
+  if (value) values_.emplace(key, std::move(*value));
+  return old ? std::optional(std::move(old.mapped())) : std::nullopt;
+}
+
+bool LinuxPreferences::holds(
+    const std::pair<std::string, std::optional<PreferenceValue>>& change) const {
+  const auto found = values_.find(change.first);
+  const bool isThere = found != values_.end();
+  return isThere == change.second.has_value() && (!isThere || found->second == *change.second);
 }
 
 std::vector<std::string> LinuxPreferences::keys(std::string_view prefix) const {

@@ -29,6 +29,8 @@ class LinuxPreferences final : public Preferences {
   static std::string encode(const Values& values);
   void load(Log log);
   bool setAside();
+  std::optional<PreferenceValue> put(const std::string& key, std::optional<PreferenceValue> value);
+  bool holds(const std::pair<std::string, std::optional<PreferenceValue>>& change) const;
 
   Files& files_;
   std::string folder_;
