@@ -41,7 +41,7 @@ void AlertWatchAnswering::settled(const Uuid& id, const ServiceAnswer& answer) {
     ended_(op, result, answer);
   }
   outbox_.saveSoon();
-  turns_.send(AlertWatchTurns::How::due);
+  turns_.sendSoon();
 }
 
 }  // namespace brindle

@@ -101,7 +101,8 @@ bool AlertWatchOutbox::save() {
   if (!dirty_) return true;
   std::vector<std::pair<std::string, std::optional<PreferenceValue>>> changes(marks_.begin(),
                                                                               marks_.end());
-  changes.emplace_back(key, ops_.empty() ? std::nullopt : std::optional<PreferenceValue>(whole()));
+  changes.emplace_back(key, std::nullopt);
+  if (!ops_.empty()) changes.back().second = whole();
   if (!preferences_.change(changes)) {
     if (!std::exchange(failing_, true)) {
       log_.notice("outbox: not stored, %{public}ld queued", ops_.size());

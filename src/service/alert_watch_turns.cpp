@@ -68,13 +68,27 @@ bool AlertWatchTurns::handOverAhead(Entry& entry) {
 void AlertWatchTurns::send(How how) {
   if (!parts_.sending.ready()) return;
   const LowestRoutes lowest = lowestRoutes();
+  int inThisTurn = 0;
   for (Entry& each : parts_.outbox.ops()) {
     if (!mayGo(each, how)) continue;
     if (!isFirst(each.op, lowest) && (how != How::sleep || !handOverAhead(each))) continue;
-    each.whenRoom = how != How::sleep && parts_.sending.count() >= mostAtOnce;
-    if (!each.whenRoom) parts_.sending.send(each);
+    const bool room = parts_.sending.count() < mostAtOnce;
+    const bool inTurn = inThisTurn < mostPerTurn;
+    each.whenRoom = how != How::sleep && !(room && inTurn);
+    if (each.whenRoom && room) sendSoon();
+    if (each.whenRoom) continue;
+    parts_.sending.send(each);
+    ++inThisTurn;
   }
   arm();
+}
+
+void AlertWatchTurns::sendSoon() {
+  if (std::exchange(sendingComes_, true)) return;
+  parts_.scheduler.post(lifetime_.guard([this] {
+    sendingComes_ = false;
+    send(How::due);
+  }));
 }
 
 void AlertWatchTurns::sendNew(Entry& entry) {

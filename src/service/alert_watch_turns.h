@@ -14,6 +14,8 @@ class AlertWatchTurns {
   /// An answer makes room for the next. Fewer than the connections that one server gets, so that
   /// what was just queued finds one free even if nothing is answered.
   static constexpr std::size_t mostAtOnce = 16;
+  /// The main loop looks around between these: somebody may unlock while a thousand are sent.
+  static constexpr int mostPerTurn = 4;
   /// What is older is not tried again on its own.
   static constexpr Duration quickRetryAge = std::chrono::minutes(15);
 
@@ -32,6 +34,8 @@ class AlertWatchTurns {
   explicit AlertWatchTurns(const Parts& parts) : parts_(parts) {}
 
   void send(How how);
+  /// What is due or found no room, in the next turn of the main loop.
+  void sendSoon();
   /// For one that was just queued, without looking at all the others.
   void sendNew(AlertWatchOutbox::Entry& entry);
   /// Tried again after 2, 4, 8, 16, 32 and then every 60 s.
@@ -52,6 +56,8 @@ class AlertWatchTurns {
 
   Parts parts_;
   Timer retry_;
+  bool sendingComes_ = false;
+  Lifetime lifetime_;
 };
 
 /// The pause after so many failed rounds.
