@@ -34,9 +34,24 @@ class MemoryServices {
   MemoryServices(const AppPaths& paths, LogSink& log) : files(paths.data), log_(log) {}
 
   Services services() {
-    return {scheduler, *tools.bootClock, files,     preferences, keychain, *tools.random, crypto,
-            screen,    notifications,    loginItem, quitSender,  camera,   *tools.images, flash,
-            fileWork,  secretWork,       imageWork, log_,
+    return {scheduler,
+            *tools.bootClock,
+            files,
+            preferences,
+            keychain,
+            *tools.random,
+            crypto,
+            screen,
+            notifications,
+            loginItem,
+            quitSender,
+            camera,
+            *tools.images,
+            flash,
+            fileWork,
+            secretWork,
+            imageWork,
+            log_,
             {http, watchTransfer, alertTransfer, power, activity, machine, links, webSignIn,
              appleSignIn, push, path}};
   }
