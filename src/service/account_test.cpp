@@ -224,7 +224,7 @@ TEST_F(AccountTest, ATroubledKeychainSignsNobodyInOrOut) {
   launch();
   EXPECT_TRUE(lines.has("account: session not read, -25308"));
   keychain.setLocked(false);
-  time.advance(minutes(1));
+  time.advance(seconds(2));
   EXPECT_EQ(token(), "scripted-token");
   keychain.setDenied(true);
   launch();

@@ -1,5 +1,7 @@
 #include "service/session_keeper.h"
 
+#include <algorithm>
+
 #include "base/secret_text.h"
 #include "service/session_json.h"
 
@@ -13,7 +15,9 @@ constexpr std::string_view sessionItem = "brindle.account";
 constexpr const char* signedOutKey = "account.signedOut";
 /// Whose session the item is, for the time before it can be read.
 constexpr const char* emailKey = "account.email";
-constexpr Duration retryWait = std::chrono::minutes(1);
+/// A keychain is mostly locked for the first seconds after a login only, and unlocks may be owed.
+constexpr Duration firstWait = std::chrono::seconds(2);
+constexpr Duration longestWait = std::chrono::minutes(1);
 
 /// Asking again may help, and asks no person.
 bool passes(int code) {
@@ -54,7 +58,9 @@ void SessionKeeper::found(const Found& found) {
     if (std::exchange(problem_, found.code) != found.code) {
       services_.log.notice("account: session not read, %{public}d", found.code);
     }
-    if (passes(found.code)) again_ = services_.scheduler.after(retryWait, [this] { load(); });
+    if (!passes(found.code)) return;
+    wait_ = std::clamp(wait_ * 2, firstWait, longestWait);
+    again_ = services_.scheduler.after(wait_, [this] { load(); });
     return;
   }
   if (found.code == success && !found.session) {

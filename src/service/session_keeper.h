@@ -64,6 +64,7 @@ class SessionKeeper final : public SessionSource {
   int problem_ = 0;  ///< why the item could not be read, as the log has it
   int changes_ = 0;  ///< of the session: what was read before the latest one is out of date
   Timer again_;
+  Duration wait_{};
   Listeners<> changed_;
   Lifetime lifetime_;
 };
