@@ -1,6 +1,5 @@
 #include "core/alert_hold.h"
 #include "core/opening_folding.h"
-#include "core/secrets_flow.h"
 #include "testing/guard_fixture.h"
 
 namespace brindle {
@@ -27,26 +26,6 @@ TEST(OpeningFoldingTest, FoldsIntoTheEventBeingHandledOrElseTheLastForThreeSecon
   EXPECT_EQ(OpeningFolding::target(nullptr, eventAt(t, false, true), t), nullptr);
   EXPECT_EQ(OpeningFolding::target(nullptr, eventAt(t - 24h * 366 * 586), t), nullptr)
       << "longer ago than a duration can say";
-}
-
-TEST(SecretsFlowTest, LeadsANewOwnerOncePerRunAndOnlyWhileOff) {
-  using enum SecretState;
-  SecretsFlow flow;
-  flow.secretsAre({unknown, unknown}, false);
-  EXPECT_FALSE(flow.onboardingUnderWay());
-  flow.secretsAre({notSet, set}, false);
-  EXPECT_TRUE(flow.onboardingUnderWay() && flow.resumesOnboarding());
-  flow.endOnboarding();
-  flow.secretsAre({notSet, notSet}, false);
-  EXPECT_FALSE(flow.onboardingUnderWay()) << "once a run by itself";
-  flow.beginOnboarding(true);
-  EXPECT_FALSE(flow.onboardingUnderWay()) << "the record vanished while on";
-  flow.beginOnboarding(false);
-  EXPECT_TRUE(flow.onboardingUnderWay() && !flow.resumesOnboarding());
-  flow.turnOnEnded(TurnOnOutcome::noPIN);
-  flow.secretsAre({set, notSet}, false);
-  EXPECT_TRUE(flow.secretAnswerRequested());
-  EXPECT_FALSE(flow.onboardingUnderWay() || flow.stateNotice());
 }
 
 class AlertHoldTest : public testing::Test {

@@ -162,31 +162,14 @@ TEST_F(NightjarStoreTest, AnUnlockNobodyConfirmsIsReportedAndTriedAgainFiveTimes
   EXPECT_EQ(onDisk().events[0]->alert, AlertState::queued) << "once more before the end";
 }
 
-TEST_F(NightjarStoreTest, WrongTriesOutliveTheUnlockTheyWereMadeAt) {
-  turnOn();
-  const Uuid id = unlockAndSettle();
-  wrongTry(WrongTry::pin);
-  wrongTry(WrongTry::answer);
-  EXPECT_EQ(camera.wantedCounts, (std::vector{4, 2, 2}));
-  EXPECT_EQ(last()->photoFiles.size(), 8u);
-  EXPECT_EQ(last()->photoFiles.back(), photoFileName(id, 7));
-  prove(OwnerPurpose::confirmUnlock);
-  ASSERT_EQ(onDisk().events.size(), 1u);
-  const UnlockEvent left = *onDisk().events[0];
-  EXPECT_TRUE(left.attemptOnly && left.resolved && !left.photoPending);
-  EXPECT_EQ(left.wrongPINs + 10 * left.wrongAnswers, 11);
-  EXPECT_EQ(left.photoFiles.size(), 4u);
-  EXPECT_EQ(left.vaultPhotos.back().kind, UnlockEvent::VaultPhoto::Kind::wrongPassword);
-  EXPECT_EQ(photos(), left.photoFiles) << "the unlock's own photos are gone";
-  EXPECT_TRUE(others.was("log confirmed 2"));
-}
-
 TEST_F(NightjarStoreTest, WrongTriesElsewhereShareAnEventThatIsHeldLikeAnUnlock) {
   wrongTry(WrongTry::pin);
   wrongTry(WrongTry::answer);
   ASSERT_EQ(store->events().size(), 1u);
   EXPECT_TRUE(last()->attemptOnly && !last()->resolved);
   EXPECT_EQ(last()->photoFiles.size(), 4u);
+  EXPECT_EQ(last()->wrongPINs + 10 * last()->wrongAnswers, 11);
+  EXPECT_EQ(last()->vaultPhotos.back().kind, UnlockEvent::VaultPhoto::Kind::wrongPassword);
   EXPECT_TRUE(!store->pendingConfirm() && others.was("pending wrong-pin"));
   prove(OwnerPurpose::history);
   EXPECT_TRUE(last()->resolved) << "the owner mistyped; the record stays, no report goes";
