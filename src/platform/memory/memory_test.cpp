@@ -2,6 +2,7 @@
 
 #include <algorithm>
 
+#include "platform/contract/background_transfer_contract.h"
 #include "platform/contract/boot_clock_contract.h"
 #include "platform/contract/camera_contract.h"
 #include "platform/contract/crypto_contract.h"
@@ -11,13 +12,20 @@
 #include "platform/contract/image_contract.h"
 #include "platform/contract/keychain_contract.h"
 #include "platform/contract/login_item_contract.h"
+#include "platform/contract/machine_contract.h"
 #include "platform/contract/notifications_contract.h"
+#include "platform/contract/opened_links_contract.h"
 #include "platform/contract/preferences_contract.h"
+#include "platform/contract/push_registration_contract.h"
 #include "platform/contract/quit_sender_contract.h"
 #include "platform/contract/random_contract.h"
 #include "platform/contract/scheduler_contract.h"
 #include "platform/contract/screen_lock_contract.h"
+#include "platform/contract/system_power_contract.h"
+#include "platform/contract/web_sign_in_contract.h"
 #include "platform/contract/worker_queue_contract.h"
+#include "platform/memory/apple_sign_in_memory.h"
+#include "platform/memory/background_transfer_memory.h"
 #include "platform/memory/boot_clock_memory.h"
 #include "platform/memory/camera_memory.h"
 #include "platform/memory/crypto_memory.h"
@@ -27,11 +35,17 @@
 #include "platform/memory/image_memory.h"
 #include "platform/memory/keychain_memory.h"
 #include "platform/memory/login_item_memory.h"
+#include "platform/memory/machine_memory.h"
 #include "platform/memory/notifications_memory.h"
+#include "platform/memory/opened_links_memory.h"
 #include "platform/memory/preferences_memory.h"
+#include "platform/memory/process_activity_memory.h"
+#include "platform/memory/push_registration_memory.h"
 #include "platform/memory/quit_sender_memory.h"
 #include "platform/memory/random_memory.h"
 #include "platform/memory/screen_lock_memory.h"
+#include "platform/memory/system_power_memory.h"
+#include "platform/memory/web_sign_in_memory.h"
 #include "testing/virtual_scheduler.h"
 #include "testing/virtual_worker_queue.h"
 
@@ -138,13 +152,11 @@ struct MemoryLoginItemBackend {
 };
 INSTANTIATE_TYPED_TEST_SUITE_P(Memory, LoginItemContract, MemoryLoginItemBackend);
 
-struct MemoryHttpBackend {
+/// A scripted alert service, reached without a network.
+struct MemoryNetwork {
   VirtualScheduler scheduler;
   MemoryFiles files;
   ScriptedService service{scheduler};
-  MemoryHttp memory{scheduler, files};
-  MemoryHttpBackend() { memory.setServer(service.server()); }
-  Http& http() { return memory; }
   std::string url() const { return "http://127.0.0.1:1"; }
   std::string put(const std::string& name, const Bytes& bytes) {
     EXPECT_TRUE(files.writeWhole("/" + name, bytes));
@@ -155,7 +167,65 @@ struct MemoryHttpBackend {
     return done();
   }
 };
+
+struct MemoryHttpBackend : MemoryNetwork {
+  MemoryHttp memory{scheduler, files};
+  MemoryHttpBackend() { memory.setServer(service.server()); }
+  Http& http() { return memory; }
+};
 INSTANTIATE_TYPED_TEST_SUITE_P(Memory, HttpContract, MemoryHttpBackend);
+
+struct MemoryTransferBackend : MemoryNetwork {
+  MemoryBackgroundTransfer transfer{scheduler, files, "brindle.alerts"};
+  MemoryTransferBackend() { transfer.setServer(service.server()); }
+  BackgroundTransfer& launch() { return transfer; }
+  void quit() { transfer.detach(); }
+};
+INSTANTIATE_TYPED_TEST_SUITE_P(Memory, BackgroundTransferContract, MemoryTransferBackend);
+
+struct MemoryPowerBackend : Loop {
+  MemorySystemPower all{scheduler};
+  SystemPower& power() { return all; }
+  void sleep() { all.announceSleep(); }
+  void wake() { all.wake(); }
+  bool asleepOrAwakeAgain() const { return all.allowed() == all.announced(); }
+  bool waitsForUs() { return all.waitsForSomebody(); }
+};
+INSTANTIATE_TYPED_TEST_SUITE_P(Memory, SystemPowerContract, MemoryPowerBackend);
+
+struct MemoryLinksBackend : Loop {
+  MemoryOpenedLinks all{scheduler};
+  OpenedLinks& links() { return all; }
+  void install(const std::string& scheme) { all.setRegistered(scheme); }
+  void open(const std::string& link) { all.open(link); }
+};
+INSTANTIATE_TYPED_TEST_SUITE_P(Memory, OpenedLinksContract, MemoryLinksBackend);
+
+struct MemorySignInBackend : Loop {
+  MemoryWebSignIn all{scheduler};
+  WebSignIn& signIn() { return all; }
+  void comeBack(const std::string& query) { all.redirect(query); }
+  void breaks() { all.setBroken("no browser"); }
+  void loseInterest() { scheduler.advance(std::chrono::minutes(10)); }
+};
+INSTANTIATE_TYPED_TEST_SUITE_P(Memory, WebSignInContract, MemorySignInBackend);
+
+struct MemoryPushBackend : Loop {
+  MemoryPushRegistration all{scheduler};
+  PushRegistration& push() { return all; }
+  void give(const std::string& token) { all.setToken(token); }
+  void takeBack() { all.setProblem("gone"); }
+  void send(const Bytes& message) { all.receive(message); }
+};
+INSTANTIATE_TYPED_TEST_SUITE_P(Memory, PushRegistrationContract, MemoryPushBackend);
+
+struct MemoryMachineBackend {
+  MemoryMachine named;
+  MemoryProcessActivity counted;
+  Machine& machine() { return named; }
+  ProcessActivity& activity() { return counted; }
+};
+INSTANTIATE_TYPED_TEST_SUITE_P(Memory, MachineContract, MemoryMachineBackend);
 
 struct MemoryQuitBackend : Loop {
   MemoryQuitSender sender{scheduler};

@@ -4,5 +4,5 @@ brindle_library(brindle_memory
   LINKS brindle_platform
   PRIVATE_LINKS brindle_openssl)
 brindle_test(brindle_memory_test
-  SOURCES background_transfer_memory_test.cpp memory_test.cpp
+  SOURCES memory_test.cpp
   LINKS brindle_memory brindle_testing brindle_scripted_service)
