@@ -25,9 +25,6 @@ if(BRINDLE_TESTS)
     target_compile_definitions(${test} PRIVATE BRINDLE_SAMPLE_FRAMES="${BRINDLE_SAMPLE_FRAMES}")
   endforeach()
   target_include_directories(linux_image_test PRIVATE ${CMAKE_SOURCE_DIR})  # tools/jpeg_writing.h
-  target_compile_definitions(linux_camera_test PRIVATE
-    BRINDLE_CAMERA_SCAN="$<TARGET_FILE:brindle-camera-scan>")
-  add_dependencies(linux_camera_test brindle-camera-scan)
   set_tests_properties(linux_camera_test PROPERTIES
     ENVIRONMENT "GST_REGISTRY=${CMAKE_CURRENT_BINARY_DIR}/gstreamer-registry.bin")
 endif()

@@ -151,18 +151,9 @@ TEST_F(GstreamerCameraTest, PhotosAreJpegOfWhatTheCameraSeesAlsoWhenItSendsJpeg)
     ASSERT_TRUE(mean);
     EXPECT_GE(*mean, row.low);
     EXPECT_LE(*mean, row.high);
-  }
-}
-
-TEST_F(GstreamerCameraTest, ExposureIsToldFromTheFrames) {
-  const auto steady = cameraOf("videotestsrc is-live=true pattern=smpte75");
-  ASSERT_EQ(started(*steady), CameraStart::running);
-  EXPECT_TRUE(loop.runUntil([&] { return !steady->adjustingExposure(); }));
-  const auto blinking = cameraOf("videotestsrc is-live=true pattern=blink");
-  ASSERT_EQ(started(*blinking), CameraStart::running);
-  for (int i = 0; i < 6; ++i) {
-    ASSERT_TRUE(photo(*blinking));  // at least a frame goes by
-    EXPECT_TRUE(blinking->adjustingExposure());
+    const auto adjusting = [&] { return camera->adjustingExposure(); };
+    EXPECT_TRUE(loop.runUntil([&] { return adjusting() == (row.high < 0.1); }))
+        << "black says nothing";
   }
 }
 
@@ -206,22 +197,6 @@ TEST_F(GstreamerCameraTest, OneThatGivesNoFrameIsLeftAtOnceWhenStoppedAndNeverAn
   bool workedOff = false;
   loop.queue.run([] {}, [&] { workedOff = true; });
   EXPECT_TRUE(loop.runUntil([&] { return workedOff; }));
-}
-
-TEST_F(GstreamerCameraTest, PreparingLeavesAListOfPlugInsBehindBeforeAnythingElseRuns) {
-  const TemporaryFolder folder;
-  const std::string list = folder / "registry.bin";
-  const char* set = ::getenv("GST_REGISTRY");
-  const std::string earlier = set ? set : folder / "other.bin";
-  ::setenv("GST_REGISTRY", list.c_str(), 1);
-  const auto camera = cameraOf("videotestsrc is-live=true");
-  camera->prepare("/nowhere/at/all");
-  camera->prepare(BRINDLE_CAMERA_SCAN);
-  bool found = false, done = false;
-  loop.queue.run([&] { found = fs::exists(list); }, [&] { done = true; });
-  EXPECT_TRUE(loop.runUntil([&] { return done; }));
-  EXPECT_TRUE(found);
-  ::setenv("GST_REGISTRY", earlier.c_str(), 1);
 }
 
 TEST_F(GstreamerCameraTest, ADeviceThatMayNotBeOpenedIsDeniedAndOneThatIsNoneFails) {

@@ -111,16 +111,6 @@ TEST_F(ScreensaverTest, ASignalThatSomebodyElseSendsUsIsNotBelieved) {
   EXPECT_EQ(seen.size(), 1U);
 }
 
-TEST(ScreenLockLinuxTest, WithoutAnySourceItSaysSo) {
-  Desktop desktop;
-  LogindSession logind(desktop.system, Log(desktop.lines));
-  LinuxScreenLock lock(logind, desktop.system, desktop.session, Log(desktop.lines));
-  EXPECT_FALSE(lock.reachable());
-  EXPECT_FALSE(lock.screenLocked());
-  EXPECT_FALSE(lock.report().answered);
-  EXPECT_NE(lock.report().detail.find("system bus: "), std::string::npos) << lock.report().detail;
-}
-
 TEST_F(ScreensaverTest, TheCompositorsPowerSavingIsTheDisplaysSleep) {
   Peer mutter(desktop.bus.address(), "org.gnome.Mutter.DisplayConfig",
               "/org/gnome/Mutter/DisplayConfig");

@@ -3,6 +3,7 @@
 #include <poll.h>
 #include <sys/epoll.h>
 
+#include <fstream>
 #include <optional>
 
 #include "platform/contract/boot_clock_contract.h"
@@ -43,6 +44,12 @@ struct ClockBackend {
   LinuxBootClock clock;
 };
 INSTANTIATE_TYPED_TEST_SUITE_P(Linux, BootClockContract, ClockBackend);
+
+TEST(LinuxBootClockTest, CountsWithTheKernelWhateverTheWallClockSays) {
+  double kernel = 0;
+  std::ifstream("/proc/uptime") >> kernel;
+  EXPECT_NEAR(std::chrono::duration<double>(LinuxBootClock().uptime()).count(), kernel, 5);
+}
 
 struct PreferencesBackend {
   MemoryFiles files;
@@ -141,21 +148,6 @@ TEST_F(LinuxSchedulerTest, ATaskMayRunTheLoopAndOrderIsKept) {
   loop.scheduler->post([&] { order += 'b'; });
   EXPECT_TRUE(loop.runUntil([&] { return order.size() == 3; }));
   EXPECT_EQ(order, "abc");
-}
-
-// RFC 7914, section 11; the first half of each 64-byte value, which is its own block.
-TEST(OpensslCryptoTest, DerivesThePublishedValues) {
-  OpensslCrypto crypto;
-  Sha256 out{};
-  ASSERT_TRUE(crypto.pbkdf2HmacSha256(viewOf("passwd"), viewOf("salt"), 1, out));
-  EXPECT_EQ(hexOf(out), "55ac046e56e3089fec1691c22544b605f94185216dde0465e68b9d57c20dacbc");
-  ASSERT_TRUE(crypto.pbkdf2HmacSha256(viewOf("Password"), viewOf("NaCl"), 80'000, out));
-  EXPECT_EQ(hexOf(out), "4ddcd8f60b98be21830cee5ef22701f9641a4418d04c0414aeff08876b34ab56");
-  EXPECT_FALSE(crypto.pbkdf2HmacSha256(viewOf("x"), viewOf("y"), 0, out));
-  EXPECT_TRUE(crypto.report().answered);
-  EXPECT_TRUE(equalInConstantTime(viewOf("same"), viewOf("same")));
-  EXPECT_FALSE(equalInConstantTime(viewOf("same"), viewOf("sama")));
-  EXPECT_FALSE(equalInConstantTime(viewOf("same"), viewOf("samee")));
 }
 
 class LinuxPreferencesTest : public testing::Test {
