@@ -5,6 +5,7 @@
 #include <unistd.h>
 
 #include <fstream>
+#include <functional>
 #include <memory>
 #include <optional>
 #include <string>
@@ -22,6 +23,10 @@ class ChildProcess {
     for (auto& word : command) words.push_back(word.data());
     words.push_back(nullptr);
     if (spawn(pid_, words.data()) != 0) pid_ = 0;
+  }
+  /// The same program, which goes on with this alone and ends with what it gives.
+  explicit ChildProcess(const std::function<int()>& work) : pid_(fork()) {
+    if (pid_ == 0) _exit(work());
   }
   ~ChildProcess() { end(); }
   ChildProcess(const ChildProcess&) = delete;

@@ -1,19 +1,14 @@
 #include "platform/linux/background_transfer_linux.h"
 
 #include <gtest/gtest.h>
-#include <sdbus-c++/sdbus-c++.h>
-#include <sys/resource.h>
 
 #include <csignal>
 #include <filesystem>
 #include <fstream>
 
 #include "platform/contract/background_transfer_contract.h"
-#include "testing/child_process.h"
-#include "testing/linux_loop.h"
-#include "testing/recording_log.h"
+#include "testing/private_bus.h"
 #include "testing/scripted_service_socket.h"
-#include "testing/temporary_folder.h"
 
 namespace brindle {
 namespace {
@@ -78,6 +73,9 @@ TEST_F(LinuxTransferTest, ACourierKilledAtAnyStepLosesNothing) {
     backend.service.forgetRequests();
     const std::string content(100'000, 'x');
     ASSERT_TRUE(transfer.send(upload(content), step));
+    for (const auto& each : fs::recursive_directory_iterator(backend.spool)) {
+      EXPECT_EQ(each.status().permissions() & fs::perms(077), fs::perms::none) << each.path();
+    }
     ASSERT_TRUE(backend.until([&] { return !results.empty(); }));
     ASSERT_TRUE(backend.until([&] { return !fs::exists(once) && spoolEmpty(); }))
         << "never came there";
@@ -91,17 +89,36 @@ TEST_F(LinuxTransferTest, ACourierKilledAtAnyStepLosesNothing) {
   unsetenv("BRINDLE_COURIER_STOP_AT");
 }
 
+/// A program that hands over one upload, waits for its result and notes it in the file `told`. It
+/// is killed after its `left`-th change to the disk.
+int handOver(const LinuxTransferBackend& with, HttpRequest request, const std::string& told,
+             int left) {
+  RecordingLog lines;
+  LinuxScheduler loop;
+  PosixFiles files(with.spool, {}, [&](const FileStep&) {
+    if (--left == 0) std::raise(SIGKILL);
+  });
+  CourierLauncher launcher(loop, files, with.spool, with.program, nullptr, Log(lines));
+  LinuxBackgroundTransfer transfer(launcher, files, "brindle.alerts", Log(lines));
+  bool over = false;
+  transfer.start([&](const TransferResult& result) {
+    std::ofstream(told) << result.description << result.answer.status;
+    over = true;
+  });
+  if (!transfer.send(std::move(request), "peer")) return 1;
+  return runUntil(loop, [&] { return over; }) ? 0 : 2;
+}
+
 TEST_F(LinuxTransferTest, AProgramKilledAtAnyStepLosesNothing) {
-  const std::string body = backend.put("body", Bytes(100'000, 'y'));
-  const std::string told = backend.put("told", {});
+  const HttpRequest request = upload(std::string(100'000, 'y'));
+  const std::string told = backend.folder / "told";
   for (int stop = 1, status = -1; status != 0; ++stop) {
     SCOPED_TRACE(stop);
     ASSERT_LT(stop, 50);
     fs::remove_all(backend.spool);
     fs::remove(told);
     backend.service.forgetRequests();
-    ChildProcess peer({BRINDLE_TRANSFER_PEER, std::to_string(stop), backend.spool, backend.program,
-                       backend.url() + "/api/alert", body, told});
+    ChildProcess peer([&] { return handOver(backend, request, told, stop); });
     std::optional<int> ended;
     ASSERT_TRUE(backend.until([&] { return (ended = peer.poll()).has_value(); }));
     status = *ended;
@@ -118,23 +135,6 @@ TEST_F(LinuxTransferTest, AProgramKilledAtAnyStepLosesNothing) {
   }
 }
 
-TEST_F(LinuxTransferTest, TheProgramIsGoneFromHandOverToDelivery) {
-  Results results;
-  backend.service.setReachable(false);
-  ASSERT_TRUE(launch(results).send(upload("while away"), "label"));
-  backend.quit();
-  ASSERT_TRUE(backend.until([&] { return backend.socket.accepted() > 0; }));
-  backend.service.setReachable(true);
-  ASSERT_TRUE(backend.until([&] { return spoolEmpty() || !backend.service.requests().empty(); }));
-  EXPECT_EQ(backend.service.requests().front().text(), "while away");
-  for (const auto& each : fs::recursive_directory_iterator(backend.spool)) {
-    EXPECT_EQ(each.status().permissions() & fs::perms(077), fs::perms::none) << each.path();
-  }
-  launch(results);
-  ASSERT_TRUE(backend.until([&] { return results.size() == 1; }));
-  EXPECT_EQ(results[0].answer.status, 200);
-}
-
 TEST_F(LinuxTransferTest, WhatCannotBeWrittenOrStartedIsSaid) {
   Results results;
   std::ofstream(backend.spool) << "a file in its place";
@@ -145,61 +145,46 @@ TEST_F(LinuxTransferTest, WhatCannotBeWrittenOrStartedIsSaid) {
   backend.program = "/nonexistent/brindle-courier";
   BackgroundTransfer& transfer = launch(results);
   const HttpRequest request = upload("body");
-  rlimit before{};
-  getrlimit(RLIMIT_FSIZE, &before);
-  const rlimit small{100, before.rlim_max};
-  std::signal(SIGXFSZ, SIG_IGN);
-  setrlimit(RLIMIT_FSIZE, &small);
+  const std::string todo = backend.spool + "/brindle.alerts/todo";
+  fs::rename(todo, todo + " aside");
   EXPECT_FALSE(transfer.send(request, "no room"));
-  setrlimit(RLIMIT_FSIZE, &before);
+  fs::rename(todo + " aside", todo);
   EXPECT_TRUE(backend.lines.has("background transfer: not handed over, error %{public}d"));
   EXPECT_TRUE(unfinished(transfer).empty());
   EXPECT_TRUE(spoolEmpty());
   ASSERT_TRUE(transfer.send(request, "label"));
   EXPECT_TRUE(backend.lines.has("background transfer: brindle-courier not started, %{public}s"));
-  fs::remove_all(backend.spool + "/brindle.alerts/todo");
+  fs::remove_all(todo);
   ASSERT_TRUE(backend.until([&] { return !results.empty(); })) << "a job that vanished has ended";
   EXPECT_EQ(results[0].answer.status, 0);
 }
 
 TEST_F(LinuxTransferTest, TheServiceManagerIsAskedFirstAndAProcessStartedWhenItRefuses) {
-  const std::string address = "unix:path=" + (backend.folder / "bus");
-  const auto daemon = readyProgram(backend.folder.path(),
-                                   "dbus-daemon --config-file=" BRINDLE_PEERS
-                                   "/bus.conf --nofork --nopidfile --print-address=3 --address=" +
-                                       address);
-  setenv("DBUS_SESSION_BUS_ADDRESS", address.c_str(), 1);
+  const PrivateBus bus;
   std::vector<std::string> command;
-  const auto peer = sdbus::createSessionBusConnectionWithAddress(address);
-  const auto object = sdbus::createObject(*peer, "/org/freedesktop/systemd1");
   using Property = sdbus::Struct<std::string, sdbus::Variant>;
   using Command = sdbus::Struct<std::string, std::vector<std::string>, bool>;
-  const auto start = [&](const std::string&, const std::string&, const std::vector<Property>& all,
-                         const std::vector<sdbus::Struct<std::string, std::vector<Property>>>&) {
-    for (const auto& each : all) {
-      if (each.get<0>() != "ExecStart") continue;
-      command = each.get<1>().get<std::vector<Command>>().at(0).get<1>();
-    }
-    throw sdbus::Error("org.freedesktop.DBus.Error.AccessDenied", "no");
-    return sdbus::ObjectPath("/");
-  };
-  object->registerMethod("StartTransientUnit")
+  std::optional<Peer> peer(std::in_place, bus.address(), "org.freedesktop.systemd1",
+                           "/org/freedesktop/systemd1");
+  peer->object()
+      .registerMethod("StartTransientUnit")
       .onInterface("org.freedesktop.systemd1.Manager")
-      .implementedAs(start);
-  object->finishRegistration();
-  peer->requestName("org.freedesktop.systemd1");
-  peer->enterEventLoopAsync();
-
+      .implementedAs([&](const std::string&, const std::string&, const std::vector<Property>& all,
+                         const std::vector<sdbus::Struct<std::string, std::vector<Property>>>&) {
+        command = all.at(1).get<1>().get<std::vector<Command>>().at(0).get<1>();
+        throw sdbus::Error("org.freedesktop.DBus.Error.AccessDenied", "no");
+        return sdbus::ObjectPath("/");
+      });
+  peer->serve();
   DbusLink session(backend.loop, Log(backend.lines), DbusBus::session);
   DbusService manager(session, Log(backend.lines), "org.freedesktop.systemd1");
   backend.manager = &manager;
   ASSERT_TRUE(backend.until([&] { return manager.present(); }));
   Results results;
-  const bool sent = launch(results).send(upload("body"), "label");
-  const bool told = backend.until([&] { return !results.empty(); });
+  EXPECT_TRUE(launch(results).send(upload("body"), "label"));
+  EXPECT_TRUE(backend.until([&] { return !results.empty(); }));
   backend.quit();
-  peer->leaveEventLoop();
-  EXPECT_TRUE(sent && told);
+  peer.reset();
   EXPECT_EQ(command, (std::vector{backend.program, backend.spool}));
   EXPECT_TRUE(backend.lines.has("background transfer: no unit (%{public}s), a process instead"));
 }

@@ -19,10 +19,7 @@ brindle_test(linux_transfer_test
   LINKS brindle_linux_transfer brindle_testing brindle_scripted_socket PkgConfig::SDBUS
   LABELS peers)
 if(BRINDLE_TESTS)
-  add_executable(transfer_peer ${CMAKE_SOURCE_DIR}/src/testing/transfer_peer_main.cpp)
-  target_link_libraries(transfer_peer PRIVATE brindle_linux_transfer brindle_testing)
-  add_dependencies(linux_transfer_test transfer_peer brindle-courier)
+  add_dependencies(linux_transfer_test brindle-courier)
   target_compile_definitions(linux_transfer_test PRIVATE
-    BRINDLE_COURIER="$<TARGET_FILE:brindle-courier>" BRINDLE_PEERS="${CMAKE_SOURCE_DIR}/tests/peers"
-    BRINDLE_TRANSFER_PEER="$<TARGET_FILE:transfer_peer>")
+    BRINDLE_COURIER="$<TARGET_FILE:brindle-courier>" BRINDLE_PEERS="${CMAKE_SOURCE_DIR}/tests/peers")
 endif()
