@@ -18,14 +18,12 @@
 // its port. Each request becomes a JSON line in LOG. Commands come on standard input, each answered
 // by "ok" or "?" once it holds, and it ends with its input.
 //
-//   status PATH CODE [JSON]   every request whose path begins so    once PATH CODE [JSON]  the next
-//   delay PATH MS             answered late    never PATH           received, never answered
-//   twice PATH                answered twice   cut PATH BYTES       closed within the answer's body
-//   close PATH                closed unanswered                     hold PATH  held until released
-//   release [N]               lets the N-th held answer go, all without N
-//   usual PATH                forgets the script of this path
-//   terms VERSION   session TOKEN EMAIL     what these answers say
-//   down | up                 the service cannot be reached | can be again
+//   status PATH CODE       every request whose path begins so is answered this
+//   never PATH             received, never answered
+//   hold PATH | release    held until released
+//   usual PATH             forgets the script of this path
+//   session TOKEN EMAIL    what signing in gives
+//   down | up              the service cannot be reached | can be again
 
 namespace brindle {
 namespace {
@@ -39,51 +37,22 @@ class Commands {
     std::string verb, path;
     words >> verb >> path;
     if (verb == "down" || verb == "up") return service_.setReachable(verb == "up"), true;
-    if (verb == "release") return release(path), true;
+    if (verb == "release") return service_.releaseAll(), true;
     if (path.empty()) return false;
     if (verb == "usual") return service_.usual(path), true;
-    if (verb == "terms") return service_.termsVersion = path, true;
     if (verb == "session") {
       service_.token = path;
       return static_cast<bool>(words >> service_.email);
     }
-    return script(verb, path, words);
+    ScriptedReply reply = service_.usualReply(path);
+    if (verb == "status" && !(words >> reply.status)) return false;
+    if (verb == "never") reply.copies = 0;
+    reply.held = verb == "hold";
+    service_.always(path, reply);
+    return verb == "status" || verb == "never" || verb == "hold";
   }
 
  private:
-  void release(const std::string& which) {
-    std::size_t index = 0;
-    if (which.empty()) return service_.releaseAll();
-    std::from_chars(which.data(), which.data() + which.size(), index);
-    service_.release(index);
-  }
-
-  bool script(const std::string& verb, const std::string& path, std::istringstream& words) {
-    ScriptedReply reply = service_.usualReply(path);
-    std::size_t number = 0;
-    const bool counted = verb == "status" || verb == "once" || verb == "delay" || verb == "cut";
-    if (counted && !(words >> number)) return false;
-    if (verb == "status" || verb == "once") {
-      reply.status = static_cast<int>(number);
-      words >> std::ws;
-      if (std::string body; std::getline(words, body)) reply.body = body;
-      if (verb == "once") return service_.once(path, reply), true;
-    } else if (verb == "delay") {
-      reply.delay = std::chrono::milliseconds(number);
-    } else if (verb == "cut") {
-      reply.cutAfter = number;
-    } else if (verb == "never" || verb == "twice") {
-      reply.copies = verb == "never" ? 0 : 2;
-    } else if (verb == "close") {
-      reply.status = 0;
-    } else if (verb == "hold") {
-      reply.held = true;
-    } else {
-      return false;
-    }
-    return service_.always(path, reply), true;
-  }
-
   ScriptedService& service_;
 };
 
@@ -93,14 +62,7 @@ std::string lineOf(const ScriptedRequest& request, Duration clockOffset) {
   JsonWriter json(line);
   json.beginObject().field("method", request.method).field("path", request.path);
   json.field("firstByte", (request.firstByte + clockOffset).count()).key("headers").beginObject();
-  std::string names;
-  for (const auto& [name, value] : request.headers) {
-    // The first of a name counts, and only those that can be a key.
-    const std::string mark = "\n" + name + "\n";
-    if (names.contains(mark) || name.find_first_of("\"\\") != std::string::npos) continue;
-    names += mark;
-    json.field(name, value);
-  }
+  for (const auto& [name, value] : request.headers) json.field(name, value);
   json.endObject().field("body", base64(request.body)).endObject();
   return line + "\n";
 }

@@ -58,9 +58,8 @@ TYPED_TEST_P(BackgroundTransferContract, WholeBodiesArriveAndEveryAnswerIsToldOn
   ASSERT_TRUE(transfer.send(this->upload(large), label));
   ASSERT_TRUE(this->backend.until([&] { return this->backend.service.held() == 1; }));
   EXPECT_EQ(this->unfinished(transfer), std::vector{label});
-  const ScriptedRequest& got = this->backend.service.requests().front();
-  EXPECT_EQ(got.text(), large);
-  EXPECT_EQ(got.header("Authorization"), "Bearer token");
+  EXPECT_EQ(this->backend.service.requests().front().text(), large);
+  EXPECT_EQ(this->backend.service.requests().front().header("Authorization"), "Bearer token");
   this->backend.service.release();
   ASSERT_TRUE(this->backend.until([&] { return results.size() == 1; }));
   EXPECT_EQ(results[0].description, label);
