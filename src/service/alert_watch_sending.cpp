@@ -139,8 +139,10 @@ void AlertWatchSending::transferred(const TransferResult& result) {
   const auto label = AlertWatchLabel::parse(result.description);
   if (label && parts_.outbox.find(label->id)) {
     answered(label->id, AlertWatchChannel::background, answer);
-    // The system forgets a result once this returns.
-    parts_.outbox.save();
+    // The system forgets a result once this returns. One that ended nothing may be forgotten here
+    // too: what failed is sent again in any case, and a thousand failures are not worth a thousand
+    // flushes.
+    if (!parts_.outbox.find(label->id)) parts_.outbox.save();
     return;
   }
   logAnswer(unknown, label ? label->seq : 0,
