@@ -95,7 +95,7 @@ def one_unlock(signals, probe, set_hint, ends):
     wait_until(lambda: photos() > 0, "a photo")
     command(BRINDLE, "confirm", typed=PIN + "\n")
     wait_until(lambda: photos() == 0, "the photos to go")
-    time.sleep(max(0.2, 1.6 - (time.monotonic_ns() - call) / 1e9))
+    time.sleep(max(0.2, 1.6 - (time.monotonic_ns() - max(moments[2].values())) / 1e9))
     return moments
 
 
