@@ -37,11 +37,14 @@ class RandomGuard : public GuardWorld {
     EXPECT_TRUE(store->armed()) << "the guard stays on";
     const std::vector<FileName> names = photos();
     const std::set<FileName> there(names.begin(), names.end());
-    for (const EventRef& event : onDisk().events) {
+    const EventList onFile = onDisk().events;
+    const bool saved = store->status().saved && !diskFails_;  // and can be read
+    EXPECT_TRUE(!saved || textsOf(onFile) == textsOf(store->events()));
+    for (const EventRef& event : onFile) {
       for (const FileName& name : event->files()) {
         EXPECT_TRUE(there.contains(name)) << name << " is named and not there";
       }
-      if (store->status().saved) recorded_.insert(event->id);
+      if (saved) recorded_.insert(event->id);
     }
     for (const Uuid& id : recorded_) {
       const bool kept = store->event(id) != nullptr;
@@ -55,11 +58,15 @@ class RandomGuard : public GuardWorld {
     scheduler.advance(20min);
     check();
     EXPECT_TRUE(store->status().saved);
-    EXPECT_EQ(onDisk().events.size(), store->events().size());
     for (const EventRef& event : onDisk().events) EXPECT_FALSE(event->photoPending);
   }
 
  private:
+  static std::vector<std::string> textsOf(const EventList& events) {
+    std::vector<std::string> all;
+    for (const EventRef& event : events) all.push_back(eventJson(*event));
+    return all;
+  }
   void confirm() {
     if (const auto pending = store->pendingConfirm()) allowedToGo_.insert(*pending);
     store->proved(OwnerGate::prove(OwnerPurpose::confirmUnlock));

