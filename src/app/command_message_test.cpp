@@ -4,7 +4,6 @@
 
 #include "app/command_line.h"
 #include "app/command_text.h"
-#include "app/conversation.h"
 
 namespace brindle {
 namespace {
@@ -44,10 +43,7 @@ TEST(RequestReaderTest, BelievesNothing) {
   const std::string rows[] = {
       "\n",
       "garbage\n",
-      "[]\n",
-      "{\"v\":1}\n",
       "{\"v\":2,\"command\":\"on\"}\n",
-      "{\"v\":1,\"command\":7}\n",
       "{\"v\":1,\"command\":\"on\",\"secrets\":7}\n",
       "{\"v\":1,\"command\":\"on\",\"secrets\":[{\"name\":\"pin\",\"size\":-1}]}\n",
       "{\"v\":1,\"command\":\"on\",\"secrets\":[{\"name\":\"pin\",\"size\":1025}]}\n",
@@ -92,24 +88,17 @@ TEST(CommandLineTest, TakesTheseAndNoOthers) {
   EXPECT_EQ(read({"delete", "--photos"})->request.target, "photos");
   EXPECT_EQ(read({"delete", "d73d0d23-c20b-4bc0-9698-803dcdf6ff41"})->request.target,
             "D73D0D23-C20B-4BC0-9698-803DCDF6FF41");
-  EXPECT_EQ(read({"account"})->request.target, "");
-  EXPECT_EQ(read({"account", "sign-in", "email"})->request.target, "sign-in-email");
   EXPECT_EQ(read({"account", "sign-in", "email", "a@b.example"})->request.value, "a@b.example");
   EXPECT_EQ(read({"account", "sign-out"})->request.target, "sign-out");
   EXPECT_EQ(read({"open", "brindle:x"})->request.value, "brindle:x");
-  EXPECT_TRUE(read({"outbox", "--json"})->request.json);
   const std::pair<Arguments, std::string> rows[] = {
       {{"account", "sign-in"}, "account does not take sign-in"},
-      {{"account", "sign-in", "google", "x"}, "account does not take sign-in google x"},
-      {{"alerts", "maybe"}, "alerts does not take maybe"},
       {{"alerts"}, "alerts needs one of: on, off"},
       {{"fly"}, "no such command: fly"},
       {{"on", "730164"}, "on does not take 730164"},
-      {{"guard", "x"}, "guard takes nothing more"},
       {{"status", "--at-login"}, "only a guard is started at login"},
       {{"delete"}, "delete takes EVENT, --photos or --all"},
       {{"delete", "7"}, "7 is no event; \"brindle history\" shows them"},
-      {{"setup", "--alert-delay"}, "--alert-delay needs a value"},
       {{"setup", "--alert-delay", "4s"}, "--alert-delay takes whole seconds"},
       {{"setup", "--pin", "7"},
        "setup takes --alert-delay SECONDS and --start-at-login yes|no, or --replace-pin"},
@@ -129,45 +118,6 @@ TEST(CommandTextTest, NamesChosenByOthersCannotDriveTheTerminal) {
   event.photoFiles = {"../../etc/passwd", "A-0.jpg"};
   const auto json = historyJson({std::make_shared<const UnlockEvent>(event)}, "/photos");
   EXPECT_NE(json.find("\"photos\":[\"/photos/A-0.jpg\"]"), std::string::npos) << json;
-}
-
-class ScriptedTerminal final : public Terminal {
- public:
-  explicit ScriptedTerminal(std::vector<std::string> typed) : typed_(std::move(typed)) {}
-  void say(std::string_view line) override { shown += std::string(line) + "\n"; }
-  std::optional<std::string> ask(std::string_view prompt) override {
-    shown += std::string(prompt) + "\n";
-    if (next_ == typed_.size()) return std::nullopt;
-    return typed_[next_++];
-  }
-  std::optional<SecretText> askSecret(std::string_view prompt) override {
-    const auto line = ask(prompt);
-    return line ? std::optional<SecretText>(SecretText(*line)) : std::nullopt;
-  }
-  std::string shown;
-
- private:
-  std::vector<std::string> typed_;
-  std::size_t next_ = 0;
-};
-
-TEST(ConversationTest, AsksForThePinThenOffersTheQuestion) {
-  ScriptedTerminal terminal({"1111", "", "Rex"});
-  Conversation conversation(terminal);
-  auto next = conversation.next({.type = Reply::Type::proof, .text = "Confirm that it's you."});
-  ASSERT_TRUE(next);
-  EXPECT_EQ(next->target, "pin");
-  EXPECT_EQ(next->secret("pin")->view(), "1111");
-  next = conversation.next(
-      {.type = Reply::Type::tried, .text = "Wrong.", .answerOpen = true, .question = "Pet?"});
-  ASSERT_TRUE(next);
-  EXPECT_EQ(next->secret("answer")->view(), "Rex");
-  EXPECT_NE(terminal.shown.find("Pet?"), std::string::npos);
-  EXPECT_FALSE(conversation.next({.type = Reply::Type::tried, .text = "Wrong."}));
-  EXPECT_EQ(conversation.exitCode(), exit_code::noProof) << "given up";
-  ScriptedTerminal gone({"730164"});
-  Request half{.command = "setup"};
-  EXPECT_FALSE(Conversation(gone).prepare(half));
 }
 
 }  // namespace

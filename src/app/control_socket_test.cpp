@@ -69,20 +69,6 @@ TEST_F(ControlSocketTest, BadPeersAreClosedAndTheGuardGoesOn) {
   EXPECT_TRUE(lines.has("socket: refused, 8 connections")) << lines.all();
 }
 
-TEST_F(ControlSocketTest, APeerThatLeavesAmidATryHarmsNothing) {
-  choosePin();
-  {
-    const auto peer = connected();
-    send(peer, encodeRequest({.command = "history"}));
-    std::array<char, 4096> bytes;
-    runUntil([&] { return recv(peer.get(), bytes.data(), bytes.size(), 0) > 0; });
-    send(peer, encodeRequest(tryWith("pin", wrongPin)));
-    runUntil([this] { return devices.preferences.integer("guard.pin.failures") == 1; });
-  }
-  runUntil([this] { return socket.connections() == 0 && app.store().events().size() == 1; });
-  EXPECT_EQ(app.store().events()[0]->wrongPINs, 1) << "counted and recorded all the same";
-}
-
 TEST_F(ControlSocketTest, RefusesOtherUsers) {
   struct stat found {};
   ASSERT_EQ(stat(paths.runtime.c_str(), &found), 0);
@@ -118,12 +104,6 @@ TEST_F(ControlSocketTest, OneInstancePerDataFolderAndASocketThatACrashLeftIsRepl
   const auto alone = reachGuard(elsewhere);
   EXPECT_FALSE(alone.client);
   EXPECT_EQ(alone.problem, "");
-
-  InstanceLock refused;
-  ASSERT_EQ(symlink("/dev/null", (folder + "/link").c_str()), 0);
-  EXPECT_EQ(refused.take(folder + "/link"), InstanceLock::Outcome::failed);
-  EXPECT_EQ(refused.take(folder + "/link/below"), InstanceLock::Outcome::failed);
-  EXPECT_NE(refused.problem(), "");
 }
 
 }  // namespace
