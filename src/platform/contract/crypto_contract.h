@@ -34,9 +34,7 @@ TYPED_TEST_P(CryptoContract, HashesPiecesLikeTheirWholeAndDerivesTheSameFromTheS
                                                  {"1235", "salt", 2u},
                                                  {"1234", "sal", 2u},
                                                  {"1234", "salt", 3u},
-                                                 {"123", "4salt", 2u},
-                                                 {"", "1234salt", 2u},
-                                                 {"1234salt", "", 2u}}) {
+                                                 {"123", "4salt", 2u}}) {
     Sha256 once{};
     Sha256 again{};
     ASSERT_TRUE(this->backend.pbkdf2HmacSha256(viewOf(secret), viewOf(salt), iterations, once));
@@ -44,7 +42,7 @@ TYPED_TEST_P(CryptoContract, HashesPiecesLikeTheirWholeAndDerivesTheSameFromTheS
     EXPECT_EQ(once, again);
     derived.insert(once);
   }
-  EXPECT_EQ(derived.size(), 7u);
+  EXPECT_EQ(derived.size(), 5u);
 }
 
 REGISTER_TYPED_TEST_SUITE_P(CryptoContract,

@@ -185,13 +185,8 @@ TEST_F(GstreamerCameraTest, SourcesThatCannotWorkFailAndSayWhy) {
   }
 }
 
-TEST_F(GstreamerCameraTest, OneThatGivesNoFrameIsLeftAtOnceWhenStoppedAndNeverAnswersOnceGone) {
+TEST_F(GstreamerCameraTest, OneThatGivesNoFrameIsLeftAtOnceAndNeverAnswersOnceGone) {
   auto camera = cameraOf("appsrc is-live=true caps=video/x-raw,format=I420,width=64,height=64");
-  std::optional<CameraStart> how;
-  camera->start([&](CameraStart result) { how = result; });
-  camera->stop();
-  EXPECT_TRUE(loop.runUntil([&] { return how.has_value(); }));
-  EXPECT_EQ(how, CameraStart::failed);
   camera->start([](CameraStart) { ADD_FAILURE() << "answered from the beyond"; });
   camera.reset();
   bool workedOff = false;
