@@ -294,6 +294,7 @@ void AlertWatch::updating() {
 }
 
 void AlertWatch::quitting(bool systemEnds) {
+  systemEnds_ = systemEnds;
   if (on_ && outbox_.flag(watch_marks::toldOn)) {
     if (systemEnds) {
       outbox_.mark(watch_marks::shutDownMark, true);
@@ -306,7 +307,9 @@ void AlertWatch::quitting(bool systemEnds) {
   outbox_.save();
 }
 
-bool AlertWatch::underWay() const { return photosUnderWay_ > 0 || sending_.onlyHere(); }
+bool AlertWatch::underWay() const {
+  return photosUnderWay_ > 0 || sending_.onlyHere(systemEnds_);
+}
 
 void AlertWatch::sendOwed() {
   if (!started_) return;

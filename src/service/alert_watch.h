@@ -128,6 +128,7 @@ class AlertWatch final : public AlertWatching {
   SleepHolds sleepHolds_;
   bool started_ = false;
   bool on_ = false;
+  bool systemEnds_ = false;
   std::string token_;  ///< that what is on its way was sent with
   int photosUnderWay_ = 0;
   std::map<Uuid, Timer> repeats_;  ///< of "extend"

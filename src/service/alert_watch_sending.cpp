@@ -197,9 +197,9 @@ std::vector<Uuid> AlertWatchSending::underWay() const {
   return all;
 }
 
-bool AlertWatchSending::onlyHere() const {
+bool AlertWatchSending::onlyHere(bool systemEnds) const {
   for (const auto& [id, flight] : flights_) {
-    if (!flight.background.out) return true;
+    if (!flight.background.out || (systemEnds && flight.immediate.out)) return true;
   }
   return false;
 }

@@ -66,8 +66,9 @@ class AlertWatchSending {
   bool underWay(const Uuid& id) const { return flights_.contains(id); }
   std::vector<Uuid> underWay() const;
   std::size_t count() const { return flights_.size(); }
-  /// Something would be lost if this program ended now.
-  bool onlyHere() const;
+  /// Something would be lost if this program ended now. `systemEnds`: so would be, until the next
+  /// start, what only the system goes on with.
+  bool onlyHere(bool systemEnds) const;
   /// Without a word to anybody: the operation is not wanted any more.
   void drop(const Uuid& id);
   void giveUpSilent();

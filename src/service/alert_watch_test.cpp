@@ -280,8 +280,11 @@ TEST_F(AlertWatchTest, ANewStartTellsHowTheLastRunEnded) {
   EXPECT_THAT(text("api/watch/beat"), testing::Not(HasSubstr("reset")));
   for (const auto& [end, asLoginItem, reason] : ends) {
     if (end == updates) watch->updating();
+    if (end == isEnded) service.once("api/watch/beat", {.delay = 2s});
     if (end != crashes) watch->quitting(end == isEnded);
-    scheduler.run();
+    EXPECT_EQ(watch->underWay(), end == isEnded) << "a courier goes with the system";
+    scheduler.advance(2s);
+    EXPECT_FALSE(watch->underWay());
     kill();
     service.forgetRequests();
     lines.clear();
