@@ -57,13 +57,19 @@ check("armedAt" not in state(), "the document says off", state())
 os.kill(guard.pid, signal.SIGTERM)
 check(guard.ends() == 0, "off, it ends when asked")
 
-# A guard that commands cannot reach still guards, and says so.
+# A guard that neither commands nor links can reach still guards, and says so.
 os.environ["XDG_RUNTIME_DIR"] += "/" + "x" * 200
+open(os.environ["XDG_DATA_HOME"] + "/applications", "w", encoding="utf-8").close()
+with open(os.environ["XDG_CONFIG_HOME"] + "/Brindle/preferences.json", "r+", encoding="utf-8") as file:
+    chosen = json.load(file)
+    file.seek(0)
+    json.dump({**chosen, "service.url": "http://127.0.0.1:9"}, file)
 lonely = subprocess.Popen([BRINDLE, "guard"], stdin=subprocess.DEVNULL, stdout=subprocess.PIPE, stderr=subprocess.STDOUT, text=True)
 at_failure.append(lonely.kill)
 said = ""
 while "socket: not there: <private>" not in said and (line := lonely.stdout.readline()):
     said += line
-check("socket: not there: <private>" in said, "a guard without its socket says so", said)
+for what in ("links: not offered: <private>", "socket: not there: <private>"):
+    check(what in said, f"it says {what}", said)
 lonely.terminate()
 check(lonely.wait(timeout=20) == 0, "and ends when asked", lonely.returncode)
