@@ -95,10 +95,8 @@ TEST_F(AccountTest, AnEmailLinkWorksOnceAndAfterARelaunch) {
   launch();
   EXPECT_EQ(account->status(),
             (AccountStatus{"pending", "owner@example.org", "", "", true, false}));
-  for (const std::string wrong : {"brindle:/verify?code=1&state=forged",
-                                  "brindle:/verify?state=", "other:/verify?code=1&state="}) {
-    open(wrong.ends_with('=') ? wrong + key : wrong);
-  }
+  open("brindle:/verify?code=1&state=forged");
+  open("other:/verify?code=1&state=" + key);
   EXPECT_EQ(finishes(), 0U);
 
   const std::string link = "brindle://verify?code=c1&state=" + key;

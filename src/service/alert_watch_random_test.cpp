@@ -203,7 +203,7 @@ class Trial final : WatchWorld {
   void changeAccount() {
     const int who = roll(3);
     if (who == 0) account.signOut();
-    if (who > 0) account.signIn(who == 1 ? owner : other, "token-" + std::to_string(roll(1000)));
+    if (who > 0) account.signIn(who == 1 ? owner : other);
     scheduler.run();
   }
 
@@ -250,7 +250,7 @@ class Trial final : WatchWorld {
     network_ = 0;
     if (!watch) start();
     for (const char* who : {other, owner}) {
-      account.signIn(who, "token-" + std::string(who));
+      account.signIn(who);
       scheduler.advance(20min);
     }
     if (on_) turn();

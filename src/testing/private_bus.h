@@ -41,14 +41,16 @@ class PrivateBus {
 };
 
 /// A program on such a desktop.
-struct Desktop {
+template <class Loop>
+struct DesktopOf {
   PrivateBus bus;
   RecordingLog lines;
-  LinuxScheduler scheduler;
+  Loop scheduler;
   DbusLink system{scheduler, Log(lines), DbusBus::system};
   DbusLink session{scheduler, Log(lines), DbusBus::session};
   bool until(const std::function<bool()>& done) { return runUntil(scheduler, done); }
 };
+using Desktop = DesktopOf<LinuxScheduler>;
 
 /// A service on a bus that answers from a thread of its own.
 class Peer {

@@ -9,8 +9,7 @@
 namespace brindle {
 
 /// A backend offers: `signIn()`, `comeBack(query)`, with which the person's browser follows the
-/// redirect of the last page, `breaks()`, after which no
-/// page opens, `loseInterest()`, after which
+/// redirect of the last page, `breaks()`, after which no page opens, `loseInterest()`, after which
 /// ten minutes have passed, and `until(condition)`, which runs the main loop.
 template <class Backend>
 class WebSignInContract : public ContractTest<Backend> {

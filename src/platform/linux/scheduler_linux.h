@@ -16,7 +16,7 @@ namespace brindle {
 
 /// The main loop on Linux: one epoll set with an event descriptor for posted tasks, a timer
 /// descriptor for each clock, and whatever else the program waits for. It wakes for these only.
-class LinuxScheduler final : public MainLoop {
+class LinuxScheduler : public MainLoop {
  public:
   LinuxScheduler();
   LinuxScheduler(const LinuxScheduler&) = delete;

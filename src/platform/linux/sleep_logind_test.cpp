@@ -45,11 +45,9 @@ INSTANTIATE_TYPED_TEST_SUITE_P(Logind, SystemPowerContract, RealSleep);
 using SleepLogindTest = SystemPowerContract<RealSleep>;
 
 TEST_F(SleepLogindTest, TheDelayIsCappedAndNoChildInheritsIt) {
-  EXPECT_EQ(backend.power().longestHold(), 0s) << "nobody listens";
   const auto subscription = listen();
   ASSERT_TRUE(waitedFor());
   EXPECT_EQ(backend.power().longestHold(), 4s) << "logind's 5 s leave more";
-  EXPECT_EQ(backend.power().report().detail, "logind waits up to 4.0 s before sleep");
   EXPECT_EQ(bash("! ls -l /proc/self/fd | grep -q inhibit"), 0);
 }
 
@@ -58,7 +56,6 @@ TEST_F(SleepLogindTest, ARestartedLogindIsAskedAgainAndAnAbsentOneDoesNotWait) {
   ASSERT_TRUE(waitedFor());
   ASSERT_EQ(bash("stop_logind"), 0);
   ASSERT_TRUE(until([&] { return backend.power().longestHold() == 0s; }));
-  EXPECT_EQ(backend.power().report().detail, "logind is not on the system bus");
   EXPECT_FALSE(backend.power().report().answered);
   ASSERT_EQ(bash("start_logind"), 0);
   ASSERT_TRUE(waitedFor());
