@@ -97,6 +97,12 @@ TEST_F(UpdateSettleTest, SleepAndWakeEndItAndItWaitsForTheNextLock) {
 
 TEST_F(UpdateSettleTest, IsNotAwayWhenAnythingSpeaksAgainstIt) {
   const std::pair<const char*, std::function<void()>> rows[] = {
+      {"on false, locked true, display asleep false, unlocked since false, Mac asleep false, "
+       "unlock under way false",
+       [this] { facts.on = false; }},
+      {"on true, locked true, display asleep false, unlocked since true, Mac asleep false, "
+       "unlock under way false",
+       [this] { settle.unlockSeen(); }},
       {"on true, locked false, display asleep false, unlocked since true, Mac asleep false, "
        "unlock under way false",
        [this] { screen.setLocked(false), settle.unlockSeen(); }},
