@@ -79,6 +79,13 @@ void writeEvent(JsonWriter& out, const UnlockEvent& event, const std::string& ph
   out.endObject();
 }
 
+/// How the document was found at the start, where a person has to know.
+std::string documentText(PhotoVault::StateLoad loaded) {
+  const bool asItShouldBe =
+      loaded == PhotoVault::StateLoad::read || loaded == PhotoVault::StateLoad::gone;
+  return asItShouldBe ? std::string() : fmt::format(" (state.json: {})", loadNames.of(loaded));
+}
+
 }  // namespace
 
 std::string plainText(std::string_view text) {
@@ -107,8 +114,8 @@ std::string statusText(const StatusFacts& facts) {
   }
   text += fmt::format("PIN: {}, secret answer: {}\n", secretNames.of(guard.secrets.pin),
                       secretNames.of(guard.secrets.answer));
-  text += fmt::format("History: {} events, {} not confirmed (state.json: {})\n", guard.events,
-                      guard.unresolved, loadNames.of(guard.loaded));
+  text += fmt::format("History: {} events, {} not confirmed{}\n", guard.events, guard.unresolved,
+                      documentText(guard.loaded));
   text += fmt::format("Alert delay: {} s\n", facts.alertDelay);
   if (!guard.saved) text += fmt::format("Not saved yet; {} failed saves.\n", guard.saveFailures);
   if (!guard.cameraAllowed) text += "The camera may not be used.\n";

@@ -3,6 +3,10 @@
 namespace brindle {
 
 bool Conversation::prepare(Request& request) {
+  if (request.target == "sign-in-email" && request.value.empty()) {
+    request.value = terminal_.ask("E-mail address: ").value_or("");
+    return !request.value.empty();
+  }
   if (request.replacePin) return askTwice(request, "pin", "New PIN: ");
   const bool given = request.alertDelay || request.startAtLogin;
   return request.command != "setup" || given || askForSetup(request);
