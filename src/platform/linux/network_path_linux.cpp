@@ -14,8 +14,9 @@ Descriptor announcements() {
   Descriptor made(socket(AF_NETLINK, SOCK_RAW | SOCK_CLOEXEC | SOCK_NONBLOCK, NETLINK_ROUTE));
   sockaddr_nl address{};
   address.nl_family = AF_NETLINK;
-  address.nl_groups =
-      RTMGRP_IPV4_IFADDR | RTMGRP_IPV6_IFADDR | RTMGRP_IPV4_ROUTE | RTMGRP_IPV6_ROUTE;
+  // A new address brings routes with it. Announcements of addresses come as well whenever a router
+  // or a lease merely prolongs one, every few seconds on some networks.
+  address.nl_groups = RTMGRP_IPV4_ROUTE | RTMGRP_IPV6_ROUTE;
   const auto* plain = reinterpret_cast<const sockaddr*>(&address);
   if (made && bind(made.get(), plain, sizeof address) != 0) return {};
   return made;
@@ -26,7 +27,7 @@ bool tellsOfNew(const char* text, std::size_t size) {
   auto left = static_cast<unsigned>(size);
   const auto* message = reinterpret_cast<const nlmsghdr*>(text);
   for (; NLMSG_OK(message, left); message = NLMSG_NEXT(message, left)) {
-    if (message->nlmsg_type == RTM_NEWADDR || message->nlmsg_type == RTM_NEWROUTE) return true;
+    if (message->nlmsg_type == RTM_NEWROUTE) return true;
   }
   return false;
 }
@@ -56,7 +57,7 @@ void LinuxNetworkPath::read() {
 
 ServiceReport LinuxNetworkPath::report() const {
   return {"network path", "rtnetlink", static_cast<bool>(watch_),
-          watch_ ? "told of new addresses and routes"
+          watch_ ? "told of new routes"
                  : "the kernel gives no announcements: what failed waits for its next try"};
 }
 

@@ -6,11 +6,11 @@
 
 namespace brindle {
 
-/// The kernel's own announcements of addresses and routes, rtnetlink(7): every network manager's
-/// work shows there, and nothing has to be asked.
+/// The kernel's own announcements of routes, rtnetlink(7): every network manager's work shows
+/// there, and nothing has to be asked.
 class LinuxNetworkPath final : public NetworkPath {
  public:
-  /// Addresses and routes come in bursts; one call follows each burst.
+  /// Routes come in bursts; one call follows each burst.
   static constexpr Duration settle = std::chrono::seconds(1);
 
   explicit LinuxNetworkPath(MainLoop& loop);
