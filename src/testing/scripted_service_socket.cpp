@@ -5,13 +5,16 @@
 #include <poll.h>
 #include <sys/socket.h>
 
-#include <algorithm>
 #include <array>
-#include <charconv>
+#include <boost/asio/buffer.hpp>
+#include <boost/beast/http/parser.hpp>
+#include <boost/beast/http/vector_body.hpp>
 
 #include "platform/posix/local_socket.h"
 
 namespace brindle {
+
+namespace http = boost::beast::http;
 
 class ScriptedServiceSocket::Connection : public std::enable_shared_from_this<Connection> {
  public:
@@ -26,7 +29,7 @@ class ScriptedServiceSocket::Connection : public std::enable_shared_from_this<Co
   void ready();
   void read();
   void takeRequests();
-  bool readHead(std::string_view head);
+  void receive(const http::request<http::vector_body<std::uint8_t>>& request);
   void answer(const ScriptedReply& reply);
   void write();
 
@@ -36,8 +39,7 @@ class ScriptedServiceSocket::Connection : public std::enable_shared_from_this<Co
   Bytes in_;
   std::string out_;
   bool lastAnswer_ = false;
-  std::optional<ScriptedRequest> request_;  // its head is here
-  std::size_t bodySize_ = 0;
+  std::optional<http::request_parser<http::vector_body<std::uint8_t>>> request_;
   Duration firstByte_{};
 };
 
@@ -72,53 +74,35 @@ void ScriptedServiceSocket::Connection::read() {
 }
 
 void ScriptedServiceSocket::Connection::takeRequests() {
-  while (socket_) {
+  while (socket_ && !in_.empty()) {
     if (!request_) {
-      const std::size_t end = textOf(in_).find("\r\n\r\n");
-      if (end == std::string_view::npos) return;
-      if (!readHead(textOf(in_).substr(0, end + 2))) return close();
-      in_.erase(in_.begin(), in_.begin() + static_cast<std::ptrdiff_t>(end) + 4);
+      request_.emplace().eager(true);
+      request_->body_limit(boost::none);
     }
-    if (in_.size() < bodySize_) return;
-    const auto end = in_.begin() + static_cast<std::ptrdiff_t>(bodySize_);
-    request_->body.assign(in_.begin(), end);
-    in_.erase(in_.begin(), end);
-    ScriptedRequest whole = std::move(*request_);
+    boost::system::error_code error;
+    const std::size_t used = request_->put(boost::asio::buffer(in_), error);
+    in_.erase(in_.begin(), in_.begin() + static_cast<std::ptrdiff_t>(used));
+    if (error == http::error::need_more) return;
+    if (error) return close();
+    if (!request_->is_done()) continue;
+    const auto whole = request_->release();
     request_.reset();
-    owner_.service_.receive(std::move(whole),
-                            [weak = weak_from_this()](const ScriptedReply& reply) {
-                              if (const auto self = weak.lock()) self->answer(reply);
-                            });
+    receive(whole);
   }
 }
 
-/// `head` is lines that all end in CR LF.
-bool ScriptedServiceSocket::Connection::readHead(std::string_view head) {
-  const auto line = [&] {
-    const std::string_view first = head.substr(0, head.find("\r\n"));
-    head.remove_prefix(first.size() + 2);
-    return first;
-  };
-  const std::string_view asked = line();
-  const std::size_t target = asked.find(" /");
-  const std::size_t version = asked.rfind(" HTTP/1.1");
-  if (target == std::string_view::npos || version == std::string_view::npos) return false;
-  request_.emplace();
-  request_->method = asked.substr(0, target);
-  request_->path = asked.substr(target + 2, version - target - 2);
-  request_->firstByte = firstByte_;
-  while (!head.empty()) {
-    const std::string_view each = line();
-    const std::size_t colon = each.find(':');
-    if (colon == std::string_view::npos) return false;
-    const std::size_t value = each.find_first_not_of(' ', colon + 1);
-    request_->headers.push_back({std::string(each.substr(0, colon)),
-                                 std::string(each.substr(std::min(value, each.size())))});
-  }
-  bodySize_ = 0;
-  const std::string_view size = request_->header("Content-Length");
-  if (size.empty()) return request_->header("Transfer-Encoding").empty();
-  return std::from_chars(size.begin(), size.end(), bodySize_).ec == std::errc();
+void ScriptedServiceSocket::Connection::receive(
+    const http::request<http::vector_body<std::uint8_t>>& request) {
+  ScriptedRequest whole;
+  whole.method = std::string(request.method_string());
+  whole.path = std::string(request.target().substr(1));
+  whole.firstByte = firstByte_;
+  whole.body = request.body();
+  for (const auto& each : request)
+    whole.headers.push_back({std::string(each.name_string()), std::string(each.value())});
+  owner_.service_.receive(std::move(whole), [weak = weak_from_this()](const ScriptedReply& reply) {
+    if (const auto self = weak.lock()) self->answer(reply);
+  });
 }
 
 void ScriptedServiceSocket::Connection::answer(const ScriptedReply& reply) {

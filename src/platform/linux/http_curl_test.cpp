@@ -99,15 +99,6 @@ TEST_F(CurlHttpTest, IdleItWaitsForNothingAndAKeptConnectionThatEndedIsReplaced)
   }
 }
 
-TEST_F(CurlHttpTest, ManyAtOnceShareAFewConnections) {
-  std::vector<Subscription> sent;
-  Answers answers;
-  for (int i = 0; i < 200; ++i) sent.push_back(send(to("api/watch/beat"), answers));
-  EXPECT_TRUE(backend.until([&] { return answers.size() == 200; }));
-  EXPECT_LE(backend.socket.accepted(), 24u);
-  for (const HttpAnswer& each : answers) EXPECT_EQ(each.status, 200) << each.problem;
-}
-
 TEST_F(CurlHttpTest, ItMayEndWithRequestsUnderWayAndWithAnswersNotYetTold) {
   service().always("api/watch", {.held = true});
   Answers answers;

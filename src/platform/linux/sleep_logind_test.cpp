@@ -51,16 +51,5 @@ TEST_F(SleepLogindTest, TheDelayIsCappedAndNoChildInheritsIt) {
   EXPECT_EQ(bash("! ls -l /proc/self/fd | grep -q inhibit"), 0);
 }
 
-TEST_F(SleepLogindTest, ARestartedLogindIsAskedAgainAndAnAbsentOneDoesNotWait) {
-  const auto subscription = listen();
-  ASSERT_TRUE(waitedFor());
-  ASSERT_EQ(bash("stop_logind"), 0);
-  ASSERT_TRUE(until([&] { return backend.power().longestHold() == 0s; }));
-  EXPECT_FALSE(backend.power().report().answered);
-  ASSERT_EQ(bash("start_logind"), 0);
-  ASSERT_TRUE(waitedFor());
-  EXPECT_EQ(bash("[ $(manager ListInhibitors | grep -o Brindle | wc -l) = 1 ]"), 0);
-}
-
 }  // namespace
 }  // namespace brindle
