@@ -19,6 +19,7 @@
 // by "ok" or "?" once it holds, and it ends with its input.
 //
 //   status PATH CODE       every request whose path begins so is answered this
+//   delay PATH MS          answered late
 //   never PATH             received, never answered
 //   hold PATH | release    held until released
 //   usual PATH             forgets the script of this path
@@ -47,9 +48,10 @@ class Commands {
     ScriptedReply reply = service_.usualReply(path);
     if (verb == "status" && !(words >> reply.status)) return false;
     if (verb == "never") reply.copies = 0;
+    if (int late = 0; words >> late) reply.delay = std::chrono::milliseconds(late);
     reply.held = verb == "hold";
     service_.always(path, reply);
-    return verb == "status" || verb == "never" || verb == "hold";
+    return verb == "status" || verb == "never" || verb == "hold" || verb == "delay";
   }
 
  private:
