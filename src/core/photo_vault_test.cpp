@@ -195,6 +195,15 @@ TEST_F(PhotoVaultTest, PhotosStayInTheirFolderAndSurviveItsRemoval) {
   EXPECT_FALSE(vault.savePhoto("c.jpg", jpeg));
 }
 
+TEST(PhotoNameTest, NumbersGoOnAfterThoseTheEventHasInEitherCase) {
+  UnlockEvent event;
+  event.id.bytes[0] = 0xab;
+  event.photoFiles = {event.id.lower() + "-7.jpg", "foreign-9.jpg", photoFileName(Uuid{}, 12)};
+  EXPECT_EQ(nextPhotoIndex(event), 8u);
+  event.openingPhotos = {photoFileName(event.id, 9)};
+  EXPECT_EQ(nextPhotoIndex(event), 10u);
+}
+
 TEST_F(PhotoVaultTest, AHandedOutPhotoIsRemovedWhenItIsBack) {
   load();
   vault.savePhoto("a.jpg", {});
