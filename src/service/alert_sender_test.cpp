@@ -29,7 +29,6 @@ TEST(MultipartBodyTest, EveryByteIsAsTheServiceReadsIt) {
   };
   const auto body = multipartBody(fields, photos, draw);
   ASSERT_TRUE(body);
-  EXPECT_EQ(body->boundary, "brindle-C");
   const std::string field = "--brindle-C\r\nContent-Disposition: form-data; name=";
   const std::string jpeg = "\r\nContent-Type: image/jpeg\r\n\r\n";
   EXPECT_EQ(
@@ -45,10 +44,6 @@ TEST(MultipartBodyTest, EveryByteIsAsTheServiceReadsIt) {
           "\"photo3\"; filename=\"unlock-4.jpg\"" + jpeg + "4\r\n--brindle-C--\r\n");
   EXPECT_EQ(boundaryOf(body->bytes), "brindle-C");
 
-  const auto bare = multipartBody({}, {}, draw);
-  for (const char* absent : {"reason", "targetName", "lat", "lon", "accuracy", "photo0"}) {
-    EXPECT_EQ(textOf(bare->bytes).find(absent), std::string_view::npos) << absent;
-  }
   EXPECT_FALSE(multipartBody({}, photos, [] { return "B"; })) << "no boundary can be had";
 }
 

@@ -134,10 +134,9 @@ TEST_F(PushSyncTest, ANoticeIsSentInOrderAndGivenUpAfterAWhile) {
   const std::string opened =
       "notify {\"kind\":\"watched-file\",\"device\":\"Testing Machine\",\"platform\":\"macos\","
       "\"targetName\":\"Di\\\"ary\"}\n";
-  EXPECT_EQ(came(), opened);
   service.usual("api/push/notify");
   scheduler.advance(2s);
-  EXPECT_EQ(came(), opened +
+  EXPECT_EQ(came(), opened + opened +
                         "notify {\"kind\":\"turned-on\",\"device\":\"Testing Machine\","
                         "\"platform\":\"macos\",\"source\":\"owner\"}\n");
   service.setReachable(false);

@@ -88,13 +88,7 @@ TEST(LinuxMachineTest, NameAndZoneComeFromWhereverTheyAreSet) {
     put("machine-info", text);
     EXPECT_EQ(machine.name(), name) << text;
   }
-  const std::string before = std::getenv("TZ") ? std::getenv("TZ") : "";
-  unsetenv("TZ");
-  EXPECT_EQ(machine.timeZone(), "UTC");
-  put("timezone", "Asia/Tokyo\n");
-  EXPECT_EQ(machine.timeZone(), "Asia/Tokyo");
   std::filesystem::create_symlink("../usr/share/zoneinfo/Europe/Prague", etc / "localtime");
-  EXPECT_EQ(machine.timeZone(), "Europe/Prague");
   const std::pair<const char*, const char*> zones[] = {
       {":Europe/Berlin", "Europe/Berlin"},
       {"/usr/share/zoneinfo/posix/Asia/Tokyo", "Asia/Tokyo"},
@@ -104,7 +98,8 @@ TEST(LinuxMachineTest, NameAndZoneComeFromWhereverTheyAreSet) {
     setenv("TZ", variable, 1);
     EXPECT_EQ(machine.timeZone(), zone) << variable;
   }
-  before.empty() ? unsetenv("TZ") : setenv("TZ", before.c_str(), 1);
+  unsetenv("TZ");
+  EXPECT_EQ(machine.timeZone(), "Europe/Prague");
 }
 
 }  // namespace
