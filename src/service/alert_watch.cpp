@@ -307,9 +307,7 @@ void AlertWatch::quitting(bool systemEnds) {
   outbox_.save();
 }
 
-bool AlertWatch::underWay() const {
-  return photosUnderWay_ > 0 || sending_.onlyHere(systemEnds_);
-}
+bool AlertWatch::underWay() const { return photosUnderWay_ > 0 || sending_.onlyHere(systemEnds_); }
 
 void AlertWatch::sendOwed() {
   if (!started_) return;
