@@ -10,7 +10,7 @@ namespace brindle {
 
 /// Empty when the environment has no such variable.
 std::string environmentText(const char* name);
-/// A folder of the XDG Base Directory Specification: the variable, else `below` the home folder.
+/// One of the XDG base directories: the variable, else `below` the home folder.
 std::string homeFolder(const char* variable, const char* below);
 /// A program's path as the first word of an entry's "Exec" line.
 std::string desktopQuoted(const std::string& path);
