@@ -10,35 +10,6 @@ namespace {
 
 using Next = RequestReader::Next;
 
-Request setup() {
-  Request request{.command = "setup", .alertDelay = 20, .question = "First \"pet\"?"};
-  request.secrets.push_back({"pin", SecretText("12\n{\"v\":1}")});
-  request.secrets.push_back({"pinRepeat", SecretText("")});
-  return request;
-}
-
-TEST(RequestReaderTest, ReadsWhatIsWrittenInWhateverPiecesItComes) {
-  const std::string text =
-      encodeRequest(setup()) + encodeRequest({.command = "status", .json = true});
-  for (const std::size_t piece : {std::size_t{1}, std::size_t{7}, text.size()}) {
-    RequestReader reader;
-    std::vector<Request> requests;
-    for (std::size_t at = 0; at < text.size(); at += piece) {
-      reader.feed(std::string_view(text).substr(at, piece));
-      for (Request request; reader.next(request) == Next::request;) {
-        requests.push_back(std::move(request));
-      }
-    }
-    ASSERT_EQ(requests.size(), 2u) << piece;
-    EXPECT_EQ(requests[0].secret("pin")->view(), "12\n{\"v\":1}");
-    EXPECT_EQ(requests[0].secret("pinRepeat")->view(), "");
-    EXPECT_EQ(requests[0].question, "First \"pet\"?");
-    EXPECT_EQ(requests[0].alertDelay, 20);
-    EXPECT_EQ(requests[1].command, "status");
-    EXPECT_TRUE(requests[1].json);
-  }
-}
-
 TEST(RequestReaderTest, BelievesNothing) {
   const std::string rows[] = {
       "\n",
@@ -59,20 +30,6 @@ TEST(RequestReaderTest, BelievesNothing) {
     EXPECT_EQ(reader.next(request), Next::bad) << row.substr(0, 80);
     reader.feed(encodeRequest({.command = "status"}));
     EXPECT_EQ(reader.next(request), Next::bad) << "for good";
-  }
-}
-
-TEST(ReplyTest, ComesBackAsItWasAndNothingElseIsOne) {
-  const auto fields = [](const Reply& reply) {
-    return std::tuple(reply.type, reply.text, reply.exitCode, reply.answerOpen, reply.question);
-  };
-  const Reply reply{Reply::Type::tried, "Wrong PIN. Photo taken.", 3, true, "Pet?"};
-  const auto read = decodeReply(encodeReply(reply));
-  ASSERT_TRUE(read);
-  EXPECT_EQ(fields(*read), fields(reply));
-  for (const char* bad : {"", "{}", "{\"v\":1,\"type\":\"other\",\"text\":\"\"}",
-                          "{\"v\":1,\"type\":\"done\",\"text\":\"\",\"exitCode\":256}"}) {
-    EXPECT_FALSE(decodeReply(bad)) << bad;
   }
 }
 
