@@ -32,15 +32,6 @@ UnlockEvent bareEvent() {
   return event;
 }
 
-TEST(EventJsonTest, AnOldEventReadsAsDealtWithAndNoneWithoutItsRequiredFields) {
-  EXPECT_EQ(readEvent("{" + bare + "}"), bareEvent());
-  EXPECT_TRUE(bareEvent().resolved);
-  for (const char* json :
-       {"{}", "[]", "null", "7", R"({"id":"5A3C0E1B-7D2F-4C11-9E0A-2B3C4D5E6F70"})"}) {
-    EXPECT_FALSE(readEvent(json)) << json;
-  }
-}
-
 TEST(EventJsonTest, EachFieldCountsAndIsAsForgivingAsItsUseAllows) {
   using E = UnlockEvent;
   const std::pair<const char*, void (*)(E&)> rows[] = {
