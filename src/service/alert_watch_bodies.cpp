@@ -99,9 +99,9 @@ void AlertWatchBodies::keep(AlertWatchOp& op) {
 
 bool AlertWatchBodies::isWhole(const AlertWatchOp& op) {
   if (op.body.empty()) return files_.exists(path(op)).value_or(true);
+  // In doubt it is written again: a power cut may have left the file empty.
   const auto found = files_.read(path(op));
-  if (!found) return found.error().kind != FileError::Kind::notFound;  // in doubt it stays
-  return *found == op.body;
+  return found && *found == op.body;
 }
 
 std::string AlertWatchBodies::pathOf(const std::string& file) const {

@@ -72,8 +72,7 @@ class Trial final : WatchWorld {
   struct Told {
     Uuid id;
     bool cancelled = false;
-    bool reached = false;
-    bool refused = false;
+    bool arrived = false;
     bool lostWithTheDisk = false;
     bool cancelLost = false;                      ///< so was its cancel, perhaps
     std::size_t lastPending = 0, lastCancel = 0;  ///< numbers of arrivals
@@ -122,24 +121,22 @@ class Trial final : WatchWorld {
     // A photo that went ahead of its pending may be refused and has to go again.
     const bool photo = request.request.url.find("pending-photo") != std::string::npos;
     const bool refuses = luck == 2 && (pending || !told) && !photo;
-    if (told) arrived(*told, request.request.url, refuses);
+    if (told) arrived(*told, request.request.url);
     const int status = refuses ? 409 : luck == 3 ? 503 : luck == 4 ? 429 : 200;
     if (luck == 5) return;  // no answer
     if (luck == 6 || luck == 7) {
-      late_.push_back(scheduler.after(upTo(90s), [answer, status] {
-        answer({status, {}, {}, {}});
-      }));
+      late_.push_back(scheduler.after(upTo(90s), [=] { answer({status, {}, {}, {}}); }));
       return;
     }
     answer({status, {}, {}, {}});
     if (luck == 8) answer({500, {}, {}, {}});
   }
 
-  void arrived(Told& told, const std::string& url, bool refuses) {
+  void arrived(Told& told, const std::string& url) {
     if (url.ends_with("/pending")) {
       if (!diskMayLack() && !onDisk(told)) fail("sent before it was stored");
       told.lastPending = arrivals_;
-      (refuses ? told.refused : told.reached) = true;
+      told.arrived = true;
     }
     if (url.ends_with("/cancel") && fault_ != Fault::cancelLost) told.lastCancel = arrivals_;
   }
@@ -162,6 +159,9 @@ class Trial final : WatchWorld {
     }
     if (diskMayLack()) refused_.clear(), looking_.last = 0;
     kill();
+    // A power cut, too, now and then.
+    if (roll(3) == 0) files.crash(MemoryFiles::Survives::flushedOnly);
+    if (roll(3) == 0) files.crash(MemoryFiles::Survives::allNames);
     std::size_t unfinished = 0;
     background.unfinished([&](const auto& all) { unfinished = all.size(); });
     scheduler.run();
@@ -236,7 +236,7 @@ class Trial final : WatchWorld {
     if (power.allowed() < due) fail("sleep held after the cap");
     if (looking_.letGo > std::ssize(announced_)) fail("a hold let go twice");
     for (const Told& each : told_) {
-      const bool safe = each.reached || each.refused || each.lostWithTheDisk || diskMayLack();
+      const bool safe = each.arrived || each.lostWithTheDisk || diskMayLack();
       if (!safe && !onDisk(each)) fail("a pending was lost");
     }
     if (files.list("/data/outbox").value_or(std::vector<std::string>()).size() >
@@ -249,6 +249,9 @@ class Trial final : WatchWorld {
     setFull(false);
     network_ = 0;
     if (!watch) start();
+    scheduler.advance(31s);
+    kill();  // the next run finds bodies that could not be removed
+    start();
     for (const char* who : {other, owner}) {
       account.signIn(who);
       scheduler.advance(20min);

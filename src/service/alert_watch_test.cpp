@@ -198,25 +198,6 @@ TEST_F(AlertWatchTest, ABodyThatCannotBeWrittenIsSentFromMemoryAndWrittenLater) 
   EXPECT_THAT(watch->status().queued, IsEmpty());
 }
 
-TEST_F(AlertWatchTest, APowerCutLeavesWhatWasOwed) {
-  for (const auto survives :
-       {MemoryFiles::Survives::flushedOnly, MemoryFiles::Survives::allNames}) {
-    launch();
-    service.once("api/watch/", {.copies = 0});
-    service.once("api/watch/", {.copies = 0});
-    unlock();
-    kill();
-    files.crash(survives);
-    launch();
-    ASSERT_GT(service.requests().size(), 2u);
-    EXPECT_EQ(service.requests().back().text(), text("api/watch/pending"))
-        << "its file was not flushed, its operation was";
-    EXPECT_THAT(watch->status().queued, IsEmpty());
-    kill();
-    service.forgetRequests();
-  }
-}
-
 TEST_F(AlertWatchTest, SignedOutNothingGoesAndACancelLeavesOnlyThePending) {
   service.always("api/watch/", {.held = true});
   launch();
