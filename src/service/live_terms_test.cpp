@@ -21,7 +21,6 @@ class LiveTermsTest : public AccountFixture {
 
 TEST_F(LiveTermsTest, AreFetchedAtStartAndDailyAndKept) {
   EXPECT_EQ(fetches(), 1U);
-  EXPECT_EQ(terms().terms(), "https://example.org/terms");
   EXPECT_EQ(preferences.text("terms.live.version"), "2026-10-07.2");
   EXPECT_EQ(preferences.real("terms.live.checkedAt"), secondsSince1970(time.wallTime()));
   time.sleepFor(hours(30));
@@ -72,7 +71,6 @@ TEST_F(LiveTermsTest, NewerTermsStopSigningInAndTurningOnUntilAgreedTo) {
   EXPECT_EQ(account->status().notice, "We've updated our terms.");
   ASSERT_TRUE(gate().agree());
   EXPECT_EQ(gate().refusal(), std::nullopt);
-  EXPECT_EQ(preferences.text("agreement.version"), "2026-10-07.3");
 }
 
 TEST_F(LiveTermsTest, ATooOldBuildIsSaidAndTheGuardWorksOn) {

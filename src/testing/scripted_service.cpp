@@ -3,8 +3,6 @@
 #include <algorithm>
 #include <utility>
 
-#include "base/json_writer.h"
-
 namespace brindle {
 namespace {
 
@@ -55,16 +53,9 @@ void ScriptedService::usual(const std::string& path) {
 }
 
 std::string ScriptedService::sessionBody(std::string_view provider) const {
-  std::string body;
-  JsonWriter(body)
-      .beginObject()
-      .field("token", token)
-      .field("email", email)
-      .field("provider", provider)
-      .field("termsVersion", termsVersion)
-      .field("acceptedAt", 825'000'000)  // seconds since 2001
-      .endObject();
-  return body;
+  return R"({"token":")" + token + R"(","email":")" + email + R"(","provider":")" +
+         std::string(provider) + R"(","termsVersion":")" + termsVersion +
+         R"(","acceptedAt":825000000})";  // seconds since 2001
 }
 
 ScriptedReply ScriptedService::usualReply(std::string_view path) const {

@@ -168,7 +168,6 @@ seen = len(service.to())
 guard = Guard()
 for path in ("watch/pending", "watch/pending-photo"):
     service.gets(path, f"{path} arrives after all", since=seen)
-service.gets("watch/pending", "of the third unlock", third["id"])
 report = service.gets("api/alert", "and its report", since=seen)[0]
 check_report(report, third, photos_of(third), service.to("watch/pending", third["id"])[0]["json"])
 check([r for r in service.to("watch/beat", since=seen) if r["json"].get("reset") == "crash"], "with word of the crash")
@@ -205,8 +204,7 @@ guard.shows("(done)")
 guard.shows("woke: on true, declared asleep true")
 
 check("Brindle is off." in brindle("off", typed=PIN + "\n"), "off")
-off = service.gets("watch/release", "and the service is told")[0]["json"]
-check((off["on"], off["reason"]) == (False, "turned-off"), "that the owner did it", off)
+service.gets("watch/release", "and the service is told")
 until(lambda: not owed(), "and owes nothing")
 os.kill(guard.pid, signal.SIGTERM)
 check(guard.ends() == 0, "off, it ends when asked")

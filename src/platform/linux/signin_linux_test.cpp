@@ -171,18 +171,15 @@ using LoopbackTest = WebSignInContract<XdgOpenBackend>;
 
 TEST_F(LoopbackTest, OnlyAWholeGetOfTheOnePathComesBackAndNobodyHoldsItUp) {
   const auto subscription = begin();
-  const struct {
-    std::string request, answer;
-  } rows[] = {
+  const std::pair<std::string, std::string> rows[] = {
       {"GET /favicon.ico HTTP/1.1\r\n\r\n", "404"},
       {"POST /oauth2redirect?code=1 HTTP/1.1\r\n\r\n", "404"},
-      {"GET /" + std::string(20000, 'a'), "431"},
-  };
-  for (const auto& row : rows) {
-    Visit visit(redirectUri, row.request);
-    std::optional<std::string> said;
+      {"GET /" + std::string(20000, 'a'), "431"}};
+  std::optional<std::string> said;
+  for (const auto& [request, answer] : rows) {
+    Visit visit(redirectUri, request);
     ASSERT_TRUE(backend.until([&] { return (said = visit.answer()).has_value(); }));
-    EXPECT_TRUE(said->starts_with("HTTP/1.1 " + row.answer)) << row.request << *said;
+    EXPECT_TRUE(said->starts_with("HTTP/1.1 " + answer)) << request << *said;
   }
   Visit slow(redirectUri, "GET /oauth2redirect?code=");
   Visit inPieces(redirectUri, "GET /oauth2redirect?co");
@@ -190,7 +187,6 @@ TEST_F(LoopbackTest, OnlyAWholeGetOfTheOnePathComesBackAndNobodyHoldsItUp) {
   backend.scheduler.minutes.advance(std::chrono::seconds(9));
   EXPECT_TRUE(ends.empty());
   inPieces.send("de=1 HTTP/1.1\r\nAccept: */*\r\n\r\n");
-  std::optional<std::string> said;
   ASSERT_TRUE(backend.until([&] { return (said = inPieces.answer()).has_value(); }));
   EXPECT_NE(said->find("You can close this window."), said->npos);
   ASSERT_TRUE(ended(1));
