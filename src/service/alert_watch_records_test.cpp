@@ -34,10 +34,8 @@ TEST(AlertWatchRecordsTest, WhatCannotBeReadIsSkippedAndCounted) {
   const std::string least = R"({"id":")" + std::string(idText) + R"(","route":)";
   const std::vector<std::pair<std::string, bool>> cases = {
       {R"("beat","body":"aGk=","createdAt":"2026-03-02T09:00:00Z"})", true},
-      {R"("beat","body":"","createdAt":1})", false},
       {R"("beat","file":"../up","createdAt":1})", false},
-      {R"("pending","body":"aGk=","createdAt":1})", false},
-      {R"("beat","body":"aGk=","createdAt":1e300})", false}};
+      {R"("pending","body":"aGk=","createdAt":1})", false}};
   for (const auto& [rest, readable] : cases) {
     const auto read = readOps(outboxOf(least + rest + ",7"));
     EXPECT_EQ(read.list.size(), readable ? 1u : 0u) << rest;

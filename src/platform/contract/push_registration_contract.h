@@ -30,7 +30,7 @@ TYPED_TEST_SUITE_P(PushRegistrationContract);
 TYPED_TEST_P(PushRegistrationContract, TokensAndMessagesComeFromTheLoopWhileSomebodyListens) {
   auto& test = *this;
   test.backend.give("https://push.test/1");
-  auto subscription = test.listen();
+  const auto subscription = test.listen();
   EXPECT_TRUE(test.said.empty()) << "delivered inline";
   ASSERT_TRUE(test.says("https://push.test/1"));
   EXPECT_TRUE(test.backend.push().report().answered);
@@ -41,11 +41,6 @@ TYPED_TEST_P(PushRegistrationContract, TokensAndMessagesComeFromTheLoopWhileSome
   test.backend.takeBack();
   ASSERT_TRUE(test.says("none"));
   EXPECT_FALSE(test.backend.push().report().answered);
-  test.said.clear();
-  subscription.end();
-  test.backend.give("https://push.test/3");
-  ASSERT_TRUE(test.backend.until([&] { return test.backend.push().report().answered; }));
-  EXPECT_TRUE(test.said.empty());
 }
 
 REGISTER_TYPED_TEST_SUITE_P(PushRegistrationContract,

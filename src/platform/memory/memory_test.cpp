@@ -205,7 +205,6 @@ struct MemorySignInBackend : Loop {
   MemoryWebSignIn all{scheduler};
   WebSignIn& signIn() { return all; }
   void comeBack(const std::string& query) { all.redirect(query); }
-  void breaks() { all.setBroken("no browser"); }
   void loseInterest() { scheduler.advance(std::chrono::minutes(10)); }
 };
 INSTANTIATE_TYPED_TEST_SUITE_P(Memory, WebSignInContract, MemorySignInBackend);

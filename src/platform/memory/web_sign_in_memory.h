@@ -21,9 +21,7 @@ class MemoryWebSignIn final : public WebSignIn {
     ++begun_;
     const auto patience =
         std::make_shared<Timer>(scheduler_.after(std::chrono::minutes(10), [this] { cancel(); }));
-    auto waiting = end_.expect(std::move(done), Subscription([patience] { patience->cancel(); }));
-    if (!broken_.empty()) fail(broken_);
-    return waiting;
+    return end_.expect(std::move(done), Subscription([patience] { patience->cancel(); }));
   }
   ServiceReport report() const override {
     return {"web sign-in", "memory", true, "played by a test"};
@@ -37,8 +35,6 @@ class MemoryWebSignIn final : public WebSignIn {
   void fail(const std::string& problem) {
     end({WebSignInEnd::How::failed, "", redirectUri_, problem});
   }
-  /// While not empty, no page opens, for this reason.
-  void setBroken(const std::string& problem) { broken_ = problem; }
   bool waiting() const { return end_.waiting(); }
   int begun() const { return begun_; }
   const std::string& page() const { return page_; }  ///< of the last ask
@@ -52,7 +48,6 @@ class MemoryWebSignIn final : public WebSignIn {
   std::string page_;
   std::string redirectUri_;
   int begun_ = 0;
-  std::string broken_;
 };
 
 }  // namespace brindle
