@@ -42,7 +42,6 @@ TEST(MultipartBodyTest, EveryByteIsAsTheServiceReadsIt) {
           "one\r\n" + field + "\"photo1\"; filename=\"unlock-2.jpg\"" + jpeg + "brindle-B\r\n\r\n" +
           field + "\"photo2\"; filename=\"unlock-3.jpg\"" + jpeg + "3\r\n" + field +
           "\"photo3\"; filename=\"unlock-4.jpg\"" + jpeg + "4\r\n--brindle-C--\r\n");
-  EXPECT_EQ(boundaryOf(body->bytes), "brindle-C");
 
   EXPECT_FALSE(multipartBody({}, photos, [] { return "B"; })) << "no boundary can be had";
 }

@@ -139,7 +139,6 @@ TEST_F(LinuxTransferTest, WhatCannotBeWrittenOrStartedIsSaid) {
   Results results;
   std::ofstream(backend.spool) << "a file in its place";
   EXPECT_FALSE(launch(results).send(upload("body"), "label"));
-  EXPECT_FALSE(backend.transfer->report().answered);
   EXPECT_TRUE(backend.lines.has("background transfer: its folders cannot be used"));
   fs::remove(backend.spool);
   backend.program = "/nonexistent/brindle-courier";
