@@ -52,7 +52,8 @@ class NightjarStore final : public ProofSink {
   /// The occurrence whose "That was me" is awaited: the guarded window is up while there is one.
   std::optional<Uuid> pendingConfirm() const { return unlocks_.pendingConfirm(); }
   EventRef unconfirmedUnlock() const {  ///< that occurrence; null when there is none
-    return pendingConfirm() ? history_.find(*pendingConfirm()) : nullptr;
+    const auto pending = pendingConfirm();
+    return pending ? history_.find(*pending) : nullptr;
   }
   EventList unresolved() const { return history_.unresolved(); }
   /// Seconds until the event's report goes, rounded up; nothing when none is waiting to.

@@ -15,7 +15,7 @@ constexpr int unauthorized = 401;
 
 AccountDeletion::AccountDeletion(Services services, const std::string& serviceURL,
                                  std::function<void(bool begun)> changed)
-    : services_(std::move(services)),
+    : services_(services),
       client_(services_.http, services_.keeper, serviceURL),
       changed_(std::move(changed)),
       underWay_(services_.preferences.boolean(deletingKey).value_or(false)) {}
@@ -26,7 +26,7 @@ bool AccountDeletion::concerns(std::string_view email) const {
 }
 
 bool AccountDeletion::begin(std::function<void()> answered) {
-  const std::string email = services_.keeper.session()->email;
+  const std::string email = services_.keeper.accountEmail();
   if (!services_.preferences.change({{deletingKey, true}, {emailKey, email}})) return false;
   underWay_ = true;
   answered_ = std::move(answered);

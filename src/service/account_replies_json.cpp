@@ -20,8 +20,9 @@ bool readVersion(const Json& json, std::string& out) {
 
 /// 412 or "412".
 bool readBuild(const Json& json, std::int64_t& out) {
-  if (!jsonText(json)) return readJson(json, out) && out >= 0;
-  const std::string_view digits = *jsonText(json);
+  const auto text = jsonText(json);
+  if (!text) return readJson(json, out) && out >= 0;
+  const std::string_view digits = *text;
   const char* end = digits.data() + digits.size();
   const auto read = std::from_chars(digits.data(), end, out);
   return read.ec == std::errc() && read.ptr == end && out >= 0 && digits.front() != '-';

@@ -195,7 +195,7 @@ void AlertSender::taken(const TransferResult& result) {
   if (body && (file == outbox_.path(*body) || file == body->from)) {
     if (result.answer.status == 0) {
       parts_.log.notice("alert upload: no answer, %{public}s %{public}ld", "attempt",
-                        sending_[*id].failures + 1);
+                        sending_[body->id].failures + 1);
     }
     return ended(AlertBody(*body), how);
   }

@@ -175,7 +175,8 @@ void AlertWatch::firstPhoto(const Uuid& event, const FileName& name) {
 
 void AlertWatch::photoWritten(AlertWatchOp op, bool written, Bytes& photo, Duration begun) {
   const std::string file = AlertWatchBodies::fileName(op);
-  const Watched* watched = events_.find(*op.eventID);
+  const Uuid event = op.eventID.value_or(Uuid());
+  const Watched* watched = events_.find(event);
   if (!written) parts_.log.notice("outbox: first photo not written");
   if (!watched || watched->resolved || watched->photoQueued || photo.empty()) {
     return bodies_.remove(file);
@@ -185,7 +186,7 @@ void AlertWatch::photoWritten(AlertWatchOp op, bool written, Bytes& photo, Durat
   } else {
     op.body = std::move(photo);
   }
-  events_.change(*op.eventID, [](Watched& changed) { changed.photoQueued = true; });
+  events_.change(event, [](Watched& changed) { changed.photoQueued = true; });
   auto& entry = outbox_.append(std::move(op));
   outbox_.save();
   parts_.log.notice("pending-photo queued in %{public}ld ms",
@@ -265,17 +266,18 @@ void AlertWatch::answered(const AlertWatchOp& op, AlertWatchChannel channel,
 
 void AlertWatch::ended(const AlertWatchOp& op, AlertWatchResult result,
                        const ServiceAnswer& answer) {
+  const Uuid event = op.eventID.value_or(Uuid());
   switch (op.route) {
     case Route::pending:
-      if (onResult) onResult(*op.eventID, result);
+      if (onResult) onResult(event, result);
       break;
     case Route::pendingPhoto:
       break;
     case Route::extend:
-      if (op.repeatAfter) repeatExtend(*op.eventID, *op.repeatAfter);
+      if (op.repeatAfter) repeatExtend(event, *op.repeatAfter);
       break;
     case Route::cancel:
-      events_.forget(*op.eventID);
+      events_.forget(event);
       break;
     case Route::release:
     case Route::beat:

@@ -17,7 +17,7 @@ constexpr Duration day = std::chrono::hours(24);
 }  // namespace
 
 LiveTerms::LiveTerms(Services services, const std::string& serviceURL)
-    : services_(std::move(services)), client_(services_.http, services_.sessions, serviceURL) {
+    : services_(services), client_(services_.http, services_.sessions, serviceURL) {
   const Preferences& kept = services_.preferences;
   version_ = kept.text(versionKey).value_or("");
   terms_ = kept.text(termsKey).value_or("");

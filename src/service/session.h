@@ -38,7 +38,10 @@ class SessionSource {
   virtual const std::optional<Session>& session() const = 0;
   /// Whose account this machine has, also while the keychain has not given out the session yet:
   /// what happens meanwhile is owed under this address. Empty: nobody's.
-  virtual std::string accountEmail() const { return session() ? session()->email : std::string(); }
+  virtual std::string accountEmail() const {
+    const auto& known = session();
+    return known ? known->email : std::string();
+  }
   /// Called from the main loop after the session changed.
   [[nodiscard]] virtual Subscription onSessionChange(std::function<void()> changed) = 0;
 };

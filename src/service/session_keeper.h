@@ -30,7 +30,7 @@ class SessionKeeper final : public SessionSource {
   };
   using Changes = std::vector<std::pair<std::string, std::optional<PreferenceValue>>>;
 
-  explicit SessionKeeper(Services services) : services_(std::move(services)) {}
+  explicit SessionKeeper(Services services) : services_(services) {}
   ~SessionKeeper() override;
 
   const std::optional<Session>& session() const override { return session_; }
