@@ -6,6 +6,7 @@
 
 #include "app/native_services.h"
 #include "platform/file_step.h"
+#include "platform/linux/apple_sign_in_linux.h"
 #include "platform/linux/background_transfer_linux.h"
 #include "platform/linux/boot_clock_linux.h"
 #include "platform/linux/camera_gstreamer.h"
@@ -72,25 +73,6 @@ std::string certificates() {
 #endif
   return {};
 }
-
-class NoAppleSignIn final : public AppleSignIn {
- public:
-  explicit NoAppleSignIn(Scheduler& scheduler) : scheduler_(scheduler) {}
-  bool available() const override { return false; }
-  [[nodiscard]] Subscription begin(const std::string&,
-                                   std::function<void(AppleSignInEnd)> done) override {
-    scheduler_.post([done = std::move(done)] {
-      done({AppleSignInEnd::How::failed, {}, "not offered on this system"});
-    });
-    return {};
-  }
-  ServiceReport report() const override {
-    return {"Apple sign-in", "none", false, "Apple offers it on its own systems only"};
-  }
-
- private:
-  Scheduler& scheduler_;
-};
 
 /// In the order in which they are built; they go the other way round.
 class LinuxServices final : public NativeServices {
@@ -183,7 +165,7 @@ class LinuxServices final : public NativeServices {
   LinkHandler linkHandler_;
   LinuxOpenedLinks links_;
   LinuxWebSignIn webSignIn_;
-  NoAppleSignIn appleSignIn_;
+  LinuxAppleSignIn appleSignIn_;
   LinuxPushRegistration push_;
   LinuxNetworkPath path_;
   Services services_{scheduler_,

@@ -69,8 +69,15 @@ Need ServiceCommands::needOf(const Request& request) const {
 }
 
 ServiceFacts ServiceCommands::facts() const {
-  return {service_.account().status(), service_.watch().status(), service_.alerts().waiting(),
-          service_.alerts().wantsAlerts()};
+  ServiceFacts facts{service_.account().status(),
+                     service_.watch().status(),
+                     service_.alerts().waiting(),
+                     {},
+                     service_.alerts().wantsAlerts()};
+  for (const Uuid& id : store_.reportsOwed()) {
+    if (!service_.alerts().holds(id)) facts.notTakenOver.push_back(id);
+  }
+  return facts;
 }
 
 void ServiceCommands::run(const Request& request, CommandHandler::Done done) {

@@ -16,6 +16,8 @@ constexpr EnumNames<Why, 3> reportWhyNames{{{
     {Why::notSignedIn, "waits until its account is signed in"},
 }}};
 
+constexpr std::string_view notTakenOverYet = "could not be written for sending, is tried again";
+
 std::string checkInText(const AlertWatchStatus::CheckIn& checkIn) {
   return fmt::format("Last check-in answered: {}, {} (HTTP {})\n", isoSeconds(checkIn.answeredAt),
                      nameOf(checkIn.answer), checkIn.status);
@@ -48,8 +50,9 @@ std::string serviceStatusText(const ServiceFacts& facts) {
   std::string text = accountText(facts.account);
   if (!facts.watch.line.empty()) text += facts.watch.line + "\n";
   if (facts.watch.lastCheckIn) text += checkInText(*facts.watch.lastCheckIn);
-  const std::size_t owed = facts.watch.queued.size() + facts.reports.size();
-  if (owed > 0) text += fmt::format("Owed to the alert service: {} (brindle outbox)\n", owed);
+  if (facts.owed() > 0) {
+    text += fmt::format("Owed to the alert service: {} (brindle outbox)\n", facts.owed());
+  }
   if (facts.account.state == "session" && !facts.wantsAlerts) {
     text += "E-mail alerts are off.\n";
   }
@@ -70,7 +73,7 @@ void writeServiceStatus(JsonWriter& out, const ServiceFacts& facts) {
         .field("status", checkIn->status)
         .endObject();
   }
-  out.field("owed", facts.watch.queued.size() + facts.reports.size());
+  out.field("owed", facts.owed());
 }
 
 std::string termsText(const LiveTerms& terms, const TermsGate& gate) {
@@ -93,6 +96,9 @@ std::string outboxText(const ServiceFacts& facts) {
   for (const auto& each : facts.reports) {
     text += fmt::format("report of {}  {}, failed {} times\n", each.id.upper(),
                         reportWhyNames.of(each.why), each.failures);
+  }
+  for (const Uuid& id : facts.notTakenOver) {
+    text += fmt::format("report of {}  {}\n", id.upper(), notTakenOverYet);
   }
   return text.empty() ? "Nothing is owed to the alert service.\n" : text;
 }
@@ -117,6 +123,9 @@ std::string outboxJson(const ServiceFacts& facts) {
         .field("why", reportWhyNames.of(each.why))
         .field("failures", each.failures)
         .endObject();
+  }
+  for (const Uuid& id : facts.notTakenOver) {
+    out.beginObject().field("id", id).field("why", notTakenOverYet).endObject();
   }
   out.endArray().endObject();
   return text + "\n";

@@ -16,7 +16,10 @@ struct ServiceFacts {
   AccountStatus account;
   AlertWatchStatus watch;
   std::vector<AlertSender::Waiting> reports;
+  std::vector<Uuid> notTakenOver;  ///< reports that could not be written down for sending yet
   bool wantsAlerts = true;
+
+  std::size_t owed() const { return watch.queued.size() + reports.size() + notTakenOver.size(); }
 };
 
 /// Lines of `status` about the service, and the members of its JSON.

@@ -60,6 +60,8 @@ class NightjarStore final : public ProofSink {
   std::optional<std::int64_t> holdSecondsLeft(const Uuid& id) const {
     return reports_.secondsLeft(id);
   }
+  /// Reports whose time has come and that may not have been taken over yet.
+  const std::set<Uuid>& reportsOwed() const { return owed_.owed(); }
   const std::set<Uuid>& clipsWithSound() const { return extras_.clipsWithSound(); }
   bool historyUnlocked() const { return historyUnlocked_; }
   bool turnOffRequested() const { return turnOffRequested_; }
