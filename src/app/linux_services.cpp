@@ -9,6 +9,7 @@
 #include "platform/linux/apple_sign_in_linux.h"
 #include "platform/linux/background_transfer_linux.h"
 #include "platform/linux/boot_clock_linux.h"
+#include "platform/linux/browser_linux.h"
 #include "platform/linux/camera_gstreamer.h"
 #include "platform/linux/courier_launcher.h"
 #include "platform/linux/flash_x11.h"
@@ -101,6 +102,7 @@ class LinuxServices final : public NativeServices {
                  ownProgram("brindle-courier"), &serviceManager_, log_),
         watchTransfer_(courier_, files_, std::string(AlertWatchSending::sessionIdentifier), log_),
         alertTransfer_(courier_, files_, std::string(AlertSender::sessionIdentifier), log_),
+        vaultTransfer_(courier_, files_, "brindle.vault", log_),
         power_(logind_),
         machine_(files_),
         linkHandler_(files_, LinkHandlerPlaces::of(ownProgram())),
@@ -108,7 +110,8 @@ class LinuxServices final : public NativeServices {
         webSignIn_(scheduler_, links_, session_, log_),
         appleSignIn_(scheduler_),
         push_(session_, preferences_, random_, log_),
-        path_(scheduler_) {
+        path_(scheduler_),
+        browser_(scheduler_, session_, log_) {
     if (program != ProgramKind::command) camera_.prepare(ownProgram("brindle-camera-scan"));
   }
 
@@ -159,6 +162,7 @@ class LinuxServices final : public NativeServices {
   CourierLauncher courier_;
   LinuxBackgroundTransfer watchTransfer_;
   LinuxBackgroundTransfer alertTransfer_;
+  LinuxBackgroundTransfer vaultTransfer_;
   LinuxSystemPower power_;
   LinuxProcessActivity activity_;
   LinuxMachine machine_;
@@ -168,6 +172,7 @@ class LinuxServices final : public NativeServices {
   LinuxAppleSignIn appleSignIn_;
   LinuxPushRegistration push_;
   LinuxNetworkPath path_;
+  LinuxBrowser browser_;
   Services services_{scheduler_,
                      bootClock_,
                      files_,
@@ -186,8 +191,8 @@ class LinuxServices final : public NativeServices {
                      secretWork_,
                      imageWork_,
                      sink_,
-                     {http_, watchTransfer_, alertTransfer_, power_, activity_, machine_, links_,
-                      webSignIn_, appleSignIn_, push_, path_}};
+                     {http_, watchTransfer_, alertTransfer_, vaultTransfer_, power_, activity_,
+                      machine_, links_, webSignIn_, appleSignIn_, push_, path_, browser_}};
 };
 
 }  // namespace

@@ -74,6 +74,8 @@ class MacServices final : public NativeServices {
       makeMacBackgroundTransfer(*scheduler_, std::string(AlertWatchSending::sessionIdentifier));
   std::unique_ptr<BackgroundTransfer> alertTransfer_ =
       makeMacBackgroundTransfer(*scheduler_, std::string(AlertSender::sessionIdentifier));
+  std::unique_ptr<BackgroundTransfer> vaultTransfer_ =
+      makeMacBackgroundTransfer(*scheduler_, "brindle.vault");
   std::unique_ptr<SystemPower> power_ = makeMacSystemPower();
   std::unique_ptr<ProcessActivity> activity_ = makeMacProcessActivity();
   std::unique_ptr<Machine> machine_ = makeMacMachine();
@@ -82,26 +84,28 @@ class MacServices final : public NativeServices {
   std::unique_ptr<AppleSignIn> appleSignIn_ = makeMacAppleSignIn(*scheduler_);
   std::unique_ptr<PushRegistration> push_;
   std::unique_ptr<NetworkPath> path_ = makeMacNetworkPath(*scheduler_);
-  Services services_{*scheduler_,
-                     *bootClock_,
-                     *files_,
-                     *preferences_,
-                     *keychain_,
-                     *random_,
-                     crypto_,
-                     *screen_,
-                     *notifications_,
-                     *loginItem_,
-                     quitSender(),
-                     *camera_,
-                     *images_,
-                     *flash_,
-                     *fileWork_,
-                     *secretWork_,
-                     *imageWork_,
-                     sink_,
-                     {*http_, *watchTransfer_, *alertTransfer_, *power_, *activity_, *machine_,
-                      *links_, *webSignIn_, *appleSignIn_, *push_, *path_}};
+  std::unique_ptr<Browser> browser_ = makeMacBrowser(*scheduler_);
+  Services services_{
+      *scheduler_,
+      *bootClock_,
+      *files_,
+      *preferences_,
+      *keychain_,
+      *random_,
+      crypto_,
+      *screen_,
+      *notifications_,
+      *loginItem_,
+      quitSender(),
+      *camera_,
+      *images_,
+      *flash_,
+      *fileWork_,
+      *secretWork_,
+      *imageWork_,
+      sink_,
+      {*http_, *watchTransfer_, *alertTransfer_, *vaultTransfer_, *power_, *activity_, *machine_,
+       *links_, *webSignIn_, *appleSignIn_, *push_, *path_, *browser_}};
 };
 
 }  // namespace

@@ -6,6 +6,7 @@
 #include "app/native_services.h"
 #include "platform/memory/apple_sign_in_memory.h"
 #include "platform/memory/background_transfer_memory.h"
+#include "platform/memory/browser_memory.h"
 #include "platform/memory/camera_memory.h"
 #include "platform/memory/flash_window_memory.h"
 #include "platform/memory/keychain_memory.h"
@@ -52,8 +53,8 @@ class MemoryServices {
             secretWork,
             imageWork,
             log_,
-            {http, watchTransfer, alertTransfer, power, activity, machine, links, webSignIn,
-             appleSignIn, push, path}};
+            {http, watchTransfer, alertTransfer, vaultTransfer, power, activity, machine, links,
+             webSignIn, appleSignIn, push, path, browser}};
   }
 
   NativeTools tools = makeNativeTools();
@@ -74,6 +75,7 @@ class MemoryServices {
   MemoryHttp http{scheduler, files};
   MemoryBackgroundTransfer watchTransfer{scheduler, files, "brindle.watch"};
   MemoryBackgroundTransfer alertTransfer{scheduler, files, "brindle.alerts"};
+  MemoryBackgroundTransfer vaultTransfer{scheduler, files, "brindle.vault"};
   MemorySystemPower power{scheduler};
   MemoryProcessActivity activity;
   MemoryMachine machine;
@@ -82,6 +84,7 @@ class MemoryServices {
   MemoryAppleSignIn appleSignIn{scheduler};
   MemoryPushRegistration push{scheduler};
   MemoryNetworkPath path{scheduler};
+  MemoryBrowser browser{scheduler};
 
  private:
   LogSink& log_;

@@ -6,6 +6,7 @@
 #include "platform/apple_sign_in.h"
 #include "platform/background_transfer.h"
 #include "platform/boot_clock.h"
+#include "platform/browser.h"
 #include "platform/camera.h"
 #include "platform/crypto.h"
 #include "platform/files.h"
@@ -36,6 +37,7 @@ struct NetworkServices {
   Http& http;
   BackgroundTransfer& watchTransfer;  ///< uploads of what the alert watch owes
   BackgroundTransfer& alertTransfer;  ///< uploads of reports with photos
+  BackgroundTransfer& vaultTransfer;  ///< uploads of sealed copies
   SystemPower& power;
   ProcessActivity& activity;
   Machine& machine;
@@ -44,6 +46,7 @@ struct NetworkServices {
   AppleSignIn& appleSignIn;
   PushRegistration& push;
   NetworkPath& path;
+  Browser& browser;
 };
 
 /// Every platform service, whichever backends were chosen. All of them outlive the application.

@@ -51,7 +51,7 @@ void AlertReports::released(const Uuid& id) {
       event->attemptOnly ? UnlockLogging::Outcome::wrongPIN : UnlockLogging::Outcome::unconfirmed;
   parts_.collaborators.unlockLog.record(id, event->date, outcome,
                                         event->wrongPINs + event->wrongAnswers);
-  parts_.collaborators.uploads.keepCopies(*event);
+  (void)parts_.collaborators.uploads.keepCopies(*event);
   if (const auto notice = noticeOfUnconfirmed(*event)) parts_.collaborators.push.send(*notice);
   if (!event->attemptOnly) parts_.collaborators.alarm.unconfirmed(*event);
   report(id);

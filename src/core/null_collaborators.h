@@ -43,8 +43,12 @@ class NoAlertReporting final : public AlertReporting {
 
 class NoVault final : public VaultUploading {
  public:
-  void keepCopies(const UnlockEvent&) override {}
+  [[nodiscard]] std::vector<Uuid> keepCopies(const UnlockEvent&) override { return {}; }
   void deleteCopies(const UnlockEvent&) override {}
+  [[nodiscard]] Subscription onResult(
+      std::function<void(const Uuid&, const Uuid&, Ended)>) override {
+    return {};
+  }
 };
 
 class NoOtherDevices final : public OtherDeviceNotices {

@@ -15,6 +15,9 @@ class Machine {
   /// Identifier of the current time zone in the IANA database, "Europe/Berlin"; "UTC" when it
   /// cannot be told.
   virtual std::string timeZone() const = 0;
+  /// What kind of computer it is, "Mac15,3" or "ThinkPad X1 Carbon Gen 9"; empty when it cannot be
+  /// told.
+  virtual std::string model() const = 0;
   virtual ServiceReport report() const = 0;
 };
 

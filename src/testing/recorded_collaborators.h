@@ -58,7 +58,14 @@ class RecordedCollaborators final : public AlertWatching,
     return reportResults.add(std::move(ended));
   }
 
-  void keepCopies(const UnlockEvent&) override { told("keep copies"); }
+  [[nodiscard]] std::vector<Uuid> keepCopies(const UnlockEvent&) override {
+    told("keep copies");
+    return {};
+  }
+  [[nodiscard]] Subscription onResult(
+      std::function<void(const Uuid&, const Uuid&, Ended)> ended) override {
+    return vaultResults.add(std::move(ended));
+  }
   void deleteCopies(const UnlockEvent&) override { told("delete copies"); }
   void send(const DeviceNotice& notice) override {
     const auto& detail = notice.source ? notice.source : notice.targetName;
@@ -101,6 +108,7 @@ class RecordedCollaborators final : public AlertWatching,
   std::set<Uuid> heldReports;
   bool watchUnderWay = false;
   Listeners<const Uuid&, AlertState> reportResults;
+  Listeners<const Uuid&, const Uuid&, VaultUploading::Ended> vaultResults;
   std::optional<std::string> turnOnRefusal;
   Wish clipWish{false, false, "off"};
   std::function<void(Clip)> clipDone;

@@ -141,6 +141,11 @@ void LinuxBrowser::fail(const std::weak_ptr<Attempt>& attempt, const std::string
   });
 }
 
+ServiceReport LinuxBrowser::report() const {
+  const std::string way = describe();
+  return {"browser", "xdg", !way.empty(), way.empty() ? "no way to open a page" : way};
+}
+
 std::string LinuxBrowser::describe() const {
   if (portal_.present()) return "opens pages through the desktop's portal";
   return xdgOpen().empty() ? "" : "opens pages with xdg-open";

@@ -3,6 +3,7 @@
 #include <list>
 #include <string>
 
+#include "platform/browser.h"
 #include "platform/linux/dbus_service.h"
 #include "platform/posix/descriptor.h"
 #include "platform/posix/main_loop.h"
@@ -11,15 +12,12 @@ namespace brindle {
 
 /// Opens pages in the browser that the person chose: through the desktop's portal (OpenURI,
 /// XDG Desktop Portal), else with xdg-open. Main thread only.
-class LinuxBrowser {
+class LinuxBrowser final : public Browser {
  public:
-  /// Empty problem: the person closed the question which program to use.
-  using Failed = std::function<void(const std::string& problem)>;
-
   LinuxBrowser(MainLoop& loop, DbusLink& session, Log log);
 
-  /// `failed` comes from the main loop, when the page will not show; one page at a time.
-  [[nodiscard]] Subscription open(const std::string& page, Failed failed);
+  [[nodiscard]] Subscription open(const std::string& page, Failed failed) override;
+  ServiceReport report() const override;
   /// How pages are opened; empty when they cannot be.
   std::string describe() const;
 

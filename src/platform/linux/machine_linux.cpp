@@ -101,6 +101,15 @@ std::string LinuxMachine::timeZone() const {
   return "UTC";
 }
 
+std::string LinuxMachine::model() const {
+  for (const char* name : {"class/dmi/id/product_name", "firmware/devicetree/base/model"}) {
+    const auto bytes = files_.read(joinPath(sys_, name));
+    // A device tree ends its texts with NUL.
+    if (bytes) return firstLine(textOf(*bytes).substr(0, textOf(*bytes).find('\0')));
+  }
+  return {};
+}
+
 ServiceReport LinuxMachine::report() const {
   const std::string called = name();
   return {"machine", "Linux", !called.empty(),

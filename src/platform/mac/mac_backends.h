@@ -65,6 +65,7 @@ std::unique_ptr<Http> makeMacHttp(Scheduler& scheduler);
 /// One for each `identifier` and process; the system keeps its transfers under it.
 std::unique_ptr<BackgroundTransfer> makeMacBackgroundTransfer(Scheduler& scheduler,
                                                               std::string identifier);
+std::unique_ptr<Browser> makeMacBrowser(Scheduler& scheduler);
 std::unique_ptr<NetworkPath> makeMacNetworkPath(Scheduler& scheduler);
 std::unique_ptr<SystemPower> makeMacSystemPower();
 std::unique_ptr<ProcessActivity> makeMacProcessActivity();

@@ -1,5 +1,9 @@
 #import <Foundation/Foundation.h>
 
+#include <sys/sysctl.h>
+
+#include <array>
+
 #include "platform/mac/mac_backends.h"
 #include "platform/mac/mac_support.h"
 
@@ -14,6 +18,12 @@ class MacMachine final : public Machine {
     [NSTimeZone resetSystemTimeZone];  // the process keeps the one it asked for first
     const std::string name = mac::stringOf(NSTimeZone.systemTimeZone.name);
     return name.empty() ? "UTC" : name;
+  }
+
+  std::string model() const override {
+    std::array<char, 128> name{};
+    std::size_t size = name.size() - 1;
+    return sysctlbyname("hw.model", name.data(), &size, nullptr, 0) == 0 ? name.data() : "";
   }
 
   ServiceReport report() const override {

@@ -3,14 +3,14 @@
 #include <mutex>
 #include <vector>
 
-#include "platform/crypto.h"
+#include "platform/openssl/crypto_openssl.h"
 
 namespace brindle {
 
 /// Real SHA-256, and in place of the slow derivation one hash over its inputs: equal inputs give
 /// equal outputs, different ones different outputs. Keeps the sizes it was asked with, never a
 /// secret.
-class MemoryCrypto final : public Crypto {
+class MemoryCrypto final : public OpensslCrypto {
  public:
   struct Derivation {
     unsigned iterations = 0;
