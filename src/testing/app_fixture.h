@@ -79,6 +79,7 @@ class AppFixture : public testing::Test {
     devices.http.setServer(scripted.server());
     devices.watchTransfer.setServer(scripted.server());
     devices.alertTransfer.setServer(scripted.server());
+    devices.vaultTransfer.setServer(scripted.server());
     return devices.preferences.set("service.url", "https://service.test");
   }();
   BrindleMacApp app{devices.services(), paths.data};

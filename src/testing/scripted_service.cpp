@@ -67,9 +67,10 @@ ScriptedReply ScriptedService::usualReply(std::string_view path) const {
                     R"(","terms":"https://example.org/terms",)"
                     R"("privacy":"https://example.org/privacy","minimumBuild":{"macos":1}})"};
   }
+  if (path == "api/vault/keys") return {.body = vault.keysBody(email)};
   const bool known = path == "api/verify-start" || path == "api/account/delete" ||
                      path == "api/alert" || path.starts_with("api/watch/") ||
-                     path.starts_with("api/push/");
+                     path.starts_with("api/push/") || ScriptedVault::knows(path);
   return known ? ScriptedReply{} : ScriptedReply{.status = 404, .body = R"({"error":"unknown"})"};
 }
 
@@ -84,13 +85,16 @@ ScriptedReply ScriptedService::replyTo(const ScriptedRequest& request) {
     return reply;
   }
   const auto scripted = longestIn(always_, request.path);
-  return scripted == always_.end() ? usualReply(request.path) : scripted->second;
+  if (scripted != always_.end()) return scripted->second;
+  return ScriptedVault::knows(request.path) ? vault.answer(request, email)
+                                            : usualReply(request.path);
 }
 
 void ScriptedService::receive(ScriptedRequest request, Answer answer) {
   if (!reachable_) return answer({.status = 0});
   requests_.push_back(std::move(request));
   const ScriptedReply reply = replyTo(requests_.back());
+  if (reply.status / 100 == 2) vault.accepted(requests_.back());
   if (onRequest) onRequest(requests_.back());
   if (reply.held) return held_.emplace_back(reply, std::move(answer)), void();
   if (reply.delay <= Duration::zero()) return give(reply, answer);

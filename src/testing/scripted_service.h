@@ -12,6 +12,7 @@
 #include "platform/http.h"
 #include "platform/memory/http_memory.h"
 #include "platform/scheduler.h"
+#include "testing/scripted_vault.h"
 
 namespace brindle {
 
@@ -83,6 +84,8 @@ class ScriptedService {
   std::string token = "scripted-token";
   std::string email = "owner@example.org";
   std::string termsVersion = "2026-10-07.2";
+  /// An upload or a deletion that gets a 2xx, even a held one, has its effect on arrival.
+  ScriptedVault vault;
 
  private:
   ScriptedReply replyTo(const ScriptedRequest& request);

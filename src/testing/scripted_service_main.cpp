@@ -23,7 +23,12 @@
 //   never PATH             received, never answered
 //   hold PATH | release    held until released
 //   usual PATH             forgets the script of this path
+//   body PATH FILE         answered with what is in the file now
 //   session TOKEN EMAIL    what signing in gives
+//   vault-key KEYID PUBLICKEY                          the owner has set the vault up
+//   vault-code CODE ORGID KEYID PUBLICKEY NAME...      a code that joins this organisation at once
+//   vault-code-waits ...                               one whose organisation has to accept first
+//   vault-folder PATH      where blobs are kept, each as EVENT/PHOTO.blob
 //   down | up              the service cannot be reached | can be again
 
 namespace brindle {
@@ -40,6 +45,7 @@ class Commands {
     if (verb == "down" || verb == "up") return service_.setReachable(verb == "up"), true;
     if (verb == "release") return service_.releaseAll(), true;
     if (path.empty()) return false;
+    if (verb.starts_with("vault-")) return obeyVault(verb, path, words);
     if (verb == "usual") return service_.usual(path), true;
     if (verb == "session") {
       service_.token = path;
@@ -47,6 +53,11 @@ class Commands {
     }
     ScriptedReply reply = service_.usualReply(path);
     if (verb == "status" && !(words >> reply.status)) return false;
+    if (std::string file; verb == "body" && words >> file) {
+      std::ifstream in(file, std::ios::binary);
+      reply.body.assign(std::istreambuf_iterator<char>(in), {});
+      return in ? service_.always(path, reply), true : false;
+    }
     if (verb == "never") reply.copies = 0;
     if (int late = 0; words >> late) reply.delay = std::chrono::milliseconds(late);
     reply.held = verb == "hold";
@@ -55,6 +66,18 @@ class Commands {
   }
 
  private:
+  bool obeyVault(const std::string& verb, const std::string& first, std::istringstream& words) {
+    ScriptedVault& vault = service_.vault;
+    if (verb == "vault-folder") return vault.folder = first, true;
+    if (verb == "vault-key")
+      return static_cast<bool>(words >> vault.owner.emplace(first, "").second);
+    ScriptedVault::Organisation org{.waits = verb == "vault-code-waits"};
+    if (!(words >> org.orgId >> org.keyId >> org.publicKey >> std::ws)) return false;
+    std::getline(words, org.name);
+    vault.codes[first] = org;
+    return org.waits || verb == "vault-code";
+  }
+
   ScriptedService& service_;
 };
 
