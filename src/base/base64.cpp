@@ -29,6 +29,28 @@ std::string encode(ByteView bytes, std::string_view alphabet, bool padded) {
   return out;
 }
 
+struct Decoded {
+  Bytes bytes;
+  std::uint32_t unused = 0;  ///< what the last character says beyond the last whole byte
+};
+
+std::optional<Decoded> decode(std::string_view text, std::string_view alphabet) {
+  Decoded out;
+  out.bytes.reserve(text.size() * 3 / 4);
+  unsigned bits = 0;
+  for (const char c : text) {
+    const std::size_t value = alphabet.find(c);
+    if (value == std::string_view::npos) return std::nullopt;
+    out.unused = out.unused << 6 | static_cast<std::uint32_t>(value);
+    bits += 6;
+    if (bits < 8) continue;
+    bits -= 8;
+    out.bytes.push_back(static_cast<std::uint8_t>(out.unused >> bits));
+    out.unused &= (1U << bits) - 1;
+  }
+  return out;
+}
+
 }  // namespace
 
 std::string base64(ByteView bytes) { return encode(bytes, usual, true); }
@@ -42,22 +64,15 @@ std::optional<Bytes> fromBase64(std::string_view text) {
     text.remove_suffix(1);
     ++padding;
   }
-  Bytes out;
-  out.reserve(text.size() * 3 / 4);
-  std::uint32_t group = 0;
-  unsigned bits = 0;
-  for (const char c : text) {
-    const std::size_t value = usual.find(c);
-    if (value == std::string_view::npos) return std::nullopt;
-    group = group << 6 | static_cast<std::uint32_t>(value);
-    bits += 6;
-    if (bits < 8) continue;
-    bits -= 8;
-    out.push_back(static_cast<std::uint8_t>(group >> bits));
-    group &= (1U << bits) - 1;
-  }
-  if (group != 0) return std::nullopt;  // bits that no byte has: two texts would mean the same
-  return out;
+  auto out = decode(text, usual);
+  if (!out || out->unused != 0) return std::nullopt;  // two texts would mean the same
+  return std::move(out->bytes);
+}
+
+std::optional<Bytes> fromBase64url(std::string_view text) {
+  if (text.size() % 4 == 1) return std::nullopt;
+  auto out = decode(text, forAddresses);
+  return out ? std::optional(std::move(out->bytes)) : std::nullopt;
 }
 
 }  // namespace brindle

@@ -14,5 +14,7 @@ std::string base64(ByteView bytes);
 std::optional<Bytes> fromBase64(std::string_view text);
 /// Base64 for addresses and file names (RFC 4648, 5), without padding.
 std::string base64url(ByteView bytes);
+/// Strict about characters and length, no padding; unused trailing bits are ignored.
+std::optional<Bytes> fromBase64url(std::string_view text);
 
 }  // namespace brindle
