@@ -7,6 +7,7 @@
 #include <string_view>
 #include <vector>
 
+#include "base/base64.h"
 #include "base/result.h"
 #include "base/uuid.h"
 #include "platform/crypto.h"
@@ -54,12 +55,10 @@ class VaultCrypto {
   std::string organisationIdentifier(const P256Public& key);
 
  private:
+  Result<std::vector<P256Public>, Failure> parseAll(std::span<const Bytes> keys);
+
   Crypto& crypto_;
   Random& random_;
 };
-
-/// Strict: letters, digits, minus and underscore, no padding; unused trailing bits are ignored
-/// (RFC 4648, 5).
-std::optional<Bytes> fromBase64url(std::string_view text);
 
 }  // namespace brindle
