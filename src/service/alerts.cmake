@@ -1,7 +1,7 @@
 # Reports with photos that nobody confirmed, and notices between the owner's devices.
 brindle_library(brindle_service_alerts
   SOURCES alert_body_moves.cpp alert_index_json.cpp alert_outbox.cpp alert_sender.cpp
-    multipart_body.cpp one_line.cpp other_device_notice.cpp other_device_notice_json.cpp
+    multipart_body.cpp other_device_notice.cpp other_device_notice_json.cpp
     push_registrar.cpp push_sync.cpp received_notices.cpp
   LINKS brindle_service_client brindle_core
   PRIVATE_LINKS PkgConfig::FMT)

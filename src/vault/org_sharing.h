@@ -47,7 +47,7 @@ class OrgSharing {
   };
   void ask(Asked asked);
   void next();
-  void answered(const ServiceAnswer& answer);
+  void ended(const ServiceAnswer* answer);
   std::string nameFor(const std::string& code) const;
 
   Parts parts_;
