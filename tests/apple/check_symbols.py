@@ -16,7 +16,7 @@ GIVEN = re.compile(
     r"__ZN?K?St|__ZT[IVS]N?K?St|__Zn[aw]|__Zd[al]|__ZTVN10__cxxabiv|___cxa_|___gxx_|__Unwind_"
     r"|___clang_call|___isPlatformVersionAtLeast|___(u?div|umod|mod)ti3|___stack_chk_|___dso_handle"       # C++ and compiler
     r"|_objc_|_OBJC_EHTYPE_|___objc_|___CFConstantString|__NSConcrete|__Block_|__objc_empty"
-    r"|__ZN?K?5boost|__ZT[IVS]N5boost|_EVP_|_OPENSSL_|_CRYPTO_|_OpenSSL_|_PKCS5_|_\w+_72$"
+    r"|__ZN?K?5boost|__ZT[IVS]N5boost|_(BIO|BN|CRYPTO|EC|ERR|EVP|OPENSSL|OSSL|OpenSSL|PEM|PKCS5)_|_\w+_72$"
     r"|__ZN?K?6icu_72|__ZT[IVS]N6icu_72"                                       # libraries
     r"|___errno_location|___assert_fail|_stderr$|_stdout$|memchr$")  # how the C library here says it
 

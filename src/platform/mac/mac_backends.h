@@ -9,6 +9,7 @@
 #include "platform/apple_sign_in.h"
 #include "platform/background_transfer.h"
 #include "platform/boot_clock.h"
+#include "platform/browser.h"
 #include "platform/camera.h"
 #include "platform/flash_window.h"
 #include "platform/http.h"
