@@ -59,10 +59,7 @@ class Peer {
       : connection_(sdbus::createSessionBusConnectionWithAddress(address)),
         object_(sdbus::createObject(*connection_, path)),
         name_(std::move(name)) {}
-  virtual ~Peer() {
-    connection_->leaveEventLoop();
-    if (thread_.joinable()) thread_.join();
-  }
+  virtual ~Peer() { end(); }
   void serve() {
     object_->finishRegistration();
     connection_->requestName(name_);
@@ -79,6 +76,13 @@ class Peer {
   sdbus::IConnection& connection() { return *connection_; }
   sdbus::IObject& object() { return *object_; }
   const std::string& name() const { return name_; }
+
+ protected:
+  /// For destructors of peers whose members a call could still reach.
+  void end() {
+    connection_->leaveEventLoop();
+    if (thread_.joinable()) thread_.join();
+  }
 
  private:
   std::unique_ptr<sdbus::IConnection> connection_;

@@ -38,7 +38,7 @@ class LinuxBrowser final : public Browser {
   MainLoop& loop_;
   DbusService portal_;
   std::weak_ptr<Attempt> current_;
-  int asked_ = 0;
+  static inline int asked_ = 0;  // of all together: they share the name that answers go to
   std::list<Child> children_;
   Subscription response_;
 };

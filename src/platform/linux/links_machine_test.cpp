@@ -4,8 +4,10 @@
 #include <filesystem>
 #include <fstream>
 
+#include "platform/contract/apple_sign_in_contract.h"
 #include "platform/contract/machine_contract.h"
 #include "platform/contract/opened_links_contract.h"
+#include "platform/linux/apple_sign_in_linux.h"
 #include "platform/linux/machine_linux.h"
 #include "platform/linux/opened_links_linux.h"
 #include "platform/linux/process_activity_linux.h"
@@ -57,20 +59,38 @@ TEST(LinkHandlerTest, ThePersonsOtherChoicesStayAndComeBack) {
   EXPECT_FALSE(desktop.handler.install({"bad\nscheme"}));
 }
 
+struct NoAppleBackend {
+  LinuxScheduler scheduler;
+  LinuxAppleSignIn none{scheduler};
+  AppleSignIn& appleSignIn() { return none; }
+  void fail() {}
+  bool until(const std::function<bool()>& done) { return runUntil(scheduler, done); }
+};
+INSTANTIATE_TYPED_TEST_SUITE_P(Linux, AppleSignInContract, NoAppleBackend);
+
+void put(const std::string& path, const std::string& text) {
+  std::filesystem::create_directories(std::filesystem::path(path).parent_path());
+  std::ofstream(path) << text;
+}
+
 struct LinuxMachineBackend {
+  TemporaryFolder sys;
   PosixFiles files{"/"};
-  LinuxMachine here{files};
+  LinuxMachine here{files, "/etc", sys.path()};
+  LinuxMachineBackend() { put(sys / "class/dmi/id/product_name", "ThinkPad X1\n"); }
   LinuxProcessActivity none;
   Machine& machine() { return here; }
   ProcessActivity& activity() { return none; }
 };
 INSTANTIATE_TYPED_TEST_SUITE_P(Linux, MachineContract, LinuxMachineBackend);
 
-TEST(LinuxMachineTest, NameAndZoneComeFromWhereverTheyAreSet) {
+TEST(LinuxMachineTest, NameModelAndZoneComeFromWhereverTheyAreSet) {
   TemporaryFolder etc;
   PosixFiles files("/");
-  const LinuxMachine machine(files, etc.path());
-  const auto put = [&](const char* name, const char* text) { std::ofstream(etc / name) << text; };
+  const LinuxMachine machine(files, etc.path(), etc.path());
+  EXPECT_EQ(machine.model(), "");
+  put(etc / "firmware/devicetree/base/model", {"A Board\0", 8});
+  EXPECT_EQ(machine.model(), "A Board");
   const std::string host = machine.name();
   EXPECT_FALSE(host.empty());
   const std::pair<const char*, std::string> names[] = {
@@ -78,7 +98,7 @@ TEST(LinuxMachineTest, NameAndZoneComeFromWhereverTheyAreSet) {
       {"PRETTY_HOSTNAME=plain\n", "plain"},
       {"OLD_PRETTY_HOSTNAME=no\n", host}};
   for (const auto& [text, name] : names) {
-    put("machine-info", text);
+    put(etc / "machine-info", text);
     EXPECT_EQ(machine.name(), name) << text;
   }
   std::filesystem::create_symlink("../usr/share/zoneinfo/Europe/Prague", etc / "localtime");

@@ -10,6 +10,7 @@
 #include <list>
 #include <mutex>
 
+#include "platform/contract/browser_contract.h"
 #include "platform/contract/push_registration_contract.h"
 #include "platform/contract/web_sign_in_contract.h"
 #include "platform/linux/push_registration_linux.h"
@@ -83,13 +84,17 @@ struct SignInDesktop : DesktopOf<HurriedLoop> {
                            << end << "\n";
     chmod(program.c_str(), 0700);
   }
-  /// The address in the page that xdg-open was started with.
-  std::string redirectUri() {
-    EXPECT_TRUE(until([&] { return std::filesystem::exists(opened); }));
+  /// The one page that xdg-open was started with; empty before.
+  std::string shown() {
     std::string line;
     std::getline(std::ifstream(opened), line);
-    EXPECT_TRUE(line.starts_with("1https://sign.in/?redirect=")) << line;
-    return line.substr(line.find('=') + 1);
+    return line.starts_with('1') ? line.substr(1) : "";
+  }
+  /// The address in it.
+  std::string redirectUri() {
+    EXPECT_TRUE(until([&] { return !shown().empty(); }));
+    EXPECT_TRUE(shown().starts_with("https://sign.in/?redirect=")) << shown();
+    return shown().substr(shown().find('=') + 1);
   }
   WebSignIn& signIn() { return all; }
   void loseInterest() { scheduler.minutes.advance(std::chrono::minutes(10)); }
@@ -105,6 +110,14 @@ struct XdgOpenBackend : SignInDesktop {
 };
 INSTANTIATE_TYPED_TEST_SUITE_P(XdgOpen, WebSignInContract, XdgOpenBackend);
 
+struct XdgBrowserBackend : SignInDesktop {
+  LinuxBrowser own{scheduler, session, Log(lines)};
+  XdgBrowserBackend() { putXdgOpen("exit 0"); }
+  Browser& browser() { return own; }
+  void breakDown() { putXdgOpen("exit 4"); }
+};
+INSTANTIATE_TYPED_TEST_SUITE_P(XdgOpen, BrowserContract, XdgBrowserBackend);
+
 using Options = std::map<std::string, sdbus::Variant>;
 
 class PortalPeer : public Peer {
@@ -114,7 +127,11 @@ class PortalPeer : public Peer {
     object()
         .registerMethod("OpenURI")
         .onInterface("org.freedesktop.portal.OpenURI")
-        .implementedAs([this](const std::string&, const std::string&, const Options& options) {
+        .implementedAs([this](const std::string&, const std::string& page, const Options& options) {
+          {
+            const std::lock_guard lock(mutex_);
+            page_ = page;
+          }
           std::string sender = object().getCurrentlyProcessedMessage()->getSender().substr(1);
           std::ranges::replace(sender, '.', '_');
           const sdbus::ObjectPath path = "/org/freedesktop/portal/desktop/request/" + sender + "/" +
@@ -124,9 +141,16 @@ class PortalPeer : public Peer {
         });
     serve();
   }
+  ~PortalPeer() override { end(); }
+  std::string page() {
+    const std::lock_guard lock(mutex_);
+    return page_;
+  }
   std::atomic<int> answer = -1;
 
  private:
+  std::mutex mutex_;
+  std::string page_;
   void respond(const sdbus::ObjectPath& path, std::uint32_t how) {
     const auto request = sdbus::createObject(connection(), path);
     auto response = request->createSignal("org.freedesktop.portal.Request", "Response");
@@ -147,6 +171,14 @@ struct PortalBackend : SignInDesktop {
   }
 };
 INSTANTIATE_TYPED_TEST_SUITE_P(Portal, WebSignInContract, PortalBackend);
+
+struct PortalBrowserBackend : PortalBackend {
+  LinuxBrowser own{scheduler, session, Log(lines)};
+  Browser& browser() { return own; }
+  std::string shown() { return portal.page(); }
+  void breakDown() { portal.answer = 2; }  // and there is no xdg-open
+};
+INSTANTIATE_TYPED_TEST_SUITE_P(Portal, BrowserContract, PortalBrowserBackend);
 
 using PortalTest = WebSignInContract<PortalBackend>;
 
@@ -208,6 +240,7 @@ class DistributorPeer : public Peer {
         });
     serve();
   }
+  ~DistributorPeer() override { end(); }
   void give(const std::string& endpoint) {
     {
       const std::lock_guard lock(mutex_);

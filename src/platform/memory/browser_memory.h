@@ -1,10 +1,11 @@
 #pragma once
 
 #include <string>
+#include <utility>
 #include <vector>
 
+#include "platform/awaited_end.h"
 #include "platform/browser.h"
-#include "platform/scheduler.h"
 
 namespace brindle {
 
@@ -14,14 +15,10 @@ class MemoryBrowser final : public Browser {
   explicit MemoryBrowser(Scheduler& scheduler) : scheduler_(scheduler) {}
 
   [[nodiscard]] Subscription open(const std::string& page, Failed failed) override {
-    attempt_ = std::make_shared<Failed>(std::move(failed));
     pages.push_back(page);
-    if (!problem.empty()) {
-      scheduler_.post([attempt = std::weak_ptr(attempt_), why = problem] {
-        if (const auto told = attempt.lock()) (*told)(why);
-      });
-    }
-    return Subscription([attempt = attempt_]() mutable { attempt.reset(); });
+    Subscription waiting = end_.expect(std::move(failed));
+    if (!problem.empty()) end_.tell(scheduler_, problem);
+    return waiting;
   }
   ServiceReport report() const override { return {"browser", "memory", problem.empty(), problem}; }
 
@@ -30,7 +27,7 @@ class MemoryBrowser final : public Browser {
 
  private:
   Scheduler& scheduler_;
-  std::shared_ptr<Failed> attempt_;
+  AwaitedEnd<std::string> end_;
 };
 
 }  // namespace brindle

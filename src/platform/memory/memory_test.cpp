@@ -2,8 +2,10 @@
 
 #include <algorithm>
 
+#include "platform/contract/apple_sign_in_contract.h"
 #include "platform/contract/background_transfer_contract.h"
 #include "platform/contract/boot_clock_contract.h"
+#include "platform/contract/browser_contract.h"
 #include "platform/contract/camera_contract.h"
 #include "platform/contract/crypto_contract.h"
 #include "platform/contract/files_contract.h"
@@ -13,6 +15,7 @@
 #include "platform/contract/keychain_contract.h"
 #include "platform/contract/login_item_contract.h"
 #include "platform/contract/machine_contract.h"
+#include "platform/contract/network_path_contract.h"
 #include "platform/contract/notifications_contract.h"
 #include "platform/contract/opened_links_contract.h"
 #include "platform/contract/preferences_contract.h"
@@ -27,6 +30,7 @@
 #include "platform/memory/apple_sign_in_memory.h"
 #include "platform/memory/background_transfer_memory.h"
 #include "platform/memory/boot_clock_memory.h"
+#include "platform/memory/browser_memory.h"
 #include "platform/memory/camera_memory.h"
 #include "platform/memory/crypto_memory.h"
 #include "platform/memory/files_memory.h"
@@ -36,6 +40,7 @@
 #include "platform/memory/keychain_memory.h"
 #include "platform/memory/login_item_memory.h"
 #include "platform/memory/machine_memory.h"
+#include "platform/memory/network_path_memory.h"
 #include "platform/memory/notifications_memory.h"
 #include "platform/memory/opened_links_memory.h"
 #include "platform/memory/preferences_memory.h"
@@ -208,6 +213,28 @@ struct MemorySignInBackend : Loop {
   void loseInterest() { scheduler.advance(std::chrono::minutes(10)); }
 };
 INSTANTIATE_TYPED_TEST_SUITE_P(Memory, WebSignInContract, MemorySignInBackend);
+
+struct MemoryAppleBackend : Loop {
+  MemoryAppleSignIn all{scheduler};
+  AppleSignIn& appleSignIn() { return all; }
+  void fail() { all.fail("not today"); }
+};
+INSTANTIATE_TYPED_TEST_SUITE_P(Memory, AppleSignInContract, MemoryAppleBackend);
+
+struct MemoryBrowserBackend : Loop {
+  MemoryBrowser all{scheduler};
+  Browser& browser() { return all; }
+  std::string shown() { return all.pages.back(); }
+  void breakDown() { all.problem = "not today"; }
+};
+INSTANTIATE_TYPED_TEST_SUITE_P(Memory, BrowserContract, MemoryBrowserBackend);
+
+struct MemoryPathBackend : Loop {
+  MemoryNetworkPath all{scheduler};
+  NetworkPath& path() { return all; }
+  void comeBack() { all.comeBack(); }
+};
+INSTANTIATE_TYPED_TEST_SUITE_P(Memory, NetworkPathContract, MemoryPathBackend);
 
 struct MemoryPushBackend : Loop {
   MemoryPushRegistration all{scheduler};
