@@ -1,0 +1,109 @@
+#include "vault/vault_opener_json.h"
+
+#include <algorithm>
+
+#include "base/base64.h"
+#include "base/json_fields.h"
+
+namespace brindle {
+namespace {
+
+constexpr std::int64_t formatVersion = 1;
+
+bool readBytes(const Json& json, Bytes& out) {
+  const auto text = jsonText(json);
+  auto bytes = text ? fromBase64url(*text) : std::nullopt;
+  if (bytes) out = std::move(*bytes);
+  return bytes.has_value();
+}
+
+bool readNonce(const Json& json, GcmNonce& out) {
+  Bytes bytes;
+  if (!readBytes(json, bytes) || bytes.size() != out.size()) return false;
+  std::ranges::copy(bytes, out.begin());
+  return true;
+}
+
+bool readRecipient(const Json& json, SealedHeader::Recipient& out) {
+  JsonFields in(json);
+  in.required("kid", out.kid).required("epk", out.epk).required("iv", out.iv);
+  return in.required("ct", out.ct).readable();
+}
+
+bool readRecipients(const Json& json, std::vector<SealedHeader::Recipient>& out) {
+  return forEachElement(json,
+                        [&](const Json& each) { return readRecipient(each, out.emplace_back()); });
+}
+
+bool readMeta(const Json& json, SealedHeader& out) {
+  JsonFields in(json);
+  return in.required("iv", out.metaNonce, readNonce).required("ct", out.meta, readBytes).readable();
+}
+
+/// What a sealing writes for this header. Values stand as they are, so a text that needed an escape
+/// gives something else than was read.
+std::string headerText(const SealedHeader& header) {
+  std::string out = R"({"v":1)";
+  const auto member = [&out](std::string_view before, std::string_view key,
+                             std::string_view value) {
+    for (const std::string_view piece : {before, key, std::string_view("\":\""), value}) {
+      out.append(piece);
+    }
+    out += '"';
+  };
+  member(",\"", "photoId", header.photoId.lower());
+  member(",\"", "eventId", header.eventId);
+  member(",\"", "iv", base64url(header.photoNonce));
+  member(",\"meta\":{\"", "iv", base64url(header.metaNonce));
+  member(",\"", "ct", base64url(header.meta));
+  out += R"(},"recipients":[)";
+  for (const auto& each : header.recipients) {
+    member(&each == &header.recipients.front() ? "{\"" : ",{\"", "kid", each.kid);
+    member(",\"", "epk", each.epk);
+    member(",\"", "iv", each.iv);
+    member(",\"", "ct", each.ct);
+    out += '}';
+  }
+  return out += "]}";
+}
+
+}  // namespace
+
+Result<SealedHeader, OpeningFailure> readSealedHeaderText(std::string_view text) {
+  const auto json = parseJson(text);
+  if (!json) return Failure(OpeningFailure::notSealed);
+  std::int64_t version = 0;
+  SealedHeader header;
+  JsonFields in(*json);
+  if (!in.required("v", version).readable()) return Failure(OpeningFailure::notSealed);
+  if (version != formatVersion) return Failure(OpeningFailure::otherVersion);
+  in.required("photoId", header.photoId)
+      .required("eventId", header.eventId)
+      .required("iv", header.photoNonce, readNonce)
+      .required("meta", header, readMeta)
+      .required("recipients", header.recipients, readRecipients);
+  if (!in.readable() || headerText(header) != text) return Failure(OpeningFailure::notSealed);
+  return header;
+}
+
+std::optional<VaultMeta> readVaultMeta(std::string_view text) {
+  const auto json = parseJson(text);
+  if (!json) return std::nullopt;
+  VaultMeta meta;
+  JsonFields in(*json);
+  in.required("takenAt", meta.takenAt)
+      .required("index", meta.index)
+      .required("kind", meta.kind)
+      .required("wrongPINs", meta.wrongPINs)
+      .required("device", meta.device)
+      .required("timeZone", meta.timeZone)
+      .lenient("deviceName", meta.deviceName)
+      .lenient("mime", meta.mime)
+      .lenient("lat", meta.lat)
+      .lenient("lon", meta.lon)
+      .lenient("place", meta.place)
+      .lenient("target", meta.target);
+  return in.readable() ? std::optional(std::move(meta)) : std::nullopt;
+}
+
+}  // namespace brindle
