@@ -41,12 +41,12 @@ class VaultDeletions {
  private:
   bool maySend(const Uuid& event) const;
   void pump();
-  bool send(const Uuid& event);
+  void send(const Uuid& event);
   void answered(const Uuid& event, const ServiceAnswer& answer);
   void confirmed(const Uuid& event);
   void storeAsked();
   void storeAnswered();
-  bool store();
+  void store();
 
   const VaultParts& parts_;
   VaultAccounts& accounts_;
@@ -59,6 +59,7 @@ class VaultDeletions {
   std::deque<Uuid> round_;            ///< still to be tried in this run
   std::size_t failuresInARow_ = 0;
   std::size_t storedThisTurn_ = 0;
+  bool ready_ = false;
   bool unstored_ = false;
   Timer storing_;
   Lifetime lifetime_;

@@ -4,7 +4,6 @@
 
 #include "base/log.h"
 #include "platform/background_transfer.h"
-#include "platform/crypto.h"
 #include "platform/files.h"
 #include "platform/machine.h"
 #include "platform/preferences.h"
@@ -15,6 +14,7 @@
 
 namespace brindle {
 
+class VaultCrypto;
 class VaultKeySet;
 
 /// What the vault's client is built on; all of it outlives the client.
@@ -28,7 +28,7 @@ struct VaultParts {
   Preferences& defaults;
   const Machine& machine;
   Random& random;
-  Crypto& crypto;
+  VaultCrypto& crypto;
   VaultKeySet& keys;
   Log log;
   std::string photos;  ///< where the photos of events lie

@@ -33,8 +33,4 @@ Upload uploadOf(const UnlockEvent& event, std::size_t index, const Machine& mach
 Prepared prepareUpload(Files& files, VaultCrypto& crypto, Upload upload, const std::string& photo,
                        std::span<const Bytes> recipients, const std::string& blob);
 
-/// "vault-<UUID>.blob", and whether a file has such a name.
-std::string blobName(const Uuid& id);
-bool isBlobName(std::string_view name);
-
 }  // namespace brindle

@@ -4,14 +4,16 @@
 #include <functional>
 #include <map>
 #include <optional>
+#include <set>
 #include <string>
+#include <string_view>
 #include <vector>
 
 #include "base/lifetime.h"
 #include "core/vault_uploading.h"
 #include "vault/photo_key.h"
+#include "vault/upload_label.h"
 #include "vault/vault_accounts.h"
-#include "vault/vault_crypto.h"
 #include "vault/vault_parts.h"
 #include "vault/vault_prepare.h"
 
@@ -50,6 +52,7 @@ class VaultUploads {
     std::function<bool(const Uuid& event)> deleted;  ///< or being deleted
     std::function<void(const Uuid& event, const Uuid& photo, Ended how)> ended;
     std::function<void(const Uuid& event)> answeredLate;  ///< it is deleted, or being deleted
+    std::function<void()> ready;                          ///< what earlier runs left is known
     std::function<void()> changed;
   };
   VaultUploads(const VaultParts& parts, const VaultAccounts& accounts, Events events);
@@ -59,15 +62,15 @@ class VaultUploads {
   void take(const UnlockEvent& event, std::size_t index);
   /// Cancels what is on its way and forgets the rest.
   void forget(const Uuid& event);
-  /// Whether anything of the event is known here.
+  /// Whether anything of the event waits or is on its way.
   bool knows(const Uuid& event) const;
   /// Tries each that waits once, until several in a row have failed.
   void offer();
+  bool ready() const { return ready_; }
   /// The account or the keys changed: what was not allowed may be now.
   void allow();
   /// The owner's switch was turned: what is on its way while off comes back.
   void turned();
-  bool tookUp() const { return tookUp_; }
 
   std::vector<Waiting> waiting() const;
   std::size_t waitingCount() const { return undelivered_.size(); }
@@ -89,10 +92,12 @@ class VaultUploads {
   void pump();
   void prepare(const PhotoKey& key);
   void seal(const PhotoKey& key);
-  void prepared(const PhotoKey& key, const Prepared& result, const std::string& email);
+  void prepared(const PhotoKey& key, Prepared result, const std::string& blob,
+                const std::string& email);
+  void drop(const PhotoKey& key, std::string_view why);
   void send(const PhotoKey& key, const std::string& blob);
   void taken(const TransferResult& result);
-  void answered(const PhotoKey& key, const Uuid& photo, int status);
+  void answered(const UploadLabel& label, const ServiceAnswer& answer);
   void end(const PhotoKey& key, const Uuid& photo, Ended how);
   void failed(const PhotoKey& key);
   void cancel(const PhotoKey& key);
@@ -101,8 +106,7 @@ class VaultUploads {
   const VaultParts& parts_;
   const VaultAccounts& accounts_;
   Events events_;
-  VaultCrypto crypto_;
-  bool tookUp_ = false;
+  bool ready_ = false;
   std::map<PhotoKey, Item> undelivered_;
   std::map<PhotoKey, std::string> underWay_;  ///< labels, also of what earlier runs handed over
   std::optional<PhotoKey> preparing_;

@@ -1,0 +1,5 @@
+# The client of the service's vault: uploads, deletions, and the façade over them.
+brindle_library(brindle_vault
+  SOURCES upload_label.cpp vault_accounts.cpp vault_deletions.cpp vault_prepare.cpp
+    vault_records_json.cpp vault_uploads.cpp web_vault.cpp
+  LINKS brindle_vault_keys brindle_core)
