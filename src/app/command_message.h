@@ -31,11 +31,13 @@ struct Request {
     SecretText text;
   };
 
-  std::string command;  ///< "status", "on", …; "try" within a conversation that asked for proof
+  std::string command;  ///< "status", "on", …; "try" within a conversation that asked for proof,
+                        ///< "agree" within one that asked for agreement
   bool json = false;    ///< the answer is for a program
   std::string target =
       {};  ///< of delete and confirm: an event, "photos" or "all"; of a try: "pin" or "answer"
-  std::string value = {};   ///< what the target goes with: an e-mail address, a link
+  std::string value = {};   ///< what the target goes with: an e-mail address, a link, a code
+  bool agreed = false;      ///< the person was shown what it means
   bool replacePin = false;  ///< of setup: in place of one whose record can't be read
   std::optional<std::int64_t> alertDelay = {};  ///< seconds
   std::optional<bool> startAtLogin = {};
@@ -49,6 +51,7 @@ struct Reply {
   enum class Type {
     proof,  ///< the owner must prove themself first
     tried,  ///< what became of a try that was not right
+    ask,    ///< the person must agree first: the text says to what
     done,   ///< the end of the conversation
   };
   Type type = Type::done;

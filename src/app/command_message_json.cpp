@@ -11,9 +11,10 @@ namespace {
 constexpr std::size_t mostBuffered =
     command_protocol::longestLine + command_protocol::mostSecrets * command_protocol::longestSecret;
 
-constexpr EnumNames<Reply::Type, 3> replyTypeNames{{{
+constexpr EnumNames<Reply::Type, 4> replyTypeNames{{{
     {Reply::Type::proof, "proof"},
     {Reply::Type::tried, "tried"},
+    {Reply::Type::ask, "ask"},
     {Reply::Type::done, "done"},
 }}};
 
@@ -68,6 +69,7 @@ std::string encodeRequest(const Request& request) {
   if (request.json) out.field("json", true);
   if (!request.target.empty()) out.field("target", request.target);
   if (!request.value.empty()) out.field("value", request.value);
+  if (request.agreed) out.field("agreed", true);
   if (request.replacePin) out.field("replacePin", true);
   optionalField(out, "alertDelay", request.alertDelay);
   optionalField(out, "startAtLogin", request.startAtLogin);
@@ -165,6 +167,7 @@ std::optional<RequestReader::Header> RequestReader::readHeader(std::string_view 
       .strict("json", request.json)
       .strict("target", request.target)
       .strict("value", request.value)
+      .strict("agreed", request.agreed)
       .strict("replacePin", request.replacePin)
       .strict("alertDelay", request.alertDelay, readOptional<std::int64_t>)
       .strict("startAtLogin", request.startAtLogin, readOptional<bool>)

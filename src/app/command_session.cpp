@@ -17,14 +17,15 @@ bool CommandSession::receive(Request request) {
                   lifetime_.guard([this](CommandHandler::Need need) { needed(std::move(need)); }));
     return true;
   }
+  if (state_ == State::asking && request.command == "agree") return agreed(), true;
   if (state_ != State::proving || !isTry || !request.secret(request.target)) return false;
   tryWith(request);
   return true;
 }
 
 void CommandSession::needed(CommandHandler::Need need) {
-  if (need.refusal) return end(std::move(*need.refusal));
-  if (!need.proof) return run(nullptr);
+  if (need.refusal) return answered(std::move(*need.refusal));
+  if (!need.proof) return run();
   sitting_ = gate_.open(*need.proof);
   state_ = State::proving;
   send_({.type = Reply::Type::proof, .text = std::string(sitting_->heading())});
@@ -43,8 +44,8 @@ void CommandSession::tryWith(const Request& request) {
 
 void CommandSession::tried(GateAnswer answer) {
   if (answer.outcome == GateAnswer::Outcome::right && answer.proof) {
-    const OwnerProof proof = *answer.proof;
-    return run(&proof);
+    proof_ = answer.proof;
+    return run();
   }
   state_ = State::proving;
   send_({.type = Reply::Type::tried,
@@ -53,14 +54,26 @@ void CommandSession::tried(GateAnswer answer) {
          .question = sitting_->question()});
 }
 
-void CommandSession::run(const OwnerProof* proof) {
+void CommandSession::run() {
   state_ = State::running;
-  handler_.run(request_, proof, lifetime_.guard([this](Reply reply) { end(std::move(reply)); }));
+  handler_.run(request_, proof_ ? &*proof_ : nullptr,
+               lifetime_.guard([this](Reply reply) { answered(std::move(reply)); }));
 }
 
-void CommandSession::end(Reply reply) {
-  state_ = State::over;
-  reply.type = Reply::Type::done;
+/// The proof that was given stands for what it was asked for, the question included.
+void CommandSession::agreed() {
+  request_ = std::make_shared<const Request>(Request{.command = request_->command,
+                                                     .json = request_->json,
+                                                     .target = request_->target,
+                                                     .value = request_->value,
+                                                     .agreed = true});
+  run();
+}
+
+void CommandSession::answered(Reply reply) {
+  const bool asks = reply.type == Reply::Type::ask && !request_->agreed;
+  state_ = asks ? State::asking : State::over;
+  if (!asks) reply.type = Reply::Type::done;
   send_(std::move(reply));
 }
 

@@ -7,6 +7,10 @@ bool Conversation::prepare(Request& request) {
     request.value = terminal_.ask("E-mail address: ").value_or("");
     return !request.value.empty();
   }
+  if (request.command == "vault" && request.target == "join" && request.value.empty()) {
+    request.value = terminal_.ask("Code: ").value_or("");
+    return !request.value.empty();
+  }
   if (request.replacePin) return askTwice(request, "pin", "New PIN: ");
   const bool given = request.alertDelay || request.startAtLogin;
   return request.command != "setup" || given || askForSetup(request);
@@ -44,11 +48,20 @@ bool Conversation::askTwice(Request& request, const std::string& name, const std
 }
 
 std::optional<Request> Conversation::next(const Reply& reply) {
+  if (reply.type == Reply::Type::ask) return askForAgreement(reply);
   if (reply.type != Reply::Type::done) return askForProof(reply);
   exitCode_ = reply.exitCode;
   std::string_view text = reply.text;
   if (text.ends_with('\n')) text.remove_suffix(1);
   if (!text.empty()) terminal_.say(text);
+  return std::nullopt;
+}
+
+std::optional<Request> Conversation::askForAgreement(const Reply& reply) {
+  const auto answer = terminal_.ask(reply.text + "Type \"yes\" to go on: ");
+  if (answer == "yes") return Request{.command = "agree"};
+  exitCode_ = exit_code::failed;
+  terminal_.say("Nothing was changed.");
   return std::nullopt;
 }
 

@@ -22,6 +22,7 @@ class Conversation {
 
  private:
   std::optional<Request> askForProof(const Reply& reply);
+  std::optional<Request> askForAgreement(const Reply& reply);
   bool askForSetup(Request& request);
   bool askTwice(Request& request, const std::string& name, const std::string& prompt);
 
