@@ -6,6 +6,15 @@
 #include "app/command_text.h"
 
 namespace brindle {
+namespace {
+
+/// One backend serves several sessions: each is named after what it carries.
+ServiceReport named(std::string name, ServiceReport report) {
+  report.service = std::move(name);
+  return report;
+}
+
+}  // namespace
 
 void Doctor::ask(bool json, std::function<void(Reply)> done) {
   auto keychain = std::make_shared<ServiceReport>();
@@ -36,7 +45,9 @@ std::vector<ServiceReport> Doctor::all(ServiceReport keychain) {
           services_.images.report(),
           services_.flash.report(),
           services_.network.http.report(),
-          services_.network.watchTransfer.report(),
+          named("check-in copies", services_.network.watchTransfer.report()),
+          named("report uploads", services_.network.alertTransfer.report()),
+          named("vault uploads", services_.network.vaultTransfer.report()),
           services_.network.power.report(),
           services_.network.activity.report(),
           services_.network.machine.report(),
@@ -44,7 +55,8 @@ std::vector<ServiceReport> Doctor::all(ServiceReport keychain) {
           services_.network.webSignIn.report(),
           services_.network.appleSignIn.report(),
           services_.network.push.report(),
-          services_.network.path.report()};
+          services_.network.path.report(),
+          services_.network.browser.report()};
 }
 
 }  // namespace brindle
