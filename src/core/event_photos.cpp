@@ -162,10 +162,13 @@ bool EventPhotos::underWay(const Uuid& event) const {
 }
 
 FileName EventPhotos::nextName(const Uuid& event) {
-  const EventRef known = parts_.history.find(event);
-  std::size_t& next = nextIndex_[event];
-  next = std::max(next, known ? nextPhotoIndex(*known) : 0);
-  return photoFileName(event, next++);
+  if (const EventRef known = parts_.history.find(event)) keepNames(*known);
+  return photoFileName(event, nextIndex_[event]++);
+}
+
+void EventPhotos::keepNames(const UnlockEvent& event) {
+  std::size_t& next = nextIndex_[event.id];
+  next = std::max(next, nextPhotoIndex(event));
 }
 
 long EventPhotos::millisecondsSince(Duration start) const {

@@ -39,6 +39,9 @@ class EventPhotos {
   std::function<void(const Uuid& event, const FileName& name)> onFirstPhoto;
 
   void take(const Uuid& event, PhotoUse use);
+  /// Call before an event loses photos: their files go once that is recorded, and a new photo of
+  /// the same name would go with them.
+  void keepNames(const UnlockEvent& event);
   /// No more photos of the event but those of wrong tries, whose record stays.
   void endAllButTries(const Uuid& event);
   /// The event is gone.
@@ -79,7 +82,7 @@ class EventPhotos {
   Parts parts_;
   std::map<RunId, Run> captureTask_;
   RunId lastRun_ = 0;
-  /// Names given out in this run are not given out again, even if their files were deleted since.
+  /// Names of this run, or of photos lost in it, are not given out again.
   std::unordered_map<Uuid, std::size_t> nextIndex_;
   Lifetime lifetime_;
 };

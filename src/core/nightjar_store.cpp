@@ -304,6 +304,7 @@ bool NightjarStore::keepInHistory(const Uuid& id, const OwnerProof&) { return un
 bool NightjarStore::deleteEvent(const Uuid& id, const OwnerProof&) { return unlocks_.remove(id); }
 
 void NightjarStore::deletePhotos(const OwnerProof&) {
+  for (const EventRef& event : events()) photos_.keepNames(*event);
   files_.removeOnceRecorded(dropFiles(history_));
 }
 

@@ -97,5 +97,22 @@ TEST_F(RelaunchTest, APhotoIsTakenInThatItsRecordMissedAndAnEmptyEventWasClosedE
   EXPECT_EQ(last()->photoFiles.size(), 3u) << "it may be of an earlier try";
 }
 
+TEST_F(RelaunchTest, APhotoOfATryOutlivesTheEarlierPhotosThatAreRemovedMeanwhile) {
+  turnOn();
+  for (const bool confirmed : {true, false}) {
+    unlockAndSettle();
+    relaunch();
+    store->wrongTry(WrongTry::pin);
+    files.failAll({FileError::Kind::noSpace, 28});
+    if (confirmed) store->proved(OwnerGate::prove(OwnerPurpose::confirmUnlock));
+    if (!confirmed) store->deletePhotos(OwnerGate::prove(OwnerPurpose::action));
+    scheduler.advance(3s);
+    files.failNothing();
+    scheduler.advance(1min);
+    EXPECT_EQ(last()->photoFiles.size(), 2u);
+    for (const FileName& name : last()->photoFiles) EXPECT_TRUE(vault->readPhoto(name));
+  }
+}
+
 }  // namespace
 }  // namespace brindle

@@ -72,6 +72,7 @@ bool UnlockHandling::confirm(const Uuid& id) {
   const EventRef event = parts_.history.find(id);
   if (!event || event->resolved) return false;
   answered(id);
+  parts_.photos.keepNames(*event);
   parts_.photos.endAllButTries(id);
   settle(*event);
   parts_.collaborators.unlockLog.record(id, event->date, UnlockLogging::Outcome::confirmed,
