@@ -1,7 +1,7 @@
 # Whom items are sealed for: the key set and its copy here, and sharing with organisations.
 brindle_library(brindle_vault_keys
-  SOURCES org_sharing.cpp vault_date_json.cpp vault_key_set.cpp vault_keys.cpp vault_keys_json.cpp
-    vault_message.cpp vault_replies_json.cpp vault_setup.cpp
+  SOURCES org_sharing.cpp vault_key_set.cpp vault_keys.cpp vault_message.cpp
+    vault_replies_json.cpp vault_setup.cpp
   LINKS brindle_vault_crypto brindle_service_account)
 brindle_test(vault_keys_test
   SOURCES vault_keys_test.cpp

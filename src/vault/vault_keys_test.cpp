@@ -63,7 +63,7 @@ TEST_F(VaultKeysTest, ReadingIsLenientWhereTheChecksDoNotLook) {
   const auto keys = readKeys(
       R"({"vault":null,"orgs":[{"name":"A\nB","joinedAt":"2026-11-14T21:56:32.125+01:00","x":1}],
       "pending":[{"requestedAt":"2026-11-14T20:56:32Z","expiresAt":816382592.9},
-      {"requestedAt":"2026-11-14T20:56:32.Z"}],"retentionDays":"x","email":[]})");
+      {"requestedAt":"2026-11-14T20:56:32.Z"},5],"retentionDays":"x","email":[]})");
   EXPECT_EQ(
       keysJson(keys.value()),
       R"({"orgs":[{"orgId":"","name":"A B","keyId":"","publicKey":"","joinedAt":"2026-11-14T20:56:32Z"}],)"
