@@ -20,10 +20,10 @@ std::string digestText(Crypto& crypto, std::string_view purpose, const P256Publi
   return crypto.sha256(pieces, digest) ? base64url(digest).substr(0, length) : std::string();
 }
 
-/// Length, header, and room for the photo and its tag, in one allocation.
-Bytes blobAround(std::string_view header, std::size_t photoSize) {
+/// Length, header, and room for the photo and its tag, in one allocation. The room is not filled.
+RawBytes blobAround(std::string_view header, std::size_t photoSize) {
   const std::size_t begin = headerLengthSize + header.size();
-  Bytes blob(begin + photoSize + std::tuple_size_v<GcmTag>);
+  RawBytes blob(begin + photoSize + std::tuple_size_v<GcmTag>);
   for (std::size_t i = 0; i < headerLengthSize; ++i) {
     blob[i] = static_cast<std::uint8_t>(header.size() >> (8 * (headerLengthSize - 1 - i)));
   }

@@ -8,6 +8,7 @@
 #include <vector>
 
 #include "base/base64.h"
+#include "base/raw_bytes.h"
 #include "base/result.h"
 #include "base/uuid.h"
 #include "platform/crypto.h"
@@ -36,7 +37,7 @@ class VaultCrypto {
     std::vector<GcmNonce> wrapNonces;                     ///< one a recipient
   };
   struct Sealed {
-    Bytes blob;
+    RawBytes blob;
     std::string headerJSON;  ///< as it stands inside the blob
     std::vector<std::string> keyIDs;
   };

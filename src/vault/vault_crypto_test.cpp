@@ -95,7 +95,7 @@ TEST_F(VaultCryptoTest, TheSameInputsGiveTheseBytes) {
   ASSERT_TRUE(sealed);
   EXPECT_EQ(sealed->headerJSON, header);
   EXPECT_EQ(sealed->keyIDs, (std::vector<std::string>{"pAETEPfBcVvBjtH6", "AWBTFkWYHlBEXDfz"}));
-  Bytes blob{0, 0, 801 >> 8, 801 & 255};
+  RawBytes blob{0, 0, 801 >> 8, 801 & 255};
   blob.insert(blob.end(), header.begin(), header.end());
   for (const int byte :
        {0x96, 0xeb, 0x3a, 0x73, 0xc6, 0x21, 0x49, 0x30, 0x9e, 0xf6, 0x27, 0xb5, 0x03,
