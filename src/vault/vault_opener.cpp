@@ -13,16 +13,6 @@ constexpr std::size_t tagBytes = std::tuple_size_v<GcmTag>;
 // Room for thousands of recipients; a longer one would only cost memory.
 constexpr std::size_t longestHeader = std::size_t{1} << 20;
 
-/// Exactly so many bytes, in their only spelling: the decoder overlooks unused bits, and nobody
-/// authenticates those.
-template <std::size_t N>
-bool decode(std::string_view text, std::array<std::uint8_t, N>& out) {
-  const auto bytes = fromBase64url(text);
-  if (!bytes || bytes->size() != N || base64url(*bytes) != text) return false;
-  std::ranges::copy(*bytes, out.begin());
-  return true;
-}
-
 /// Ciphertext and tag, opened where they are. Empty when they do not hold.
 std::optional<std::span<std::uint8_t>> openInPlace(Crypto& crypto, const SecretKey& key,
                                                    const GcmNonce& nonce, std::string_view purpose,
@@ -62,15 +52,10 @@ VaultOpener::VaultOpener(Crypto& crypto, const SecretKey& key) : crypto_(crypto)
 
 bool VaultOpener::unwrap(const SealedHeader::Recipient& entry, const std::string& photoId,
                          SecretKey& contentKey) const {
-  P256Public ephemeral;
-  GcmNonce nonce;
-  std::array<std::uint8_t, std::tuple_size_v<decltype(contentKey.bytes)> + tagBytes> wrapped;
-  if (!decode(entry.epk, ephemeral) || !decode(entry.iv, nonce) || !decode(entry.ct, wrapped)) {
-    return false;
-  }
   SecretKey wrapKey;
-  if (!deriveWrapKey(crypto_, key_, ephemeral, ephemeral, public_, wrapKey)) return false;
-  const auto opened = openInPlace(crypto_, wrapKey, nonce, wrapPurpose, photoId, wrapped);
+  auto wrapped = entry.wrappedKey;
+  if (!deriveWrapKey(crypto_, key_, entry.epk, entry.epk, public_, wrapKey)) return false;
+  const auto opened = openInPlace(crypto_, wrapKey, entry.nonce, wrapPurpose, photoId, wrapped);
   if (opened) std::ranges::copy(*opened, contentKey.bytes.begin());
   wipe(wrapped.data(), wrapped.size());
   return opened.has_value();

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <array>
 #include <optional>
 #include <span>
 #include <string>
@@ -21,14 +22,15 @@ enum class OpeningFailure {
 };
 
 /// What stands in front of a sealed photo for everybody to read. Nothing authenticates the event,
-/// nor who else is a recipient, so that is kept as it stands; it holds no quotes or backslashes.
+/// nor who else is a recipient.
 struct SealedHeader {
   struct Recipient {
     std::string kid;
-    std::string epk, iv, ct;  ///< base64url
+    P256Public epk{};
+    GcmNonce nonce{};
+    std::array<std::uint8_t, 48> wrappedKey{};  ///< the tag last
   };
-  Uuid photoId;
-  std::string eventId;
+  Uuid photoId, eventId;
   GcmNonce photoNonce{}, metaNonce{};
   Bytes meta;  ///< encrypted, its tag last
   std::vector<Recipient> recipients;

@@ -4,6 +4,7 @@
 
 #include "base/base64.h"
 #include "base/json_fields.h"
+#include "base/utf8.h"
 
 namespace brindle {
 namespace {
@@ -17,17 +18,29 @@ bool readBytes(const Json& json, Bytes& out) {
   return bytes.has_value();
 }
 
-bool readNonce(const Json& json, GcmNonce& out) {
+template <std::size_t N>
+bool readExactly(const Json& json, std::array<std::uint8_t, N>& out) {
   Bytes bytes;
-  if (!readBytes(json, bytes) || bytes.size() != out.size()) return false;
+  if (!readBytes(json, bytes) || bytes.size() != N) return false;
   std::ranges::copy(bytes, out.begin());
+  return true;
+}
+
+/// Cut from a digest: 12 bytes.
+bool readKeyIdentifier(const Json& json, std::string& out) {
+  std::array<std::uint8_t, 12> bytes;
+  if (!readExactly(json, bytes)) return false;
+  out = base64url(bytes);
   return true;
 }
 
 bool readRecipient(const Json& json, SealedHeader::Recipient& out) {
   JsonFields in(json);
-  in.required("kid", out.kid).required("epk", out.epk).required("iv", out.iv);
-  return in.required("ct", out.ct).readable();
+  return in.required("kid", out.kid, readKeyIdentifier)
+      .required("epk", out.epk, readExactly<65>)
+      .required("iv", out.nonce, readExactly<12>)
+      .required("ct", out.wrappedKey, readExactly<48>)
+      .readable();
 }
 
 bool readRecipients(const Json& json, std::vector<SealedHeader::Recipient>& out) {
@@ -37,11 +50,13 @@ bool readRecipients(const Json& json, std::vector<SealedHeader::Recipient>& out)
 
 bool readMeta(const Json& json, SealedHeader& out) {
   JsonFields in(json);
-  return in.required("iv", out.metaNonce, readNonce).required("ct", out.meta, readBytes).readable();
+  return in.required("iv", out.metaNonce, readExactly<12>)
+      .required("ct", out.meta, readBytes)
+      .readable();
 }
 
-/// What a sealing writes for this header. Values stand as they are, so a text that needed an escape
-/// gives something else than was read.
+/// What a sealing writes for this header: bits that no byte has, escapes and repeated members give
+/// something else than was read.
 std::string headerText(const SealedHeader& header) {
   std::string out = R"({"v":1)";
   const auto member = [&out](std::string_view before, std::string_view key,
@@ -52,16 +67,16 @@ std::string headerText(const SealedHeader& header) {
     out += '"';
   };
   member(",\"", "photoId", header.photoId.lower());
-  member(",\"", "eventId", header.eventId);
+  member(",\"", "eventId", header.eventId.lower());
   member(",\"", "iv", base64url(header.photoNonce));
   member(",\"meta\":{\"", "iv", base64url(header.metaNonce));
   member(",\"", "ct", base64url(header.meta));
   out += R"(},"recipients":[)";
   for (const auto& each : header.recipients) {
     member(&each == &header.recipients.front() ? "{\"" : ",{\"", "kid", each.kid);
-    member(",\"", "epk", each.epk);
-    member(",\"", "iv", each.iv);
-    member(",\"", "ct", each.ct);
+    member(",\"", "epk", base64url(each.epk));
+    member(",\"", "iv", base64url(each.nonce));
+    member(",\"", "ct", base64url(each.wrappedKey));
     out += '}';
   }
   return out += "]}";
@@ -79,7 +94,7 @@ Result<SealedHeader, OpeningFailure> readSealedHeaderText(std::string_view text)
   if (version != formatVersion) return Failure(OpeningFailure::otherVersion);
   in.required("photoId", header.photoId)
       .required("eventId", header.eventId)
-      .required("iv", header.photoNonce, readNonce)
+      .required("iv", header.photoNonce, readExactly<12>)
       .required("meta", header, readMeta)
       .required("recipients", header.recipients, readRecipients);
   if (!in.readable() || headerText(header) != text) return Failure(OpeningFailure::notSealed);
@@ -87,7 +102,8 @@ Result<SealedHeader, OpeningFailure> readSealedHeaderText(std::string_view text)
 }
 
 std::optional<VaultMeta> readVaultMeta(std::string_view text) {
-  const auto json = parseJson(text);
+  // A name in broken UTF-8 does not take the other facts with it.
+  const auto json = parseJson(repairedUtf8(text));
   if (!json) return std::nullopt;
   VaultMeta meta;
   JsonFields in(*json);
