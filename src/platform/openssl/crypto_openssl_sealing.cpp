@@ -112,6 +112,9 @@ bool OpensslCrypto::hkdfSha256(const SecretKey& secret, ByteView salt, std::stri
   static const Kdf kdf(EVP_KDF_fetch(nullptr, OSSL_KDF_NAME_HKDF, nullptr));
   const KdfContext context(kdf ? EVP_KDF_CTX_new(kdf.get()) : nullptr);
   if (!context) return false;
+  // The library refuses an empty salt, which stands for zeros (RFC 5869, 2.2).
+  const Sha256 zeros{};
+  if (salt.empty()) salt = zeros;
   // The library's parameters are not const, it does not write to them.
   const auto octets = [](const char* name, const void* data, std::size_t size) {
     return OSSL_PARAM_construct_octet_string(name, const_cast<void*>(data), size);
