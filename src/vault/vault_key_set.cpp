@@ -40,7 +40,9 @@ std::vector<Bytes> VaultKeySet::recipients() const {
 // ---- when it is fetched
 
 void VaultKeySet::start() {
-  sessionChanges_ = parts_.account.onSessionChange([this] { sessionChanged(); });
+  sessionChanges_ = parts_.account.onSessionChange([this] {
+    if (parts_.account.session()) refresh();
+  });
   refreshDaily();
 }
 
@@ -54,13 +56,9 @@ void VaultKeySet::refreshDaily() {
       again);
 }
 
-void VaultKeySet::sessionChanged() {
-  if (keysTask_ && !sameAddress(askedFor_, parts_.account.accountEmail())) return ask();
-  if (parts_.account.session()) refresh();
-}
-
 bool VaultKeySet::isDue() const {
   const Keys* known = keys();
+  // A vault that was just set up gets its first item.
   if (!known || setupStarted()) return true;
   const auto age = parts_.scheduler.wallTime() - known->fetchedAt;
   return age > freshFor || age < Duration::zero();

@@ -70,7 +70,6 @@ class VaultKeySet {
  private:
   void load();
   void refreshDaily();
-  void sessionChanged();
   void ask();
   void answered(const ServiceAnswer& answer);
   std::string taken(const ServiceAnswer& answer);
