@@ -23,7 +23,11 @@ Account::Account(Services services, ServiceSettings settings)
       email_({services_.preferences, services_.random, services_.log}, client_),
       deletion_(
           {services_.http, keeper_, services_.preferences, services_.scheduler, services_.log},
-          settings_.serviceURL, [this](bool begun) { changed(begun); }) {}
+          settings_.serviceURL,
+          {[this](bool begun) { changed(begun); },
+           [this](const std::string& email) {
+             services_.scheduler.post(lifetime_.guard([this, email] { deleted_.tell(email); }));
+           }}) {}
 
 void Account::start() {
   linkSubscription_ = services_.links.onLink([this](const std::string& link) { linkOpened(link); });
@@ -32,6 +36,7 @@ void Account::start() {
     deletion_.resume();
     changed(true);
   });
+  deletion_.start();
   keeper_.load();
   terms_.start();
 }

@@ -64,6 +64,12 @@ class Account final : public SessionSource {
     return statusChanged_.add(std::move(changed));
   }
 
+  /// The service has deleted the account of this address: whatever waits for it has to go. From the
+  /// main loop, and once more after the next start, when it may have gone already.
+  [[nodiscard]] Subscription onDeleted(std::function<void(const std::string& email)> deleted) {
+    return deleted_.add(std::move(deleted));
+  }
+
   // One sign-in at a time: a new one gives up the one before, unless that is already being stored.
   // Each needs the agreement to the terms; none changes the session before it has worked.
   void signInWithApple(Done done) { begin(Way::apple, {}, std::move(done)); }
@@ -117,6 +123,7 @@ class Account final : public SessionSource {
   std::string linkProblem_;  ///< what came of a link that was followed
   Subscription request_, linkSubscription_, keeperSubscription_, termsSubscription_;
   Listeners<> sessionChanged_, statusChanged_;
+  Listeners<const std::string&> deleted_;
   Lifetime attempt_;
   Lifetime lifetime_;
 };

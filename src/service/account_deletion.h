@@ -22,9 +22,17 @@ class AccountDeletion {
     Scheduler& scheduler;
     Log log;
   };
-  /// `changed` inline, when the state did; `begun` says that the session is no longer to be used.
-  AccountDeletion(Services services, const std::string& serviceURL,
-                  std::function<void(bool begun)> changed);
+  struct Told {
+    /// Inline, when the state did; `begun` says that the session is no longer to be used.
+    std::function<void(bool begun)> changed;
+    /// Inline, when the service has deleted the account of this address, and once more at the next
+    /// start: what this told to go may have been kept by the end of this run.
+    std::function<void(const std::string& email)> deleted;
+  };
+  AccountDeletion(Services services, const std::string& serviceURL, Told told);
+
+  /// Before the session is read.
+  void start();
 
   bool underWay() const { return underWay_; }
   /// The service no longer knows the session: it goes on once the owner has signed in again.
@@ -46,7 +54,7 @@ class AccountDeletion {
 
   Services services_;
   ServiceClient client_;
-  std::function<void(bool begun)> changed_;
+  Told told_;
   bool underWay_;
   bool done_ = false;  ///< the service's part is, ours could not be stored yet
   bool needsSignIn_ = false;

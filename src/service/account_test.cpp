@@ -255,6 +255,11 @@ TEST_F(AccountTest, ADeletionGoesOnUntilTheServiceConfirmsIt) {
   EXPECT_TRUE(lines.has("account: deleted"));
   EXPECT_EQ(account->status(), signedOut);
   EXPECT_EQ(kept(), "");
+  EXPECT_EQ(deleted, std::vector<std::string>{service.email});
+  launch();
+  EXPECT_EQ(deleted.size(), 2U) << "this run may have ended before all was gone";
+  launch();
+  EXPECT_EQ(deleted.size(), 2U);
   EXPECT_TRUE(preferences.keys("account.").empty());
 }
 
@@ -281,6 +286,10 @@ TEST_F(AccountTest, ADeletionThatTheServiceNoLongerKnowsWaitsForANewSignIn) {
   time.advance(minutes(10));
   EXPECT_EQ(state(), "");
   EXPECT_EQ(tries(), 2U) << "not asked for twice";
+  ASSERT_TRUE(account->gate().agree());
+  ASSERT_EQ(google(), "");
+  launch();
+  EXPECT_EQ(deleted.size(), 1U) << "a new account of the same person loses nothing";
 }
 
 }  // namespace

@@ -120,6 +120,19 @@ void AlertSender::withdraw(const Uuid& event) {
   outbox_.remove(event);
 }
 
+void AlertSender::forgetAccount(const std::string& email) {
+  if (!outbox_.load()) return;  // the next start brings this once more
+  composing_.clear();           // nobody else has been signed in meanwhile
+  std::vector<AlertBody> its;
+  for (const auto& [id, body] : outbox_.all()) {
+    if (sameAddress(body.email, email)) its.push_back(body);
+  }
+  for (const AlertBody& body : its) {
+    parts_.transfer.cancel(label(body));
+    ended(body, Result::rejected);
+  }
+}
+
 bool AlertSender::setWantsAlerts(bool wanted) {
   return parts_.defaults.change({{std::string(onKey), wanted}, {std::string(touchedKey), true}});
 }

@@ -63,6 +63,9 @@ class AlertSender final : public AlertReporting {
   /// Something changed for the better (the machine woke, the network is back): no more waiting.
   void hurry();
 
+  /// This account is no more: its reports count as rejected, and their bodies go.
+  void forgetAccount(const std::string& email);
+
   /// The owner wants alerts; on until somebody says otherwise.
   bool wantsAlerts() const { return parts_.defaults.boolean(onKey).value_or(true); }
   [[nodiscard]] bool setWantsAlerts(bool wanted);

@@ -113,6 +113,15 @@ TEST_F(AlertSenderTest, WithoutAnAnswerItIsSentAgainAndSoonerWhenSomethingGotBet
   sender->hurry();
   scheduler.run();
   EXPECT_EQ(ended.at(event.id), AlertState::sent);
+
+  service.always("api/alert", {.held = true});
+  handOver(event);
+  account.signIn("adam");
+  handOver(CameraOffAlert{Uuid{{3}}, {}, AlertState::none});
+  sender->forgetAccount("Eva");
+  scheduler.run();
+  EXPECT_EQ(ended.at(event.id), AlertState::rejected) << "nobody sends it for somebody else";
+  EXPECT_TRUE(sender->holds(Uuid{{3}}) && bodies() == 1 && transfer.underWay() == 1);
 }
 
 TEST_F(AlertSenderTest, AReportIsReplacedOrWithdrawnWhileThatIsPossible) {

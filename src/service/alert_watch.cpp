@@ -246,6 +246,12 @@ void AlertWatch::drop(const Uuid& id) {
   sleepHolds_.answered(id);
 }
 
+void AlertWatch::forgetAccount(const std::string& email) {
+  events_.forgetAccount(email);
+  for (const Uuid& id : outbox_.removeAllOf(email)) drop(id);
+  keepBeating();
+}
+
 /// What was overtaken while on its way is over when it is not on its way any more.
 void AlertWatch::removeAbandoned() {
   std::vector<Uuid> over;

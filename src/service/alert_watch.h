@@ -77,6 +77,8 @@ class AlertWatch final : public AlertWatching {
 
   /// The network is back, or something else makes a try worth while.
   void sendOwed();
+  /// This account is no more: nothing is owed for it, not even a "cancel" to come.
+  void forgetAccount(const std::string& email);
   /// The owner flips the backstop.
   void setBackstop(bool on) { switchBackstop(on, "the owner"); }
   AlertWatchStatus status() const;

@@ -2,6 +2,8 @@
 
 #include <algorithm>
 
+#include "service/session.h"
+
 namespace brindle {
 namespace {
 
@@ -27,6 +29,11 @@ const Watched* AlertWatchEvents::find(const Uuid& event) const {
 
 void AlertWatchEvents::forget(const Uuid& event) {
   std::erase_if(events_, [&event](const auto& each) { return each.first == event; });
+  store();
+}
+
+void AlertWatchEvents::forgetAccount(const std::string& email) {
+  std::erase_if(events_, [&](const auto& each) { return sameAddress(each.second.account, email); });
   store();
 }
 

@@ -26,6 +26,7 @@ class AlertWatchEvents {
     store();
   }
   void forget(const Uuid& event);
+  void forgetAccount(const std::string& email);
 
  private:
   void store();

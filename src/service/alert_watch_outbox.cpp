@@ -1,6 +1,7 @@
 #include "service/alert_watch_outbox.h"
 
 #include "service/alert_watch_json.h"
+#include "service/session.h"
 
 namespace brindle {
 namespace {
@@ -55,6 +56,16 @@ void AlertWatchOutbox::remove(const Uuid& id) {
   ops_.erase(found->second);
   byId_.erase(found);
   dirty_ = true;
+}
+
+std::vector<Uuid> AlertWatchOutbox::removeAllOf(std::string_view account) {
+  std::vector<Uuid> its;
+  for (const Entry& each : ops_) {
+    if (sameAddress(each.op.account, account)) its.push_back(each.op.id);
+  }
+  for (const Uuid& id : its) remove(id);
+  saveSoon();
+  return its;
 }
 
 void AlertWatchOutbox::mark(std::string_view name, std::optional<PreferenceValue> newValue) {

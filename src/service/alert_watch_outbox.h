@@ -48,6 +48,8 @@ class AlertWatchOutbox {
   void changed(Entry& entry);
   /// Its file goes once the disk knows that the operation is gone.
   void remove(const Uuid& id);
+  /// All of an account, and stored soon; which they were.
+  std::vector<Uuid> removeAllOf(std::string_view account);
   /// A mark that is stored with the next save and reads as set at once.
   void mark(std::string_view key, std::optional<PreferenceValue> value);
   bool flag(std::string_view key, bool whenAbsent = false) const;

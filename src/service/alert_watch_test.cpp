@@ -217,6 +217,17 @@ TEST_F(AlertWatchTest, SignedOutNothingGoesAndACancelLeavesOnlyThePending) {
   account.signIn("owner@example.org");
   scheduler.run();
   EXPECT_THAT(routes(), ElementsAre("pending", "cancel"));
+
+  service.always("api/watch/", {.held = true});
+  const Uuid late = unlock();
+  takePhoto(late);
+  account.signIn("another@example.org");
+  unlock();
+  watch->forgetAccount("Owner@example.org");
+  watch->cancel(late);
+  scheduler.run();
+  EXPECT_THAT(watch->status().queued, SizeIs(1)) << "the other account's";
+  EXPECT_THAT(outboxFiles(), SizeIs(1));
 }
 
 TEST_F(AlertWatchTest, ARelaunchTakesUpWhatIsOwedAndWhatTheSystemCarriedMeanwhile) {

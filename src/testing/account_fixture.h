@@ -3,6 +3,7 @@
 #include <functional>
 #include <memory>
 #include <string>
+#include <vector>
 
 #include "platform/memory/apple_sign_in_memory.h"
 #include "platform/memory/files_memory.h"
@@ -38,6 +39,7 @@ class AccountFixture : public OwnerFixture {
         Account::Services{http, items, worker, preferences, time, crypto, random, web, apple, links,
                           Log(lines), [this] { return guardOn; }},
         settings);
+    deletions = account->onDeleted([this](const std::string& mail) { deleted.push_back(mail); });
     account->start();
     time.run();
   }
@@ -101,6 +103,8 @@ class AccountFixture : public OwnerFixture {
                            false,
                            ""};
   std::unique_ptr<Account> account;
+  std::vector<std::string> deleted;  ///< whose accounts are no more
+  Subscription deletions;
 };
 
 }  // namespace brindle
