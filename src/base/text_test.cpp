@@ -92,7 +92,7 @@ TEST(Base64Test, VectorsOfTheStandardAndWhatIsNotBase64) {
     EXPECT_FALSE(fromBase64(bad)) << bad;
   }
   for (const std::string_view good : {"", "Zg", "Zh", "Zm8", "Zm9v", "-_8", "-_-"}) {
-    EXPECT_EQ(fromBase64url(good)->size(), good.size() * 3 / 4) << "trailing bits do not matter";
+    EXPECT_EQ(fromBase64url(good).value_or(Bytes(9)).size(), good.size() * 3 / 4) << good;
   }
   for (const std::string_view bad :
        {"Z", "Zm9vY", "Zg==", "Zg=", "+/8", "Zm 9", "Zm9\n", "Zm\xc3\xbc"}) {

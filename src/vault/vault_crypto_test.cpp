@@ -4,6 +4,7 @@
 
 #include <clocale>
 #include <limits>
+#include <set>
 
 #include "platform/memory/crypto_memory.h"
 #include "platform/memory/random_memory.h"
@@ -49,12 +50,13 @@ struct VaultCryptoTest : testing::Test {
     return {point.begin(), point.end()};
   }
   auto seal(const std::vector<Bytes>& recipients, const VaultCrypto::Fixed& fixed = {}) {
-    return vault.seal(viewOf("the photo"), meta, *Uuid::parse(photoId), *Uuid::parse(eventId),
-                      recipients, fixed);
+    return vault.seal(viewOf("the photo"), meta, photoId, eventId, recipients, fixed);
   }
 
-  const std::string photoId = "0123ABCD-4567-89EF-0123-456789ABCDEF";
-  const std::string eventId = "FEDCBA98-7654-3210-FEDC-BA9876543210";
+  const Uuid photoId{
+      {1, 0x23, 0xab, 0xcd, 0x45, 0x67, 0x89, 0xef, 1, 0x23, 0x45, 0x67, 0x89, 0xab, 0xcd, 0xef}};
+  const Uuid eventId{{0xfe, 0xdc, 0xba, 0x98, 0x76, 0x54, 0x32, 0x10, 0xfe, 0xdc, 0xba, 0x98, 0x76,
+                      0x54, 0x32, 0x10}};
   MemoryCrypto crypto;
   ScriptedRandom random;
   VaultCrypto vault{crypto, random};
@@ -78,31 +80,19 @@ struct VaultCryptoTest : testing::Test {
                                     {filled<12>(0xb1), filled<12>(0xb2)}};
 };
 
-// Computed with another library, in another language.
+// The digest of what another library made of the same, in another language.
 TEST_F(VaultCryptoTest, TheSameInputsGiveTheseBytes) {
-  const std::string header =
-      R"({"v":1,"photoId":"0123abcd-4567-89ef-0123-456789abcdef","eventId":"fedcba98-7654-3210-)"
-      R"(fedc-ba9876543210","iv":"oaGhoaGhoaGhoaGh","meta":{"iv":"oqKioqKioqKioqKi","ct":"_v5fFE)"
-      R"(j_wUHbz28ZxafeTJrpHGfiJb3_z2viOEA-DFvfBAL7I0qDm7rdUoUArsyp9XKNT6IMY_7Z4g7y_rH3gtNOQEP9F)"
-      R"(aMEAl5na5pDENbKyugL6dDlBe4y4B9pbvBKQ1OGofrD9VzSYIhfGLL2Y0X7dJbtM0XZIn3sarVS2Cik1Xy6IQ"},)"
-      R"("recipients":[{"kid":"pAETEPfBcVvBjtH6","epk":"BP-8Yp2zVf9vj7Tl3GtQ_lgTm1_8CDAAgn4rN7Av)"
-      R"(kH1lGZaQW6VK9qCxyC9K7s2SfZgWx62EBkA_LOZQ4GErpTs","iv":"sbGxsbGxsbGxsbGx","ct":"41ebgK43)"
-      R"(2Y4jHPZHQ_TJ_hcuSghMg_JwKvdDP3lXXUvO_0QXRyaC9ibfj9WPIgdm"},{"kid":"AWBTFkWYHlBEXDfz","e)"
-      R"(pk":"BDdY28Vw16Q8tLSgEQ5S7dX0Qp14xp4UmH9PpkCrZqSQZ__tbhwYkgfi2Il88oxXl8cgRpvTfEJWg5TkbA)"
-      R"(8Ijt8","iv":"srKysrKysrKysrKy","ct":"3mjpatV6S7kY4x5USBLvBqREEWhJbmN2Ki2MASONbDNR7scy8N)"
-      R"(lXhQAENpcSSHQZ"}]})";
   const auto sealed = seal({two[0], two[0], two[1], two[0]}, allFixed);
   ASSERT_TRUE(sealed);
-  EXPECT_EQ(sealed->headerJSON, header);
+  EXPECT_TRUE(sealed->headerJSON.starts_with(
+      R"({"v":1,"photoId":"0123abcd-4567-89ef-0123-456789abcdef","eventId":"fedcba98-7654-3210-)"
+      R"(fedc-ba9876543210","iv":"oaGhoaGhoaGhoaGh","meta":{"iv":"oqKioqKioqKioqKi","ct":"_v5fFEj)"));
   EXPECT_EQ(sealed->keyIDs, (std::vector<std::string>{"pAETEPfBcVvBjtH6", "AWBTFkWYHlBEXDfz"}));
-  RawBytes blob{0, 0, 801 >> 8, 801 & 255};
-  blob.insert(blob.end(), header.begin(), header.end());
-  for (const int byte :
-       {0x96, 0xeb, 0x3a, 0x73, 0xc6, 0x21, 0x49, 0x30, 0x9e, 0xf6, 0x27, 0xb5, 0x03,
-        0xa3, 0x2a, 0x38, 0x5e, 0xc1, 0x7e, 0x49, 0x69, 0xf6, 0x69, 0x81, 0x51}) {
-    blob.push_back(static_cast<std::uint8_t>(byte));
-  }
-  EXPECT_EQ(sealed->blob, blob);
+  EXPECT_EQ(textOf(sealed->blob).substr(4, 801), sealed->headerJSON);
+  const std::array<ByteView, 1> blob{sealed->blob};
+  Sha256 digest;
+  ASSERT_TRUE(crypto.sha256(blob, digest));
+  EXPECT_EQ(base64url(digest), "XeEsWS9YKgjFsohLfgSzlOM5_2ATc1LvOjpFcxgI8_0");
   EXPECT_EQ(random.draws, 0);
   EXPECT_EQ(vault.organisationIdentifier(*vault.parsePublicKey(two[0])), "Pys45EhPYTKh3268PPRM0_");
 }
@@ -112,17 +102,15 @@ TEST_F(VaultCryptoTest, WhatIsNotGivenIsFreshForEachRecipientAndSealing) {
   some.contentKey.reset();
   some.ephemeral.pop_back();
   const std::string golden = seal(two, allFixed)->headerJSON;
-  const auto one = seal(two, some), other = seal(two, some);
-  const std::size_t second = golden.rfind("\"epk\""), wrapped = golden.rfind("\"ct\"");
-  const auto part = [&](const auto& sealed, std::size_t from) {
-    return sealed->headerJSON.substr(from, 60);
-  };
-  const std::size_t first = golden.find("\"epk\"");
-  EXPECT_EQ(part(one, first), golden.substr(first, 60));
-  EXPECT_NE(part(one, second), golden.substr(second, 60));
-  EXPECT_NE(part(one, second), part(other, second));
-  EXPECT_NE(part(one, wrapped), part(other, wrapped));
-  EXPECT_NE(one->blob, other->blob);
+  const std::string one = seal(two, some)->headerJSON, other = seal(two, some)->headerJSON;
+  const std::size_t kept = golden.find("\"epk\"");
+  EXPECT_EQ(one.substr(kept, 90), golden.substr(kept, 90));
+  for (const char* name : {"\"epk\"", "\"ct\""}) {
+    const std::size_t at = golden.rfind(name);
+    const std::set<std::string> all{golden.substr(at, 60), one.substr(at, 60),
+                                    other.substr(at, 60)};
+    EXPECT_EQ(all.size(), 3u) << name;
+  }
 }
 
 TEST_F(VaultCryptoTest, OneBadKeyAmongGoodOnesAndNoKeyAtAllSealNothing) {
@@ -166,13 +154,12 @@ TEST_F(VaultCryptoTest, NothingIsSealedWhenADrawOrACallFails) {
 }
 
 TEST_F(VaultCryptoTest, ANumberThatIsNoPrivateKeyIsDrawnAgainAndAGivenOneRefused) {
-  auto order = filled<32>(0xff);
-  const auto text = fromBase64url("_____wAAAAD__________7zm-q2nF56E87nKwvxjJVE");
-  std::ranges::copy(*text, order.begin());
-  auto largest = order;
-  --largest[31];
-  auto beyond = order;
-  ++beyond[31];
+  constexpr std::array<std::uint8_t, 32> order{0xff, 0xff, 0xff, 0xff, 0,    0,    0,    0,
+                                               0xff, 0xff, 0xff, 0xff, 0xff, 0xff, 0xff, 0xff,
+                                               0xbc, 0xe6, 0xfa, 0xad, 0xa7, 0x17, 0x9e, 0x84,
+                                               0xf3, 0xb9, 0xca, 0xc2, 0xfc, 0x63, 0x25, 0x51};
+  auto largest = order, beyond = order;
+  --largest[31], ++beyond[31];
   VaultCrypto::Fixed some = allFixed;
   some.ephemeral = {largest};
   const std::string expected = seal({two[0]}, some)->headerJSON;
@@ -196,42 +183,38 @@ TEST_F(VaultCryptoTest, TheMetadataIsWrittenLikeThis) {
   const std::string old =
       R"({"takenAt":"1969-12-31T23:59:59Z","index":-3,"kind":"\"\\/","wrongPINs":0,"device":"",)"
       R"("timeZone":"")";
-  struct Case {
-    std::function<void(VaultMeta&)> change;
-    std::string json;
+  using Change = std::function<void(VaultMeta&)>;
+  const Change late = [](auto& m) { m.takenAt += std::chrono::microseconds(999'999); };
+  const Change before1970 = [](auto& m) {
+    m = VaultMeta();
+    m.takenAt -= std::chrono::microseconds(1), m.index = -3, m.kind = "\"\\/";
   };
+  const Change empty = [](auto& m) { m.deviceName = m.mime = m.place = m.target = ""; };
+  const auto at = [](std::optional<double> lat, std::optional<double> lon) -> Change {
+    return [=](auto& m) { m.lat = lat, m.lon = lon; };
+  };
+  const Change all = [](auto& m) {
+    m.lat = 1, m.lon = 2, m.deviceName = "a\b\f\n\r\tb", m.mime = "video/mp4";
+    m.place = "\x01\x1f\x7f Zürich", m.target = "\xff.txt";
+  };
+  const std::string allText =
+      R"(,"deviceName":"a\b\f\n\r\tb","mime":"video/mp4","lat":1.00000,"lon":2.00000,)"
+      "\"place\":\"\\u0001\\u001f\x7f Zürich\",\"target\":\"\uFFFD.txt\"";
   std::setlocale(LC_ALL, "de_DE.UTF-8");  // a comma, where it is installed
-  for (
-      const auto& [change, json] : std::initializer_list<Case>{
-          {[](VaultMeta& m) { m.takenAt += std::chrono::microseconds(999'999); }, begin + "}"},
-          {[](VaultMeta& m) {
-             m = VaultMeta();
-             m.takenAt -= std::chrono::microseconds(1);
-             m.index = -3;
-             m.kind = "\"\\/";
-           },
-           old + "}"},
-          {[](VaultMeta& m) { m.deviceName = m.mime = m.place = m.target = ""; }, begin + "}"},
-          {[](VaultMeta& m) { m.lat = 1; }, begin + "}"},
-          {[&](VaultMeta& m) { m.lat = 1, m.lon = none; }, begin + "}"},
-          {[&](VaultMeta& m) { m.lat = infinite, m.lon = 1; }, begin + "}"},
-          {[](VaultMeta& m) { m.lat = -0.000001, m.lon = 13.0000251; },
-           begin + R"(,"lat":-0.00000,"lon":13.00003})"},
-          {[](VaultMeta& m) { m.lat = 0.5 / 65536, m.lon = 1e20; },
-           begin + R"(,"lat":0.00001,"lon":100000000000000000000.00000})"},
-          {[](VaultMeta& m) {
-             m.lat = 1, m.lon = 2, m.deviceName = "a\b\f\n\r\tb", m.mime = "video/mp4",
-             m.place = "\x01\x1f\x7f Zürich", m.target = "\xff.txt";
-           },
-           begin +
-               R"(,"deviceName":"a\b\f\n\r\tb","mime":"video/mp4","lat":1.00000,"lon":2.00000,"place":"\u0001\u001f)"
-               "\x7f Zürich"
-               R"(","target":")"
-               "\uFFFD"
-               R"(.txt"})"}}) {
+  for (const auto& [change, json] : std::vector<std::pair<Change, std::string>>{
+           {late, begin},
+           {before1970, old},
+           {empty, begin},
+           {at(1, {}), begin},
+           {at({}, 1), begin},
+           {at(1, none), begin},
+           {at(infinite, 1), begin},
+           {at(-0.000001, 13.0000251), begin + R"(,"lat":-0.00000,"lon":13.00003)"},
+           {at(0.5 / 65536, 1e20), begin + R"(,"lat":0.00001,"lon":100000000000000000000.00000)"},
+           {all, begin + allText}}) {
     VaultMeta changed = meta;
     change(changed);
-    EXPECT_EQ(metaJson(changed), json);
+    EXPECT_EQ(metaJson(changed), json + "}");
   }
   std::setlocale(LC_ALL, "C");
 }
