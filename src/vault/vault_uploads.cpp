@@ -232,7 +232,7 @@ void VaultUploads::answered(const UploadLabel& label, const ServiceAnswer& answe
   if (item != undelivered_.end()) item->second.notAllowed = notAllowed;
 }
 
-void VaultUploads::end(const PhotoKey& key, const Uuid& photo, Ended how) {
+void VaultUploads::end(PhotoKey key, Uuid photo, Ended how) {
   undelivered_.erase(key);
   cancel(key);
   events_.ended(key.event, photo, how);

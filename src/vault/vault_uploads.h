@@ -98,7 +98,7 @@ class VaultUploads {
   void send(const PhotoKey& key, const std::string& blob);
   void taken(const TransferResult& result);
   void answered(const UploadLabel& label, const ServiceAnswer& answer);
-  void end(const PhotoKey& key, const Uuid& photo, Ended how);
+  void end(PhotoKey key, Uuid photo, Ended how);
   void failed(const PhotoKey& key);
   void cancel(const PhotoKey& key);
   void removeBlob(const std::string& name);
