@@ -9,6 +9,9 @@ const shownTypes = new Map([
   ["video/mp4", "mp4"],
 ]);
 
+/** Made with the page: the first one takes longer than opening a photo does. */
+const clockInUtc = clockIn("UTC");
+
 /** Addresses of opened photos, which are given back as soon as they are of no use. */
 const urls = new Set();
 
@@ -93,16 +96,17 @@ function factList({ photoId, eventId, meta, digest }, when) {
 
 /** On the clock of where it was taken. A time or zone that this browser cannot read stays as it is. */
 function momentText({ takenAt, timeZone }) {
-  const format = (zone) =>
-    new Intl.DateTimeFormat(texts.language, { dateStyle: "full", timeStyle: "long", timeZone: zone });
-  for (const zone of [timeZone, "UTC"]) {
-    try {
-      return format(zone).format(new Date(takenAt));
-    } catch {
-      continue;
-    }
+  const moment = new Date(takenAt);
+  if (Number.isNaN(moment.getTime())) return takenAt;
+  try {
+    return clockIn(timeZone).format(moment);
+  } catch {
+    return clockInUtc.format(moment);
   }
-  return takenAt;
+}
+
+function clockIn(timeZone) {
+  return new Intl.DateTimeFormat(texts.language, { dateStyle: "full", timeStyle: "long", timeZone });
 }
 
 function saveButton(blob, fileName, what, when) {

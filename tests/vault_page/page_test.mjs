@@ -27,9 +27,9 @@ before(async () => {
   page.on("pageerror", (error) => complaints.push(String(error)));
   page.on("filechooser", () => {});  // from here on they are caught: waiting for one does not make sure of it in time
   await page.addInitScript(() => {
-    globalThis.liveUrls = new Set();
+    [globalThis.liveUrls, globalThis.madeTypes] = [new Set(), []];
     const [make, giveBack] = [URL.createObjectURL, URL.revokeObjectURL];
-    URL.createObjectURL = (blob) => [make.call(URL, blob)].map((url) => (liveUrls.add(url), url))[0];
+    URL.createObjectURL = (blob) => [make.call(URL, blob)].map((url) => (madeTypes.push(blob.type), liveUrls.add(url), url))[0];
     URL.revokeObjectURL = (url) => (liveUrls.delete(url), giveBack.call(URL, url));
   });
   await page.goto(server.address);
@@ -74,6 +74,7 @@ test("a key file and sealed items are opened by keyboard, and everything is give
   const pictures = page.getByRole("img", { name: /^Photo: / });
   await page.waitForFunction(() => liveUrls.size === 0);
   assert.deepEqual(await pictures.evaluateAll((all) => all.map((each) => each.naturalWidth)), [640, 640]);
+  assert.deepEqual(await page.evaluate(() => madeTypes), ["image/jpeg", "image/jpeg"]);
   mkdirSync(screenshots, { recursive: true });
   await page.screenshot({ path: join(screenshots, "vault_page.png"), fullPage: true });
 
