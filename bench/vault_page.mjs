@@ -5,32 +5,25 @@
 // BUILD is a build folder of the preset "bench", whose brindle_seal_file seals the photo. "opened" is the module alone, from
 // the item's bytes to the photo's; "shown" is the page, from the chosen file to the loaded picture, its digest and facts included.
 
-import { execFileSync } from "node:child_process";
-import { generateKeyPairSync } from "node:crypto";
-import { copyFileSync, mkdtempSync, readFileSync, rmSync, writeFileSync } from "node:fs";
+import { mkdtempSync, readFileSync, rmSync, writeFileSync } from "node:fs";
 import { tmpdir } from "node:os";
 import { join } from "node:path";
 
 import { serve, startChromium } from "../tools/page_browser.mjs";
+import { newKey, seal } from "../tools/sealing.mjs";
 
 const [build, times = "50"] = process.argv.slice(2);
 const folder = mkdtempSync(join(tmpdir(), "brindle-page-bench-"));
-const inside = (name) => join(folder, name);
-const { privateKey, publicKey } = generateKeyPairSync("ec", { namedCurve: "prime256v1" });
-const { x, y } = publicKey.export({ format: "jwk" });
-const point = Buffer.concat([Buffer.of(4), Buffer.from(x, "base64url"), Buffer.from(y, "base64url")]);
-const pem = privateKey.export({ type: "pkcs8", format: "pem" });
+const key = newKey();
+const keyFile = join(folder, "key.pem");
+writeFileSync(keyFile, key.pem);
 // A picture of 640 by 480 with noise behind its end, which readers of JPEG ignore.
 const frame = readFileSync(join(build, "sample_frames", "day-1.jpg"));
 const photo = Buffer.concat([frame, Buffer.alloc(2_000_000 - frame.length, "noise")]);
-writeFileSync(inside("photo"), photo);
-writeFileSync(inside("key.pem"), pem);
-const id = "photo-id=0a1b2c3d-4e5f-4071-8293-a4b5c6d7e8f9";
-const order = [`photo=${inside("photo")}`, `blob=${inside("blob")}`, id, id.replace("photo", "event")];
-const facts = ["kind=unlock", "takenAt=2026-11-14T20:56:32Z", "timeZone=UTC", `to=${point.toString("base64url")}`];
-execFileSync(join(build, "tools", "brindle_seal_file"), [...order, ...facts]);
-
-copyFileSync(inside("blob"), inside("copy"));
+const place = { program: join(build, "tools", "brindle_seal_file"), folder };
+const facts = { kind: "unlock", takenAt: "2026-11-14T20:56:32Z", timeZone: "UTC" };
+// The same file again is no choice.
+const items = [1, 2].map(() => seal(place, photo, [key], facts).file);
 
 function figure(what, values) {
   const first = values[0].toFixed(1);
@@ -51,7 +44,7 @@ async function opened(page) {
       took.push(performance.now() - begun);
     }
     return took;
-  }, { pem, rounds: Number(times) });
+  }, { pem: key.pem, rounds: Number(times) });
 }
 
 async function shown(page) {
@@ -62,7 +55,7 @@ async function shown(page) {
     document.addEventListener("load", () => took.push(performance.now() - begun), true);
   });
   for (let i = 1; i <= Number(times); ++i) {
-    await page.setInputFiles("#items", inside(i % 2 ? "blob" : "copy"));  // the same file again is no choice
+    await page.setInputFiles("#items", items[i % 2]);
     await page.waitForFunction((count) => took.length === count, i);
   }
   return page.evaluate(() => took);
@@ -73,7 +66,7 @@ const chromium = await startChromium("build/playwright-core");
 try {
   const page = await chromium.browser.newPage();
   await page.goto(server.address);
-  await page.setInputFiles("#key", inside("key.pem"));
+  await page.setInputFiles("#key", keyFile);
   await page.getByText("Key read").waitFor();
   figure("shown", await shown(page));
   figure("opened", await opened(page));

@@ -2,8 +2,9 @@
 //
 //   node fuzz/vault_page_fuzz.mjs SECONDS [SEED]
 import assert from "node:assert/strict";
-import { generateKeyPairSync, randomInt, webcrypto } from "node:crypto";
+import { randomInt, webcrypto } from "node:crypto";
 
+import { newKey } from "../tools/sealing.mjs";
 import { UnsealError, readItem, readKey, unseal } from "../vault_page/unseal.js";
 
 globalThis.crypto ??= webcrypto;
@@ -22,9 +23,8 @@ const base64url = (bytes) => Buffer.from(bytes).toString("base64url");
 const { subtle } = crypto;
 const gcm = (iv, what) => ({ name: "AES-GCM", iv, additionalData: Buffer.from(what) });
 
-const newPem = () => generateKeyPairSync("ec", { namedCurve: "prime256v1" }).privateKey.export({ type: "pkcs8", format: "pem" });
-const pem = newPem();
-const keys = await Promise.all([pem, newPem(), newPem()].map(readKey));
+const { pem } = newKey();
+const keys = await Promise.all([pem, newKey().pem].map(readKey));
 const photoId = "0a1b2c3d-4e5f-4071-8293-a4b5c6d7e8f9";
 const photo = Buffer.alloc(1200, "a photo ");
 const facts = { takenAt: "2026-11-14T20:56:32Z", index: 0, kind: "unlock", wrongPINs: 0, device: "x", timeZone: "UTC", lat: 1.5, lon: -2, place: "Ω" };

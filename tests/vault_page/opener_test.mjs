@@ -7,7 +7,7 @@ import { join } from "node:path";
 import test from "node:test";
 
 import { UnsealError, readItem, readKey, unseal } from "../../vault_page/unseal.js";
-import { facts, newKey, seal } from "./sealing.mjs";
+import { allFacts as facts, newKey, seal } from "../../tools/sealing.mjs";
 import { tryAll } from "./tampering.mjs";
 
 globalThis.crypto ??= webcrypto;

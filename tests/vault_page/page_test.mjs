@@ -7,7 +7,7 @@ import { join } from "node:path";
 import test, { after, before } from "node:test";
 
 import { serve, startChromium } from "../../tools/page_browser.mjs";
-import { facts, newKey, seal } from "./sealing.mjs";
+import { allFacts as facts, newKey, seal } from "../../tools/sealing.mjs";
 
 const [program, playwright, frames, screenshots] = process.argv.slice(2);
 const place = { program, folder: mkdtempSync(join(tmpdir(), "brindle-page-")) };
