@@ -33,12 +33,17 @@ AlertService::AlertService(const Services& services, KeychainItems& items, const
       push_({services.scheduler, client_, account_, services.preferences, services.network.machine,
              services.network.push, services.notifications, services.random, services.files,
              services.fileWork, deviceId(services.preferences, services.random),
-             joinPath(places.data, "notices.json")}) {
+             joinPath(places.data, "notices.json")}),
+      vault_(services, account_, client_, places.data) {
   push_.onTurnOn = std::move(guard.turnOnRemotely);
+  deletions_ = account_.onDeleted([this](const std::string& email) {
+    watch_.forgetAccount(email);
+    alerts_.forgetAccount(email);
+  });
 }
 
 GuardCollaborators AlertService::among(NullCollaborators& others) {
-  return {watch_,       alerts_,        others.uploads,   push_,
+  return {watch_,       alerts_,        vault_.web(),     push_,
           others.watch, others.alarm,   others.unlockLog, others.updateInstaller,
           others.clips, others.locator, others.features,  account_.gate()};
 }
@@ -49,6 +54,7 @@ void AlertService::start(const AlertWatch::Start& start) {
   account_.start();
   watch_.start(start);
   push_.start();
+  vault_.start();
   // The watch hears of waking by itself: it holds sleep back.
   wake_ = services_.screen.workspace().observe(SystemNotice::didWake, [this] { hurry(); });
   networkReturn_ = services_.network.path.onReturn([this] {
@@ -60,6 +66,7 @@ void AlertService::start(const AlertWatch::Start& start) {
 void AlertService::hurry() {
   alerts_.hurry();
   push_.hurry();
+  vault_.hurry();
 }
 
 }  // namespace brindle

@@ -4,6 +4,7 @@
 #include <string>
 
 #include "app/services.h"
+#include "app/vault_service.h"
 #include "core/null_collaborators.h"
 #include "owner/keychain_items.h"
 #include "service/account.h"
@@ -46,6 +47,7 @@ class AlertService {
   AlertWatch& watch() { return watch_; }
   AlertSender& alerts() { return alerts_; }
   PushSync& push() { return push_; }
+  VaultService& vault() { return vault_; }
 
  private:
   void hurry();
@@ -56,7 +58,8 @@ class AlertService {
   AlertWatch watch_;
   AlertSender alerts_;
   PushSync push_;
-  Subscription wake_, networkReturn_;
+  VaultService vault_;
+  Subscription wake_, networkReturn_, deletions_;
 };
 
 }  // namespace brindle

@@ -52,6 +52,7 @@ BrindleMacApp::~BrindleMacApp() {
   services_.secretWork.finish();
   services_.fileWork.finish();
   services_.imageWork.finish();
+  services_.vaultWork.finish();
 }
 
 void BrindleMacApp::start(std::function<void()> started, NightjarStore::Role role) {

@@ -76,6 +76,14 @@ constexpr std::array forms{
     Form{"other-devices", "on", "on"},
     Form{"other-devices", "off", "off"},
     Form{"open", "", "", true},
+    Form{"vault", "on", "on"},
+    Form{"vault", "off", "off"},
+    Form{"vault", "status", "status"},
+    Form{"vault", "", "status"},
+    Form{"vault", "keys", "keys"},
+    Form{"vault", "queue", "queue"},
+    Form{"vault", "setup", "setup"},
+    Form{"vault", "join", "join", true},
 };
 
 Read readForm(Request request, std::span<const std::string_view> rest) {
@@ -98,10 +106,22 @@ Read readForm(Request request, std::span<const std::string_view> rest) {
   return wrong(request.command + " does not take " + join(rest));
 }
 
+/// Options at the end: the answer for a program, and a yes without being asked.
+std::span<const std::string_view> takeVaultOptions(Request& request,
+                                                   std::span<const std::string_view> rest) {
+  if (rest.empty()) return rest;
+  const bool shows =
+      rest.size() == 1 || rest[0] == "status" || rest[0] == "keys" || rest[0] == "queue";
+  request.json = shows && rest.back() == "--json";
+  request.agreed = rest[0] == "join" && rest.size() > 2 && rest.back() == "--yes";
+  return request.json || request.agreed ? rest.first(rest.size() - 1) : rest;
+}
+
 Read readRequest(std::string_view name, std::span<const std::string_view> rest) {
   Request request{.command = std::string(name)};
   if (name == "setup") return readSetup(std::move(request), rest);
   if (name == "delete") return readDelete(std::move(request), rest);
+  if (name == "vault") rest = takeVaultOptions(request, rest);
   if (std::ranges::find(forms, name, &Form::command) != forms.end()) {
     return readForm(std::move(request), rest);
   }
@@ -135,9 +155,10 @@ Result<CommandLine, std::string> readCommandLine(std::span<const std::string_vie
       {"-h", Mode::help},
       {"--version", Mode::version},
   }};
-  static constexpr std::array<std::string_view, 16> requests{
-      "setup",   "on",    "off",    "status", "history",  "delete",        "doctor", "confirm",
-      "account", "terms", "outbox", "alerts", "backstop", "other-devices", "open",   "notices"};
+  static constexpr std::array<std::string_view, 17> requests{
+      "setup",   "on",      "off",   "status", "history", "delete",   "doctor",
+      "confirm", "account", "terms", "outbox", "alerts",  "backstop", "other-devices",
+      "open",    "notices", "vault"};
   const std::string_view name = arguments[0];
   const auto rest = arguments.subspan(1);
   const auto mode = std::ranges::find(modes, name, &std::pair<std::string_view, Mode>::first);
@@ -169,6 +190,9 @@ std::string_view usageText() {
   alerts on|off      whether an unconfirmed unlock is e-mailed
   backstop on|off    whether the service itself alerts when this machine falls silent
   other-devices on|off  whether the owner's devices tell each other
+  vault              sealed copies at the service: on, off, status, keys, queue [--json];
+                     setup: where the owner makes their key; join CODE [--yes]: an organisation
+                     that gets copies too
   open LINK          take up a link of a sign-in e-mail
   doctor [--json]    every service: which backend, whether it answers, why not
   rehearse           play the whole story on devices in memory, in a private folder

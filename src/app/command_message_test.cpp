@@ -48,7 +48,12 @@ TEST(CommandLineTest, TakesTheseAndNoOthers) {
   EXPECT_EQ(read({"account", "sign-in", "email", "a@b.example"})->request.value, "a@b.example");
   EXPECT_EQ(read({"account", "sign-out"})->request.target, "sign-out");
   EXPECT_EQ(read({"open", "brindle:x"})->request.value, "brindle:x");
+  EXPECT_TRUE(read({"vault", "keys", "--json"})->request.json);
+  const auto join = read({"vault", "join", "A1", "--yes"});
+  EXPECT_TRUE(join->request.value == "A1" && join->request.agreed);
+  EXPECT_FALSE(read({"vault", "join", "A1"})->request.agreed);
   const std::pair<Arguments, std::string> rows[] = {
+      {{"vault", "on", "--json"}, "vault does not take on --json"},
       {{"account", "sign-in"}, "account does not take sign-in"},
       {{"alerts"}, "alerts needs one of: on, off"},
       {{"fly"}, "no such command: fly"},

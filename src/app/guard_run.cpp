@@ -13,10 +13,10 @@ constexpr auto longestCommand = std::chrono::seconds(10);
 
 Services withFlash(const Services& all, const GuardRun::OverFlash& over) {
   if (!over) return all;
-  return {all.scheduler,  all.bootClock, all.files,  all.preferences,   all.keychain,
-          all.random,     all.crypto,    all.screen, all.notifications, all.loginItem,
-          all.quitSender, all.camera,    all.images, over(all.flash),   all.fileWork,
-          all.secretWork, all.imageWork, all.log,    all.network};
+  return {all.scheduler,  all.bootClock, all.files,     all.preferences,   all.keychain,
+          all.random,     all.crypto,    all.screen,    all.notifications, all.loginItem,
+          all.quitSender, all.camera,    all.images,    over(all.flash),   all.fileWork,
+          all.secretWork, all.imageWork, all.vaultWork, all.log,           all.network};
 }
 
 }  // namespace
@@ -48,7 +48,7 @@ void GuardRun::start(std::function<void()> started) {
   // A killed run may have left half-written files, photos of people among them. This one has the
   // instance lock, so nobody is writing them now.
   PosixFiles files(paths_.data);
-  for (const char* folder : {"", "/photos", "/outbox", "/outbox-alerts"}) {
+  for (const char* folder : {"", "/photos", "/outbox", "/outbox-alerts", "/outbox-vault"}) {
     static_cast<void>(files.removeLeftovers(paths_.data + folder));  // the next start tries again
   }
   offerLinks();

@@ -40,6 +40,7 @@
 #include "platform/posix/worker_queue_thread.h"
 #include "service/alert_sender.h"
 #include "service/alert_watch_sending.h"
+#include "vault/web_vault.h"
 
 namespace brindle {
 namespace {
@@ -88,6 +89,7 @@ class LinuxServices final : public NativeServices {
         fileWork_(scheduler_, "brindle.files"),
         secretWork_(scheduler_, "brindle.secret"),
         imageWork_(scheduler_, "brindle.images"),
+        vaultWork_(scheduler_, "brindle.vault"),
         cameraWork_(scheduler_, "brindle.camera"),
         files_(paths.data),
         preferences_(files_, paths.preferences, log_),
@@ -102,7 +104,7 @@ class LinuxServices final : public NativeServices {
                  ownProgram("brindle-courier"), &serviceManager_, log_),
         watchTransfer_(courier_, files_, std::string(AlertWatchSending::sessionIdentifier), log_),
         alertTransfer_(courier_, files_, std::string(AlertSender::sessionIdentifier), log_),
-        vaultTransfer_(courier_, files_, "brindle.vault", log_),
+        vaultTransfer_(courier_, files_, std::string(WebVault::sessionIdentifier), log_),
         power_(logind_),
         machine_(files_),
         linkHandler_(files_, LinkHandlerPlaces::of(ownProgram())),
@@ -144,6 +146,7 @@ class LinuxServices final : public NativeServices {
   ThreadWorkerQueue fileWork_;
   ThreadWorkerQueue secretWork_;
   ThreadWorkerQueue imageWork_;
+  ThreadWorkerQueue vaultWork_;
   ThreadWorkerQueue cameraWork_;
   LinuxBootClock bootClock_;
   PosixFiles files_;
@@ -190,6 +193,7 @@ class LinuxServices final : public NativeServices {
                      fileWork_,
                      secretWork_,
                      imageWork_,
+                     vaultWork_,
                      sink_,
                      {http_, watchTransfer_, alertTransfer_, vaultTransfer_, power_, activity_,
                       machine_, links_, webSignIn_, appleSignIn_, push_, path_, browser_}};

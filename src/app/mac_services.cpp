@@ -57,6 +57,7 @@ class MacServices final : public NativeServices {
   std::unique_ptr<WorkerQueue> fileWork_ = makeMacWorkerQueue("brindle.files");
   std::unique_ptr<WorkerQueue> secretWork_ = makeMacWorkerQueue("brindle.secret");
   std::unique_ptr<WorkerQueue> imageWork_ = makeMacWorkerQueue("brindle.images");
+  std::unique_ptr<WorkerQueue> vaultWork_ = makeMacWorkerQueue("brindle.vault");
   std::unique_ptr<BootClock> bootClock_ = makeMacBootClock();
   std::unique_ptr<PosixFiles> files_;
   std::unique_ptr<Preferences> preferences_ = makeMacPreferences();
@@ -103,6 +104,7 @@ class MacServices final : public NativeServices {
       *fileWork_,
       *secretWork_,
       *imageWork_,
+      *vaultWork_,
       sink_,
       {*http_, *watchTransfer_, *alertTransfer_, *vaultTransfer_, *power_, *activity_, *machine_,
        *links_, *webSignIn_, *appleSignIn_, *push_, *path_, *browser_}};

@@ -52,6 +52,7 @@ class MemoryServices {
             fileWork,
             secretWork,
             imageWork,
+            vaultWork,
             log_,
             {http, watchTransfer, alertTransfer, vaultTransfer, power, activity, machine, links,
              webSignIn, appleSignIn, push, path, browser}};
@@ -62,6 +63,7 @@ class MemoryServices {
   ThreadWorkerQueue fileWork{scheduler, "brindle.files"};
   ThreadWorkerQueue secretWork{scheduler, "brindle.secret"};
   ThreadWorkerQueue imageWork{scheduler, "brindle.images"};
+  ThreadWorkerQueue vaultWork{scheduler, "brindle.vault"};
   PosixFiles files;
   OpensslCrypto crypto;
   MemoryPreferences preferences;

@@ -51,15 +51,17 @@ std::string noticesJson(const std::vector<OtherDeviceNotice>& notices) {
 }  // namespace
 
 bool ServiceCommands::knows(const std::string& command) {
-  static constexpr std::array<std::string_view, 7> all{
-      "account", "terms", "outbox", "notices", "alerts", "backstop", "other-devices"};
+  static constexpr std::array<std::string_view, 8> all{
+      "account", "terms", "outbox", "notices", "alerts", "backstop", "other-devices", "vault"};
   return command == "open" || std::ranges::find(all, command) != all.end();
 }
 
 Need ServiceCommands::needOf(const Request& request) const {
   // Whoever could sign in here, or switch the alerts off, would hear of unlocks in the owner's
   // place.
-  const bool looks = request.target.empty() && request.command != "notices";
+  const bool looks = request.command == "vault"
+                         ? VaultCommands::onlyLooks(request)
+                         : request.target.empty() && request.command != "notices";
   const bool agreesWhileOff = request.command == "terms" && !store_.armed();
   // A PIN that vanished while the guard is on frees nobody: then no proof can be given at all.
   const bool unprotected = store_.pinState() == SecretState::notSet && !store_.armed();
@@ -69,11 +71,9 @@ Need ServiceCommands::needOf(const Request& request) const {
 }
 
 ServiceFacts ServiceCommands::facts() const {
-  ServiceFacts facts{service_.account().status(),
-                     service_.watch().status(),
-                     service_.alerts().waiting(),
-                     {},
-                     service_.alerts().wantsAlerts()};
+  ServiceFacts facts{service_.account().status(),     service_.watch().status(),
+                     service_.alerts().waiting(),     {},
+                     service_.alerts().wantsAlerts(), vault_.facts()};
   for (const Uuid& id : store_.reportsOwed()) {
     if (!service_.alerts().holds(id)) facts.notTakenOver.push_back(id);
   }
@@ -83,6 +83,7 @@ ServiceFacts ServiceCommands::facts() const {
 void ServiceCommands::run(const Request& request, CommandHandler::Done done) {
   const std::string& command = request.command;
   if (command == "account") return account(request, std::move(done));
+  if (command == "vault") return vault_.run(request, std::move(done));
   if (command == "terms") return done(terms(request));
   if (command == "outbox") {
     return done(saying(request.json ? outboxJson(facts()) : outboxText(facts())));

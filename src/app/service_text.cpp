@@ -56,7 +56,7 @@ std::string serviceStatusText(const ServiceFacts& facts) {
   if (facts.account.state == "session" && !facts.wantsAlerts) {
     text += "E-mail alerts are off.\n";
   }
-  return text;
+  return text + vaultLine(facts.vault);
 }
 
 void writeServiceStatus(JsonWriter& out, const ServiceFacts& facts) {
@@ -74,6 +74,7 @@ void writeServiceStatus(JsonWriter& out, const ServiceFacts& facts) {
         .endObject();
   }
   out.field("owed", facts.owed());
+  writeVaultStatus(out.key("vault"), facts.vault);
 }
 
 std::string termsText(const LiveTerms& terms, const TermsGate& gate) {

@@ -3,6 +3,7 @@
 #include <string>
 #include <vector>
 
+#include "app/vault_text.h"
 #include "base/json_writer.h"
 #include "service/account.h"
 #include "service/alert_sender.h"
@@ -18,6 +19,7 @@ struct ServiceFacts {
   std::vector<AlertSender::Waiting> reports;
   std::vector<Uuid> notTakenOver;  ///< reports that could not be written down for sending yet
   bool wantsAlerts = true;
+  VaultFacts vault = {};
 
   std::size_t owed() const { return watch.queued.size() + reports.size() + notTakenOver.size(); }
 };

@@ -68,6 +68,7 @@ struct Services {
   WorkerQueue& fileWork;    ///< the history and the photos
   WorkerQueue& secretWork;  ///< the keychain and the slow derivations
   WorkerQueue& imageWork;   ///< the brightness of photos
+  WorkerQueue& vaultWork;   ///< sealing
   LogSink& log;
   NetworkServices network;
 };

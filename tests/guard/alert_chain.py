@@ -4,9 +4,10 @@ one that is confirmed, then the network pulled, the programs killed, sleep, and 
 
 Run inside tests/peers/keyring and tests/peers/real-logind:  alert_chain.py BRINDLE SAMPLE_FRAMES SCRIPTED_ALERT_SERVICE
 """
-import base64, glob, json, os, re, signal, subprocess, sys, time
+import glob, json, os, re, signal, subprocess, sys
 
 sys.path.insert(0, os.path.join(os.path.dirname(os.path.abspath(__file__)), "../peers"))
+from service_steps import AlertService, couriers, unlock
 from steps import BRINDLE, DATA, Guard, at_failure, brindle, camera_of, check, sh, state, until
 
 FRAMES, SERVICE = sys.argv[2:4]
@@ -15,75 +16,15 @@ camera_of(FRAMES, "start-index=0 stop-index=3 ")
 os.environ["BRINDLE_CAMERA_SOURCE"] += " ! jpegdec"
 
 
-class AlertService:
-    """The scripted service in a process of its own."""
-
-    def __init__(self):
-        self.log = os.environ["HOME"] + "/service.log"
-        self.process = subprocess.Popen([SERVICE, self.log], stdin=subprocess.PIPE, stdout=subprocess.PIPE, text=True)
-        at_failure.append(self.process.kill)
-        self.port = self.process.stdout.readline().strip()
-
-    def tell(self, *commands):
-        for command in commands:
-            print(command, file=self.process.stdin, flush=True)
-            check(self.process.stdout.readline() == "ok\n", f"the service is told: {command}")
-
-    def to(self, path="", event=None, since=0):
-        """The requests to this path, each with its body and what its JSON says."""
-        found = []
-        for line in open(self.log, encoding="utf-8").read().split("\n")[since:-1]:
-            request = json.loads(line)
-            request["body"] = base64.b64decode(request["body"])
-            request["headers"] = {name.lower(): value for name, value in request["headers"].items()}
-            request["json"] = json.loads(request["body"]) if request["body"][:1] == b"{" else {}
-            if path in request["path"] and event in (None, request["json"].get("eventId")):
-                found.append(request)
-        return found
-
-    def gets(self, path, what, event=None, since=0, seconds=20):
-        return until(lambda: self.to(path, event, since), what, seconds)
-
-
 def owed():
     both = json.loads(subprocess.run([BRINDLE, "outbox", "--json"], capture_output=True, text=True, timeout=30).stdout)
     return [(each["route"], each["why"]) for each in both["watch"]] + [("report", each["why"]) for each in both["reports"]]
-
-
-last_unlock = 0
-
-
-def unlock():
-    """Somebody unlocks the machine: the event."""
-    global last_unlock
-    until(lambda: time.monotonic() > last_unlock + 1.6, "another unlock, not the same one once more")
-    before = [each["id"] for each in state()["events"]]
-    sh("lock_session", check=True)
-    until(lambda: "true" in sh("locked_hint").stdout, "the session is locked")
-    sh("unlock_typed", check=True)
-    last_unlock = time.monotonic()
-    return until(lambda: [each for each in state()["events"] if each["id"] not in before], "the unlock is an event")[0]
-
-
-def couriers():
-    """The courier of this story, if one runs."""
-    found = sh(f"grep -slzx '{DATA}/[t]ransfers' /proc/[0-9]*/cmdline").stdout
-    return [int(path.split("/")[2]) for path in found.split()]
 
 
 def kill(*more):
     for pid in [guard.pid, *more]:
         os.kill(pid, signal.SIGKILL)
     check(guard.ends() is not None, "killed")
-
-
-def sign_in(email):
-    brindle("account", "sign-in", "email", email, typed=PIN + "\n")
-    sent = service.to("verify-start")[-1]["json"]
-    check(sent["email"] == email, "the link is asked for this address", sent)
-    brindle("open", f"brindle://signin?code=once&state={sent['state']}")
-    until(lambda: f"Signed in as {email} (Email)." in brindle("status"), f"signed in as {email}")
-    check(service.to("verify-finish")[-1]["json"] == {"code": "once", "state": sent["state"]}, "with the link's code and state")
 
 
 def confirm():
@@ -112,16 +53,13 @@ def check_report(report, event, photos, pending):
     check(report["headers"]["authorization"] == "Bearer first-token", "and its token")
 
 
-service = AlertService()
+service = AlertService(SERVICE)
 at_failure.append(lambda: print(guard.said, *(each["path"] for each in service.to()), owed(), sep="\n"))
-os.makedirs(os.environ["XDG_CONFIG_HOME"] + "/Brindle")
-with open(os.environ["XDG_CONFIG_HOME"] + "/Brindle/preferences.json", "w", encoding="utf-8") as settings:
-    json.dump({"service.url": f"http://127.0.0.1:{service.port}"}, settings)
 service.tell(f"session first-token {OWNER}")
 brindle("setup", typed=f"{PIN}\n{PIN}\nFirst pet?\nRex Barker\nRex Barker\n5\n")
 guard = Guard()
 brindle("terms", "agree", typed=PIN + "\n")
-sign_in(OWNER)
+service.sign_in(OWNER, PIN)
 brindle("on")
 beat = service.gets("watch/beat", "turned on, it checks in")[0]
 check((beat["json"]["on"], beat["json"]["platform"]) == (True, "macos"), "and says so", beat)
@@ -211,7 +149,7 @@ check(guard.ends() == 0, "off, it ends when asked")
 
 # A link is followed while no guard runs.
 service.tell("delay api/verify-finish 500")
-sign_in(OWNER)
+service.sign_in(OWNER, PIN)
 check("Signed out." in brindle("account", "sign-out", typed=PIN + "\n"), "signed out")
 check("Nobody is signed in." in brindle("account"), "and the link is not awaited any more")
 service.process.kill()
