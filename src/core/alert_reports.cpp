@@ -46,12 +46,12 @@ void AlertReports::settle(const Uuid& event) {
 void AlertReports::released(const Uuid& id) {
   const EventRef event = parts_.history.find(id);
   if (!event) return;
+  parts_.copies.released(id);
   parts_.owed.setOwed(id);  // before anybody can say that the event needs nothing more
   const auto outcome =
       event->attemptOnly ? UnlockLogging::Outcome::wrongPIN : UnlockLogging::Outcome::unconfirmed;
   parts_.collaborators.unlockLog.record(id, event->date, outcome,
                                         event->wrongPINs + event->wrongAnswers);
-  (void)parts_.collaborators.uploads.keepCopies(*event);
   if (const auto notice = noticeOfUnconfirmed(*event)) parts_.collaborators.push.send(*notice);
   if (!event->attemptOnly) parts_.collaborators.alarm.unconfirmed(*event);
   report(id);

@@ -11,6 +11,7 @@
 #include "core/photo_vault.h"
 #include "core/report_retry.h"
 #include "core/state_saving.h"
+#include "core/vault_hand_over.h"
 
 namespace brindle {
 
@@ -24,6 +25,7 @@ class AlertReports {
     EventHistory& history;
     PhotoVault& vault;
     OwedReports& owed;
+    VaultHandOver& copies;
     StateSaving& saving;
     Log log;
     const GuardCollaborators& collaborators;

@@ -3,6 +3,8 @@
 #include <algorithm>
 #include <utility>
 
+#include "core/vault_items.h"
+
 namespace brindle {
 
 void EventHistory::load(EventList events) {
@@ -62,17 +64,23 @@ void EventHistory::indexFrom(std::size_t first) {
 }
 
 std::vector<FileName> dropFiles(EventHistory& history) {
+  using Photo = UnlockEvent::VaultPhoto;
   std::vector<FileName> gone;
   for (const EventRef& event : EventList(history.events())) {
-    const std::vector<FileName> files = event->files();
-    gone.insert(gone.end(), files.begin(), files.end());
-    history.change(event->id, [](UnlockEvent& bare) {
-      bare.photoFiles.clear();
-      bare.vaultPhotos.clear();
-      bare.openingPhotos.clear();
-      bare.openingClips.clear();
-      bare.videoFile.reset();
+    UnlockEvent bare = *event;
+    bare.photoFiles.clear();
+    bare.openingPhotos.clear();
+    bare.openingClips.clear();
+    bare.videoFile.reset();
+    (void)dropUnshownItems(bare);
+    if (!bare.vaultPhotos.empty()) bare.vault = vaultStateOf(bare.vaultPhotos);
+    const auto untouched = [](const Photo& item) { return item.state == Photo::State::waiting; };
+    if (std::ranges::all_of(bare.vaultPhotos, untouched)) bare.vaultPhotos.clear();
+    const std::vector<FileName> kept = bare.files();
+    std::ranges::copy_if(event->files(), std::back_inserter(gone), [&](const FileName& name) {
+      return std::ranges::find(kept, name) == kept.end();
     });
+    history.change(event->id, [&bare](UnlockEvent& changed) { changed = std::move(bare); });
   }
   return gone;
 }

@@ -34,7 +34,9 @@ class EventHistory {
   std::unordered_map<Uuid, std::size_t> places_;
 };
 
-/// Takes all photos and clips out of the events and returns their names.
+/// Takes all photos and clips out of the events and returns the names of those that may go. A file
+/// whose copy is on its way to the vault stays, for its item, until the copy has got there. An
+/// event that has copies keeps its items, without names: they are counted on at the vault.
 std::vector<FileName> dropFiles(EventHistory& history);
 
 /// At a start and at an end, no photo is on its way any more: an event that waits for one in vain

@@ -100,6 +100,7 @@ void EventPhotos::addToEvent(Run& run, const FileName& name, WallTime takenAt) {
     (opening ? event.openingPhotos : event.photoFiles).push_back(name);
     event.vaultPhotos.push_back(vaultPhoto);
   });
+  if (onPhoto) onPhoto(run.event);
   if (run.saved++ > 0) return;
   parts_.log.notice("photo saved in %{public}ld ms", millisecondsSince(run.startedAt));
   if (!opening && onFirstPhoto) onFirstPhoto(run.event, name);

@@ -37,6 +37,8 @@ class EventPhotos {
 
   /// The first photo of an occurrence or a try is on disk and in its event.
   std::function<void(const Uuid& event, const FileName& name)> onFirstPhoto;
+  /// Any photo is.
+  std::function<void(const Uuid& event)> onPhoto;
 
   void take(const Uuid& event, PhotoUse use);
   /// Call before an event loses photos: their files go once that is recorded, and a new photo of

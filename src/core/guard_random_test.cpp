@@ -2,6 +2,7 @@
 #include <random>
 #include <set>
 
+#include "core/vault_items.h"
 #include "testing/guard_fixture.h"
 #include "testing/stand_in_gate.h"
 
@@ -17,7 +18,8 @@ class RandomGuard : public GuardWorld {
   ~RandomGuard() { kill(); }
 
   void step() {
-    const auto what = dice_() % 16;
+    const auto what = dice_() % 18;
+    if (what >= 16) return copyEnds();
     if (what <= 3) return screen.setLocked(dice_() % 2 == 0);
     if (what == 5) return store->occurred({std::string(trigger_kind::lidClosed), "Lid"});
     if (what == 6) return store->opened({"watched-file", std::to_string(dice_() % 5)});
@@ -46,6 +48,14 @@ class RandomGuard : public GuardWorld {
       }
       if (saved) recorded_.insert(event->id);
     }
+    for (const EventRef& event : store->events()) {
+      EXPECT_EQ(event->vault, vaultStateOf(event->vaultPhotos));
+      for (const auto& photo : event->vaultPhotos) {
+        const bool queued = photo.state == UnlockEvent::VaultPhoto::State::queued;
+        EXPECT_TRUE(!queued || diskFails_ || there.contains(photo.file)) << "gone under its upload";
+        EXPECT_FALSE(queued && others.copiesDeleted.contains(event->id)) << "copied again";
+      }
+    }
     for (const Uuid& id : recorded_) {
       const bool kept = store->event(id) != nullptr;
       EXPECT_TRUE(kept || allowedToGo_.contains(id)) << "a recorded event is lost";
@@ -71,8 +81,19 @@ class RandomGuard : public GuardWorld {
     if (const auto pending = store->pendingConfirm()) allowedToGo_.insert(*pending);
     store->proved(OwnerGate::prove(OwnerPurpose::confirmUnlock));
   }
+  /// The vault is turned on or off, or tells of an item, whatever state that is in.
+  void copyEnds() {
+    others.vaultTakes = dice_() % 4 > 0;
+    if (store->events().empty()) return;
+    const EventRef event = store->events()[dice_() % store->events().size()];
+    for (const auto& photo : event->vaultPhotos) {
+      const auto how = static_cast<VaultUploading::Ended>(dice_() % 3);
+      if (dice_() % 2 == 0) others.vaultResults.tell(event->id, photo.id, how);
+    }
+  }
   void removeSome() {
     if (store->events().empty()) return;
+    if (dice_() % 4 == 0) return store->deletePhotos(OwnerGate::prove(OwnerPurpose::action));
     const Uuid id = store->events()[dice_() % store->events().size()]->id;
     allowedToGo_.insert(id);
     store->deleteEvent(id, OwnerGate::prove(OwnerPurpose::action));

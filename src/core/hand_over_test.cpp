@@ -5,6 +5,7 @@ namespace brindle {
 namespace {
 
 using namespace std::chrono_literals;
+using enum VaultUploading::Ended;
 
 class HandOverTest : public GuardFixture {
  protected:
@@ -17,6 +18,18 @@ class HandOverTest : public GuardFixture {
   std::optional<AlertState> cameraAlert() {
     const auto all = onDisk().cameraOff;
     return all.empty() ? std::nullopt : std::optional(all.back().alert);
+  }
+  /// The vault's items of the last event on disk, by their first letters, and the event's state.
+  std::string copies() {
+    scheduler.run();
+    const EventRef event = onDisk().events.back();
+    std::string all;
+    for (const auto& photo : event->vaultPhotos) all += vaultPhotoStateNames.of(photo.state)[0];
+    return all + " " + std::string(vaultStateNames.of(event->vault));
+  }
+  void ends(std::size_t item, VaultUploading::Ended how) {
+    others.vaultResults.tell(last()->id, last()->vaultPhotos.at(item).id, how);
+    scheduler.run();
   }
   const OwnerProof action = OwnerGate::prove(OwnerPurpose::action);
 };
@@ -122,6 +135,101 @@ TEST_F(HandOverTest, WhatForbidsTurningOnIsSaidInItsOwnWords) {
   store->turnOn(ArmSource::remote());
   scheduler.run();
   EXPECT_EQ(told(), "Brindle can't read its PIN or secret answer, so it stays off.");
+}
+
+TEST_F(HandOverTest, CopiesAreKeptOfAllThatAnUnconfirmedEventHasAndGets) {
+  others.vaultTakes = true;
+  others.clipWish = {true, false, "ready"};
+  turnOn();
+  unlockAndSettle();
+  ASSERT_TRUE(vault->savePhoto("a.mov", bytesOf("clip")));
+  others.clipDone({"a.mov", false, false});
+  scheduler.advance(27s - 1ns);
+  EXPECT_FALSE(others.was("keep copies")) << "its hold still runs";
+  scheduler.advance(1ns);
+  EXPECT_EQ(copies(), "qqqqq queued");
+  EXPECT_EQ(last()->vaultPhotos.at(4).file, "a.mov");
+  const Uuid clip = last()->vaultPhotos[4].id;
+  store->wrongTry(WrongTry::pin);
+  scheduler.advance(3s);
+  EXPECT_EQ(copies(), "qqqqqqq queued");
+  EXPECT_EQ(last()->vaultPhotos[4].id, clip) << "places are kept";
+  EXPECT_EQ(vault->removePhotos(photos()), 0u) << "no file goes under its upload";
+  ends(1, saved);
+  ends(1, rejected);
+  ends(2, rejected);
+  ends(3, dropped);
+  EXPECT_EQ(copies(), "qsrwqqq queued") << "an item ends once";
+  others.vaultResults.tell(clip, clip, saved);
+  relaunch();
+  EXPECT_EQ(others.count("keep copies"), 1) << "offered again while any is on its way";
+  EXPECT_EQ(copies(), "qsrqqqq queued");
+  for (const std::size_t i : {0u, 3u, 4u, 5u, 6u}) ends(i, saved);
+  EXPECT_EQ(copies(), "ssrssss rejected");
+  EXPECT_EQ(vault->removePhotos({photoFileName(last()->id, 0)}), 1u) << "its upload is over";
+
+  unlockAndSettle();
+  scheduler.advance(30s);
+  EXPECT_EQ(copies(), "qqqq queued");
+  others.vaultTakes = false;
+  relaunch();
+  EXPECT_EQ(copies(), "wwww none") << "the vault wants them no longer";
+  relaunch();
+  EXPECT_FALSE(others.was("keep copies"));
+  others.vaultTakes = true;
+  lock(1s);
+  store->proved(OwnerGate::prove(OwnerPurpose::turnOff));
+  store->wrongTry(WrongTry::answer);
+  scheduler.advance(33s);
+  EXPECT_TRUE(last()->attemptOnly);
+  for (const std::size_t i : {0u, 1u}) ends(i, saved);
+  EXPECT_EQ(copies(), "ss saved") << "whoever tried is kept too";
+}
+
+TEST_F(HandOverTest, CopiesThatNoRecordKnowsAreOfferedAgainAfterACrash) {
+  others.vaultTakes = true;
+  turnOn();
+  unlockAndSettle();
+  files.failAll({FileError::Kind::noSpace, 28});
+  scheduler.advance(30s);
+  EXPECT_TRUE(others.was("keep copies"));
+  files.failNothing();
+  crash();
+  others.calls.clear();
+  launch();
+  EXPECT_TRUE(others.was("keep copies") && !others.was("report")) << "a report nobody wants";
+  EXPECT_EQ(copies(), "qqqq queued");
+  ends(0, saved);
+  ends(1, saved);
+  ends(2, saved);
+  store->deletePhotos(action);
+  scheduler.run();
+  EXPECT_EQ(photos(), std::vector{last()->vaultPhotos.at(3).file}) << "until its copy is there";
+  ends(3, saved);
+  EXPECT_TRUE(photos().empty());
+  EXPECT_EQ(copies(), "ssss saved") << "elsewhere it is still evidence";
+  store->wrongTry(WrongTry::pin);
+  scheduler.advance(3s);
+  EXPECT_EQ(copies(), "ssssqq queued") << "no place is used twice";
+}
+
+TEST_F(HandOverTest, WhatIsLeftOfAConfirmedEventIsNeverCopiedAgain) {
+  others.vaultTakes = true;
+  turnOn();
+  const Uuid id = unlockAndSettle();
+  store->wrongTry(WrongTry::pin);
+  scheduler.advance(30s);
+  EXPECT_EQ(copies(), "qqqqqq queued");
+  store->wrongTry(WrongTry::pin);
+  others.calls.clear();
+  EXPECT_TRUE(store->thatWasMe(id, action) && others.was("delete copies"));
+  scheduler.advance(3s);
+  EXPECT_EQ(copies(), "wwww none") << "two of each try";
+  ends(0, saved);
+  EXPECT_EQ(copies(), "wwww none") << "too late";
+  relaunch();
+  EXPECT_FALSE(others.was("keep copies"));
+  EXPECT_EQ(photos().size(), 4u);
 }
 
 TEST_F(HandOverTest, TheWatchIsToldOfTheEndAndWaitedFor) {

@@ -17,13 +17,16 @@ NightjarStore::NightjarStore(const GuardServices& services, const GuardCollabora
       files_(services.vault, services.files, services.scheduler, saving_, services.log),
       photos_({services.camera, files_, history_, services.clock, services.random, services.log}),
       owed_(services.defaults),
-      reports_({services.scheduler, services.clock, history_, services.vault, owed_, saving_,
-                services.log, collaborators_}),
+      copies_({collaborators_.uploads, history_, files_, services.vault, saving_, owed_,
+               services.random, services.defaults}),
+      reports_({services.scheduler, services.clock, history_, services.vault, owed_, copies_,
+                saving_, services.log, collaborators_}),
       cameraOff_({services.scheduler, services.defaults, services.random, services.camera, saving_,
                   owed_, services.log, collaborators_, [this] { changed(); }}),
       extras_(collaborators_, history_, files_, services.log),
-      unlocks_({services.scheduler, services.random, history_, files_, photos_, reports_, extras_,
-                collaborators_, services.notifications, [this] { return alertDelayTime(); }}),
+      unlocks_({services.scheduler, services.random, history_, files_, photos_, reports_, copies_,
+                extras_, collaborators_, services.notifications,
+                [this] { return alertDelayTime(); }}),
       attempts_({services.scheduler, services.random, history_, photos_, reports_, collaborators_,
                  [this] { return alertDelayTime(); }}),
       updateSettle_(services.scheduler, services.screen, services.log,
@@ -35,11 +38,10 @@ NightjarStore::NightjarStore(const GuardServices& services, const GuardCollabora
   photos_.onFirstPhoto = [this](const Uuid& event, const FileName& name) {
     collaborators_.alertWatch.firstPhoto(event, name);
   };
+  photos_.onPhoto = extras_.onClip = [this](const Uuid& event) { copies_.itemCame(event); };
   monitor_.onUnlock = [this] { onUnlock(); };
   monitor_.onLock = [this](LockSignal signal, WallTime date) { onLock(signal, date); };
 }
-
-NightjarStore::~NightjarStore() = default;
 
 // ---- start
 
@@ -87,6 +89,7 @@ void NightjarStore::start(Role role) {
 void NightjarStore::resumeGuard(SinceLastRun since) {
   owed_.keepOnly([this](const Uuid& id) { return history_.find(id) || cameraOff_.has(id); });
   resumeHolds(history_, reports_, alertDelayTime(), services_.scheduler.wallTime());
+  copies_.resume();
   cameraOff_.resume();
   if (!armed()) return;
   cameraOff_.look();
@@ -94,7 +97,7 @@ void NightjarStore::resumeGuard(SinceLastRun since) {
   collaborators_.alertWatch.guardOn(armedBy().value_or(ArmSource::owner()));
   // Somebody restarted the machine or logged in while nobody could see it.
   if (since == SinceLastRun::restarted || since == SinceLastRun::loggedOut) {
-    relaunchUnlockID_ = unlocks_.begin(std::nullopt);
+    unlocks_.begin(std::nullopt);
   }
 }
 
@@ -303,14 +306,10 @@ bool NightjarStore::thatWasMe(const Uuid& id, const OwnerProof&) { return unlock
 bool NightjarStore::keepInHistory(const Uuid& id, const OwnerProof&) { return unlocks_.keep(id); }
 bool NightjarStore::deleteEvent(const Uuid& id, const OwnerProof&) { return unlocks_.remove(id); }
 
-void NightjarStore::deletePhotos(const OwnerProof&) {
-  for (const EventRef& event : events()) photos_.keepNames(*event);
-  files_.removeOnceRecorded(dropFiles(history_));
-}
+void NightjarStore::deletePhotos(const OwnerProof&) { unlocks_.removeFiles(); }
 
 void NightjarStore::deleteAll(const OwnerProof&, std::function<void(PhotoVault::DeletedAll)> done) {
-  unlocks_.removeAll();
-  files_.removeAllBut([this] { return history_.events(); }, std::move(done));
+  unlocks_.removeAll(std::move(done));
 }
 
 // ---- settings and small switches

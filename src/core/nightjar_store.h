@@ -29,7 +29,7 @@ class NightjarStore final : public ProofSink {
   static constexpr std::int64_t longestAlertDelay = 3600;
 
   NightjarStore(const GuardServices& services, const GuardCollaborators& collaborators);
-  ~NightjarStore() override;
+  ~NightjarStore() override = default;
 
   /// `command`: for a moment, while no guard runs. It watches nothing and leaves it to the guard to
   /// notice what happened meanwhile: an event needs somebody who stays for its photos.
@@ -167,7 +167,6 @@ class NightjarStore final : public ProofSink {
   Role role_ = Role::command;
   SecretsFlow flow_;
   std::optional<WallTime> ownerProvedAt_, lastLockSignalAt_, lastUnlockSeenAt_;
-  std::optional<Uuid> relaunchUnlockID_;
   int ownerChecksOpen_ = 0;
   std::uint64_t sitting_ = 0;
   bool historyUnlocked_ = false, turnOffRequested_ = false, quitApproved_ = false;
@@ -180,6 +179,7 @@ class NightjarStore final : public ProofSink {
   EventFiles files_;
   EventPhotos photos_;
   OwedReports owed_;
+  VaultHandOver copies_;
   AlertReports reports_;
   CameraOffAlerts cameraOff_;
   OccurrenceExtras extras_;

@@ -40,6 +40,7 @@ void OccurrenceExtras::clipDone(const Uuid& event, bool opening, const ClipRecor
   } else {
     log_.notice("clip attached to the unlock");
     if (clip.sound) clipsWithSound_.insert(event);
+    if (onClip) onClip(event);
   }
 }
 

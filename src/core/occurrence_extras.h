@@ -18,6 +18,9 @@ class OccurrenceExtras {
                    EventFiles& files, Log log)
       : collaborators_(collaborators), history_(history), files_(files), log_(log) {}
 
+  /// A clip is in its event.
+  std::function<void(const Uuid& event)> onClip;
+
   void begin(const Uuid& event, bool opening);
   /// The event needs neither any more.
   void end(const Uuid& event);

@@ -2,33 +2,13 @@
 
 #include <string>
 
+#include "core/stored_ids.h"
+
 namespace brindle {
-namespace {
-
-constexpr std::size_t idLength = 36;
-
-std::set<Uuid> readIds(const Preferences& defaults, std::string_view key) {
-  std::set<Uuid> ids;
-  const std::string text = defaults.text(key).value_or("");
-  for (std::size_t at = 0; at < text.size(); at += idLength + 1) {
-    if (const auto id = Uuid::parse(std::string_view(text).substr(at, idLength))) ids.insert(*id);
-  }
-  return ids;
-}
-
-std::optional<PreferenceValue> written(const std::set<Uuid>& ids) {
-  if (ids.empty()) return std::nullopt;
-  std::string text;
-  for (const Uuid& id : ids) text.append(text.empty() ? "" : " ").append(id.upper());
-  return text;
-}
-
-}  // namespace
-
 OwedReports::OwedReports(Preferences& defaults)
     : defaults_(defaults),
-      owed_(readIds(defaults, owedKey)),
-      notWanted_(readIds(defaults, notWantedKey)) {}
+      owed_(readStoredIds(defaults, owedKey)),
+      notWanted_(readStoredIds(defaults, notWantedKey)) {}
 
 void OwedReports::setOwed(const Uuid& id) {
   notWanted_.erase(id);
@@ -51,8 +31,8 @@ void OwedReports::keepOnly(const std::function<bool(const Uuid&)>& known) {
 
 void OwedReports::store() {
   // When this fails the reports are still owed in this run, and the next one holds them anew.
-  (void)defaults_.change(
-      {{std::string(owedKey), written(owed_)}, {std::string(notWantedKey), written(notWanted_)}});
+  (void)defaults_.change({{std::string(owedKey), storedIds(owed_)},
+                          {std::string(notWantedKey), storedIds(notWanted_)}});
 }
 
 }  // namespace brindle

@@ -81,7 +81,9 @@ std::vector<FileName> UnlockEvent::files() const {
     if (std::ranges::find(all, name) == all.end()) all.push_back(name);
   };
   std::ranges::for_each(photoFiles, add);
-  for (const VaultPhoto& photo : vaultPhotos) add(photo.file);
+  for (const VaultPhoto& photo : vaultPhotos) {
+    if (!photo.file.empty()) add(photo.file);
+  }
   if (videoFile) add(*videoFile);
   std::ranges::for_each(openingPhotos, add);
   std::ranges::for_each(openingClips, add);

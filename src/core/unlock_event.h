@@ -67,7 +67,7 @@ struct UnlockEvent {
     enum class Kind { unlock, wrongPIN, wrongPassword };
     enum class State { waiting, queued, saved, rejected };
 
-    FileName file;
+    FileName file;  ///< empty: the owner deleted the photo, its place among the items stays
     Uuid id;
     WallTime takenAt{};
     Kind kind = Kind::unlock;

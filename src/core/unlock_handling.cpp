@@ -30,11 +30,15 @@ std::optional<UnlockEvent> attemptsOf(const UnlockEvent& event) {
   tries.photoPending = event.photoPending;
   using Photo = UnlockEvent::VaultPhoto;
   const auto ofTry = [](const Photo& photo) { return photo.kind != Photo::Kind::unlock; };
-  std::ranges::copy_if(event.vaultPhotos, std::back_inserter(tries.vaultPhotos), ofTry);
   for (const FileName& name : event.photoFiles) {
     // A photo found after a crash may be of a try: in doubt it stays.
     const auto known = std::ranges::find(event.vaultPhotos, name, &Photo::file);
-    if (known == event.vaultPhotos.end() || ofTry(*known)) tries.photoFiles.push_back(name);
+    if (known != event.vaultPhotos.end() && !ofTry(*known)) continue;
+    tries.photoFiles.push_back(name);
+    if (known == event.vaultPhotos.end()) continue;
+    // The copies under this identity are deleted: no further one is ever made.
+    tries.vaultPhotos.push_back(*known);
+    tries.vaultPhotos.back().state = Photo::State::waiting;
   }
   return tries;
 }
@@ -113,7 +117,12 @@ bool UnlockHandling::remove(const Uuid& id) {
   return true;
 }
 
-void UnlockHandling::removeAll() {
+void UnlockHandling::removeFiles() {
+  for (const EventRef& event : parts_.history.events()) parts_.photos.keepNames(*event);
+  parts_.files.removeOnceRecorded(dropFiles(parts_.history));
+}
+
+void UnlockHandling::removeAll(std::function<void(PhotoVault::DeletedAll)> done) {
   for (const EventRef& event : parts_.history.events()) {
     parts_.photos.end(event->id);
     settle(*event);
@@ -121,11 +130,12 @@ void UnlockHandling::removeAll() {
   currentUnlockID_.reset();
   pendingConfirm_.reset();
   parts_.history.clear();
+  parts_.files.removeAllBut([this] { return parts_.history.events(); }, std::move(done));
 }
 
 void UnlockHandling::settle(const UnlockEvent& event) {
   parts_.reports.settle(event.id);
-  parts_.collaborators.uploads.deleteCopies(event);
+  parts_.copies.settle(event);
   parts_.extras.end(event.id);
   notifier_.settled(event.id);
 }

@@ -26,6 +26,7 @@ class UnlockHandling {
     EventFiles& files;
     EventPhotos& photos;
     AlertReports& reports;
+    VaultHandOver& copies;
     OccurrenceExtras& extras;
     const GuardCollaborators& collaborators;
     Notifications& notifications;
@@ -41,7 +42,10 @@ class UnlockHandling {
   /// "That was not me": the event stays, its report goes at once.
   bool keep(const Uuid& event);
   bool remove(const Uuid& event);
-  void removeAll();
+  /// Everything, with files that no event names. `done` when it is gone.
+  void removeAll(std::function<void(PhotoVault::DeletedAll)> done);
+  /// The photos and clips of all events; the events stay.
+  void removeFiles();
   /// After a start: the newest unresolved occurrence awaits its answer again.
   void resume();
   /// The guard is off: nobody is asked any more, what is owed stays owed.

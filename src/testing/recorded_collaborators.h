@@ -58,15 +58,24 @@ class RecordedCollaborators final : public AlertWatching,
     return reportResults.add(std::move(ended));
   }
 
-  [[nodiscard]] std::vector<Uuid> keepCopies(const UnlockEvent&) override {
+  [[nodiscard]] std::vector<Uuid> keepCopies(const UnlockEvent& event) override {
+    using State = UnlockEvent::VaultPhoto::State;
     told("keep copies");
-    return {};
+    std::vector<Uuid> taken;
+    if (!vaultTakes || copiesDeleted.contains(event.id)) return taken;
+    for (const auto& photo : event.vaultPhotos) {
+      if (photo.state == State::waiting || photo.state == State::queued) taken.push_back(photo.id);
+    }
+    return taken;
   }
   [[nodiscard]] Subscription onResult(
       std::function<void(const Uuid&, const Uuid&, Ended)> ended) override {
     return vaultResults.add(std::move(ended));
   }
-  void deleteCopies(const UnlockEvent&) override { told("delete copies"); }
+  void deleteCopies(const UnlockEvent& event) override {
+    told("delete copies");
+    copiesDeleted.insert(event.id);
+  }
   void send(const DeviceNotice& notice) override {
     const auto& detail = notice.source ? notice.source : notice.targetName;
     told(notice.kind + " " + detail.value_or("notice"));
@@ -106,6 +115,8 @@ class RecordedCollaborators final : public AlertWatching,
   std::deque<HandOver> handOvers;  ///< the coming answers; nothing owed after them
   bool reportsHang = false;
   std::set<Uuid> heldReports;
+  bool vaultTakes = false;
+  std::set<Uuid> copiesDeleted;
   bool watchUnderWay = false;
   Listeners<const Uuid&, AlertState> reportResults;
   Listeners<const Uuid&, const Uuid&, VaultUploading::Ended> vaultResults;
