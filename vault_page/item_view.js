@@ -89,7 +89,8 @@ function factList({ photoId, eventId, meta, digest }, when) {
   Object.assign(shown, { index: meta.index + 1, eventId, photoId, digest });
   const list = document.createElement("dl");
   for (const [name, value] of Object.entries(shown)) {
-    if (value !== undefined) list.append(make("dt", texts.facts[name]), make("dd", String(value)));
+    if (value === undefined || value === "") continue;
+    list.append(make("dt", texts.facts[name]), make("dd", String(value)));
   }
   return list;
 }

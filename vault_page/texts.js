@@ -53,9 +53,9 @@ export const texts = {
     device: "Computer",
     place: "Place",
     position: "Position",
-    index: "Photo of this occurrence",
+    index: "Number in its occurrence",
     eventId: "Occurrence",
-    photoId: "Photo",
+    photoId: "Photo or clip",
     digest: "Fingerprint (SHA-256)",
   },
 };
