@@ -20,6 +20,7 @@ void AlertReports::resume(const UnlockEvent& event, Duration delay, Duration ela
   const bool owed = none && parts_.owed.owed(event.id);
   if (owed && alerts.holds(event.id)) return taken(event.id);  // only its record was lost
   if (lost || owed) return report(event.id);
+  if (!none) parts_.owed.forget(event.id);  // a crash came between its record and this list
   if (none && !event.resolved && !parts_.owed.notWanted(event.id)) hold(event, delay, elapsed);
 }
 

@@ -67,6 +67,9 @@ TEST_F(HandOverTest, WhatNobodyWantsIsRecordedOnceAndWhatIsOwedGoesOnInTheNextRu
   ASSERT_TRUE(defaults.set(OwedReports::owedKey, "garbage " + wanted.upper()));
   relaunch();
   EXPECT_FALSE(others.was("report")) << "a list that nobody wrote names nothing";
+  ASSERT_TRUE(defaults.set(OwedReports::owedKey, owed.upper()));
+  relaunch();
+  EXPECT_TRUE(store->reportsOwed().empty()) << "a crash came between its record and the list";
 
   others.handOvers = {HandOver::handedOver};
   const Uuid tried = unlockAndSettle();
