@@ -223,10 +223,12 @@ TEST_F(HandOverTest, WhatIsLeftOfAConfirmedEventIsNeverCopiedAgain) {
   store->wrongTry(WrongTry::pin);
   scheduler.advance(30s);
   EXPECT_EQ(copies(), "qqqqqq queued");
+  others.reportResults.tell(id, AlertState::sent);
   store->wrongTry(WrongTry::pin);
   others.calls.clear();
   EXPECT_TRUE(store->thatWasMe(id, action) && others.was("delete copies"));
   scheduler.advance(3s);
+  EXPECT_FALSE(others.was("keep copies")) << "of photos that come late";
   EXPECT_EQ(copies(), "wwww none") << "two of each try";
   ends(0, saved);
   EXPECT_EQ(copies(), "wwww none") << "too late";
