@@ -1,0 +1,147 @@
+#pragma once
+
+#include <functional>
+#include <map>
+#include <memory>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "base/lifetime.h"
+#include "base/log.h"
+#include "base/result.h"
+#include "base/subscription.h"
+#include "platform/file_events.h"
+#include "platform/notifications.h"
+#include "platform/random.h"
+#include "platform/running_apps.h"
+#include "watch/security_scoped_bookmarks.h"
+#include "watch/tripwire_decoy.h"
+#include "watch/watch_list_file.h"
+#include "watch/watch_list_saving.h"
+#include "watch/watch_target.h"
+
+namespace brindle {
+
+/// What the list works with; all of it outlives the list.
+struct WatchListServices {
+  Files& files;
+  WorkerQueue& worker;  ///< all file work but the reading at launch
+  Scheduler& scheduler;
+  Random& random;
+  Bookmarks& bookmarks;
+  FileEvents& events;  ///< for the look whether openings of an item are seen
+  const RunningApps& apps;
+  std::function<std::string()> localStamp;  ///< local calendar time "yyyyMMdd-HHmmss"
+  Log log;
+};
+
+/// How a target stands in this run; none of it is kept on disk.
+struct WatchTargetState {
+  bool missing = false;     ///< its bookmark led nowhere when it was last followed
+  std::string unwatchable;  ///< not empty: why its openings are not seen, for a person
+  bool operator==(const WatchTargetState&) const = default;
+};
+
+/// What the owner asked to be watched. Every change is kept in "watch-list.json" at once; one that
+/// cannot be written is tried again until it can. Main thread only; answers and notices come from
+/// the main loop, never inline.
+class WatchList {
+ public:
+  struct AddedTarget {
+    WatchTarget target;
+    bool saved = false;  ///< false: it is watched, but not on disk yet
+  };
+  /// The target, or why not, in words for the owner.
+  using Added = std::function<void(Result<AddedTarget, std::string>)>;
+  enum class Removed {
+    done,
+    notSaved,   ///< it is watched no more, but that is not on disk yet
+    decoyLeft,  ///< what lies in the decoy's place is not what was put there, and was left alone
+    notListed
+  };
+  enum class Change {
+    targets,  ///< what is to be watched, or where it lies
+    states    ///< only how targets stand, or whether the list is saved
+  };
+  /// This program itself, which is never watched; `ownDesktopID` where apps go by desktop files.
+  static constexpr std::string_view ownBundleID = "com.corvane.brindle";
+  static constexpr std::string_view ownDesktopID = "brindle";
+
+  /// `fileURL` is the path of "watch-list.json".
+  WatchList(WatchListServices services, std::string fileURL);
+
+  /// Reads the list, blocking, once, at launch and before anything else.
+  void load();
+
+  const std::vector<WatchTarget>& targets() const { return targets_; }
+  /// Null when there is no such target; valid until the list changes.
+  const WatchTarget* find(const Uuid& id) const;
+  WatchTargetState state(const Uuid& id) const;
+  /// The list on disk is this one.
+  bool saved() const { return saving_.saved(); }
+
+  void addFileOrFolder(const std::string& path, Added done);
+  void addApp(const std::string& pathOrId, Added done);
+  void createTripwire(const std::string& name, const std::string& folder, Added done);
+  /// A tripwire's decoy goes too, once the list without it is on disk.
+  void remove(const Uuid& id, std::function<void(Removed)> done);
+
+  /// Where the file, folder or decoy is now; the access held by the result is the caller's to drop.
+  /// Renews a stale bookmark. Without success the target stays and shows as missing.
+  [[nodiscard]] Result<ResolvedBookmark, Bookmarks::Problem> resolve(const Uuid& id);
+
+  /// A decoy was removed or renamed. Looks, and unless it is there puts it back; the owner is told
+  /// either way.
+  void decoyGone(const Uuid& id, const std::string& folder, const std::string& fileName);
+  /// The last-used date of the item that was seen last.
+  void noteUsed(const Uuid& id, WallTime lastSeenUsedDate);
+  /// Why openings of the item are not seen; empty when they are.
+  void noteUnwatchable(const Uuid& id, const std::string& why);
+
+  [[nodiscard]] Subscription onChange(std::function<void(Change)> changed) {
+    return changes_.add(std::move(changed));
+  }
+  /// What the owner is to be told without having asked.
+  [[nodiscard]] Subscription onOwnerNotice(std::function<void(const LocalNotification&)> told) {
+    return notices_.add(std::move(told));
+  }
+  /// Once everything so far was written, or could not be. For quitting.
+  void finish(std::function<void(bool saved)> done) { saving_.finish(std::move(done)); }
+
+ private:
+  struct Adding;
+  void refuse(const Added& done, std::string why);
+  void lookAt(std::shared_ptr<Adding> adding);
+  void probe(std::shared_ptr<Adding> adding);
+  void append(const std::shared_ptr<Adding>& adding);
+  bool watchesFile(const std::string& path);
+  void decoyWritten(const std::shared_ptr<Adding>& adding, DecoyWrite written);
+  void removeDecoy(const std::string& path, std::function<void(Removed)> done);
+  void judgeDecoy(const Uuid& id, const std::string& folder, DecoyLook look);
+  bool rebookmark(WatchTarget& target, const std::string& path);
+  WatchTarget* findMutable(const Uuid& id);
+  WatchTarget begun(WatchTarget::Kind kind, std::string displayName, std::string placeName);
+  void setMissing(const Uuid& id, bool missing);
+  void tell(Change change);
+  void tellOwner(const Uuid& id, std::string title, std::string body);
+
+  Files& files_;
+  WorkerQueue& worker_;
+  Scheduler& scheduler_;
+  Random& random_;
+  FileEvents& events_;
+  const RunningApps& apps_;
+  Log log_;
+  SecurityScopedBookmarks bookmarks_;
+  WatchListFile file_;
+  WatchListSaving saving_;
+  std::vector<WatchTarget> targets_;
+  std::map<Uuid, WatchTargetState> states_;
+  std::vector<std::shared_ptr<Adding>> adding_;
+  Listeners<Change> changes_;
+  Listeners<const LocalNotification&> notices_;
+  Lifetime lifetime_;
+};
+
+}  // namespace brindle

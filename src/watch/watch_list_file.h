@@ -1,0 +1,43 @@
+#pragma once
+
+#include <functional>
+#include <span>
+#include <string>
+#include <vector>
+
+#include "base/log.h"
+#include "platform/files.h"
+#include "watch/watch_target.h"
+
+namespace brindle {
+
+/// The document "watch-list.json". What it holds and could not be read is never written over: it is
+/// kept beside it under another name first. Blocking; one thread at a time.
+class WatchListFile {
+ public:
+  WatchListFile(Files& files, std::string fileURL, std::function<std::string()> localStamp,
+                Log log);
+
+  std::vector<WatchTarget> load();
+  /// Whole and atomic; false leaves the document as it was.
+  [[nodiscard]] bool save(std::span<const WatchTarget> targets);
+
+ private:
+  /// What has to be done before the document may be written over.
+  enum class Aside { nothing, copyPartial, moveUnreadable };
+  bool keepAside();
+  bool moveAside();
+  FileResult<void> copyAside(const std::string& to);
+  template <class Give>
+  FileResult<std::string> giveAsideName(std::string_view kind, Give give);
+
+  Files& files_;
+  const std::string fileURL_;
+  const std::string folder_;
+  const std::function<std::string()> localStamp_;
+  Log log_;
+  /// Before anything was read, whatever lies there is worth keeping.
+  Aside aside_ = Aside::copyPartial;
+};
+
+}  // namespace brindle
