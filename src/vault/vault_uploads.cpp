@@ -28,7 +28,10 @@ VaultUploads::VaultUploads(const VaultParts& parts, const VaultAccounts& account
 void VaultUploads::take(const UnlockEvent& event, std::size_t index) {
   const PhotoKey key{event.id, static_cast<std::int64_t>(index)};
   if (undelivered_.contains(key)) return;
-  undelivered_[key] = {uploadOf(event, index, parts_.machine), event.vaultPhotos[index].file};
+  const UnlockEvent::VaultPhoto& photo = event.vaultPhotos[index];
+  const bool maybeSent =
+      photo.state == UnlockEvent::VaultPhoto::State::queued || underWay_.contains(key);
+  undelivered_[key] = {uploadOf(event, index, parts_.machine), photo.file, maybeSent};
   round_.push_back(key);
   pump();
   events_.changed();
@@ -172,6 +175,7 @@ void VaultUploads::send(const PhotoKey& key, const std::string& blob) {
   const auto built = parts_.client.build(request);
   if (built && parts_.transfer.send(*built, label.text())) {
     underWay_[key] = label.text();
+    undelivered_.at(key).maybeSent = true;
     return;
   }
   parts_.log.notice("vault upload: not handed over, kept");
@@ -187,8 +191,9 @@ void VaultUploads::failed(const PhotoKey& key) {
 
 void VaultUploads::drop(const PhotoKey& key, std::string_view why) {
   parts_.log.notice("vault upload: dropped, %{public}s", why);
-  ++counts_.dropped;
-  end(key, undelivered_.at(key).upload.photoID, Ended::dropped);
+  const Item& item = undelivered_.at(key);
+  // One that the service may have is not forgotten: confirming the event has it deleted.
+  end(key, item.upload.photoID, item.maybeSent ? Ended::rejected : Ended::dropped);
   pump();
   events_.changed();
 }
@@ -219,12 +224,10 @@ void VaultUploads::taken(const TransferResult& result) {
 void VaultUploads::answered(const UploadLabel& label, const ServiceAnswer& answer) {
   if (answer.answer == AnswerClass::done) {
     failuresInARow_ = 0;
-    ++counts_.saved;
     return end(label.key, label.photo, Ended::saved);
   }
   const bool notAllowed = isNotAllowed(answer.status);
   if (answer.answer == AnswerClass::refused && !notAllowed) {
-    ++counts_.rejected;
     return end(label.key, label.photo, Ended::rejected);
   }
   failed(label.key);
@@ -233,6 +236,9 @@ void VaultUploads::answered(const UploadLabel& label, const ServiceAnswer& answe
 }
 
 void VaultUploads::end(PhotoKey key, Uuid photo, Ended how) {
+  if (how == Ended::saved) ++counts_.saved;
+  if (how == Ended::rejected) ++counts_.rejected;
+  if (how == Ended::dropped) ++counts_.dropped;
   undelivered_.erase(key);
   cancel(key);
   events_.ended(key.event, photo, how);

@@ -81,6 +81,7 @@ class VaultUploads {
   struct Item {
     Upload upload;  ///< its bytes are read when it is sealed
     FileName file;
+    bool maybeSent = false;  ///< in an earlier run, too: the service may have it
     std::size_t failures = 0;
     bool notAllowed = false;
   };

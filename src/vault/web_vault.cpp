@@ -10,8 +10,9 @@ namespace {
 
 using VaultPhoto = UnlockEvent::VaultPhoto;
 
-bool isWanted(const VaultPhoto& photo) {
-  return photo.state == VaultPhoto::State::waiting || photo.state == VaultPhoto::State::queued;
+bool isQueued(const VaultPhoto& photo) { return photo.state == VaultPhoto::State::queued; }
+bool isOpen(const VaultPhoto& photo) {
+  return isQueued(photo) || photo.state == VaultPhoto::State::waiting;
 }
 
 }  // namespace
@@ -86,14 +87,15 @@ void WebVault::keepTrying() {
 
 std::vector<Uuid> WebVault::keepCopies(const UnlockEvent& event) {
   const std::string email = parts_.account.accountEmail();
-  if (!wantsUploads() || email.empty() || deletions_.covers(event.id)) return {};
-  if (std::ranges::none_of(event.vaultPhotos, isWanted)) return {};
+  // What was taken on before waits here while nobody wants copies or nobody is signed in.
+  const auto isTaken = wantsUploads() && !email.empty() ? isOpen : isQueued;
+  if (deletions_.covers(event.id) || std::ranges::none_of(event.vaultPhotos, isTaken)) return {};
   // An event has one account: the one its first item was handed over under.
   const bool isNew = !mayHaveBeenHandedOver(event) || accounts_.of(event.id).empty();
-  if (isNew && !accounts_.enter(event.id, email)) return {};
+  if (isNew && (email.empty() || !accounts_.enter(event.id, email))) return {};
   std::vector<Uuid> takenOn;
   for (std::size_t i = 0; i < event.vaultPhotos.size(); ++i) {
-    if (!isWanted(event.vaultPhotos[i])) continue;
+    if (!isTaken(event.vaultPhotos[i])) continue;
     uploads_.take(event, i);
     takenOn.push_back(event.vaultPhotos[i].id);
   }

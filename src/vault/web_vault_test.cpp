@@ -74,7 +74,9 @@ class VaultWorld : public ServiceWorld {
     for (auto& [id, event] : events) {
       const auto takenOn = vault->keepCopies(event);
       for (auto& photo : event.vaultPhotos) {
-        if (std::ranges::find(takenOn, photo.id) != takenOn.end()) photo.state = State::queued;
+        if (photo.state == State::saved || photo.state == State::rejected) continue;
+        const bool its = std::ranges::find(takenOn, photo.id) != takenOn.end();
+        photo.state = its ? State::queued : State::waiting;
       }
     }
   }
@@ -147,8 +149,8 @@ TEST_F(WebVaultTest, ItemsAreSealedWithTheirFactsAndUploadedFewAtATime) {
   service.releaseAll();
   scheduler.run();
   EXPECT_EQ(ended.at(idOf(3, 1)), Ended::dropped) << "only plain names in the photo folder";
-  EXPECT_EQ(ended.at(idOf(4, 1)), Ended::dropped) << "its photo is gone";
-  EXPECT_EQ(shown, (WebVault::Status{true, true, 0, 0, 0, {6, 0, 2}}));
+  EXPECT_EQ(ended.at(idOf(4, 1)), Ended::rejected) << "its photo is gone, but it may be there";
+  EXPECT_EQ(shown, (WebVault::Status{true, true, 0, 0, 0, {6, 1, 1}}));
   EXPECT_EQ(blobs(), 0u);
   EXPECT_TRUE(lines.has("vault upload: dropped, not a photo's name"));
   EXPECT_TRUE(lines.has("vault upload: done, HTTP 200 in 0 ms, 4 waiting"));
@@ -233,6 +235,12 @@ TEST_F(WebVaultTest, WhateverIsLostOnTheWayIsMadeAgainOrDropped) {
   isMadeAgain("vault upload: failed, HTTP 0 in 0 ms, 1 waiting");
   EXPECT_EQ(service.vault.kept().size(), 3u);
 
+  service.once(upload, {.status = 0});
+  const UnlockEvent::VaultPhoto item = happen().vaultPhotos[0];
+  (void)files.remove(joinPath(photos, item.file));
+  mend();
+  EXPECT_EQ(ended[item.id], Ended::rejected) << "its upload may have arrived";
+
   const auto isDropped = [this](const char* line) {
     happen();
     EXPECT_TRUE(lines.has(line));
@@ -243,7 +251,7 @@ TEST_F(WebVaultTest, WhateverIsLostOnTheWayIsMadeAgainOrDropped) {
   service.vault.owner.reset();
   keys->refresh();
   isDropped("vault upload: dropped, no keys");
-  EXPECT_EQ(vault->status().ended, (VaultUploads::Counts{3, 0, 2}));
+  EXPECT_EQ(vault->status().ended, (VaultUploads::Counts{3, 1, 2}));
 }
 
 TEST_F(WebVaultTest, ALaterRunKnowsWhatEarlierOnesHandedOver) {
@@ -292,7 +300,10 @@ TEST_F(WebVaultTest, NothingIsSentWhileItIsOffOrSomebodyElseIsSignedIn) {
             R"([{"email":"adam","events":[")" + adams.upper() + R"("]}])");
   account.signOut();
   relaunch();
-  EXPECT_TRUE(vault->queue().empty()) << "nobody's account";
+  EXPECT_EQ(why(), Why::notSignedIn);
+  const Uuid nobodys = happen().id;
+  EXPECT_EQ(events.at(nobodys).vaultPhotos[0].state, State::waiting);
+  confirm(nobodys);
   confirm(adams);
   be("EVA");
   ask(), scheduler.run();
