@@ -18,9 +18,9 @@ class VaultUploading {
   virtual ~VaultUploading() = default;
   /// The event's items in `vaultPhotos` that are `waiting` or `queued` are to be kept. Returns
   /// those that were taken on, now or earlier: each of them ends by `onResult`, perhaps in a later
-  /// run that asks again. When nobody wants
-  /// copies, or nobody has an account: only those that are `queued`, and they wait. An item without
-  /// a file name has nothing to send; it only keeps its place.
+  /// run that asks again. When nobody wants copies, or nobody has an account: only those that are
+  /// `queued`, and they wait. An item without a file name has nothing to send; it only keeps its
+  /// place.
   [[nodiscard]] virtual std::vector<Uuid> keepCopies(const UnlockEvent& event) = 0;
   /// The owner said that it was them, or deleted the record: what was copied is to go, and nothing
   /// of this event is copied any more.

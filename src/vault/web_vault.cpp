@@ -10,9 +10,11 @@ namespace {
 
 using VaultPhoto = UnlockEvent::VaultPhoto;
 
-bool isQueued(const VaultPhoto& photo) { return photo.state == VaultPhoto::State::queued; }
+bool isQueued(const VaultPhoto& photo) {
+  return photo.state == VaultPhoto::State::queued && !photo.file.empty();
+}
 bool isOpen(const VaultPhoto& photo) {
-  return isQueued(photo) || photo.state == VaultPhoto::State::waiting;
+  return isQueued(photo) || (photo.state == VaultPhoto::State::waiting && !photo.file.empty());
 }
 
 }  // namespace
