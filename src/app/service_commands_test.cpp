@@ -112,7 +112,8 @@ TEST_F(ServiceCommandsTest, TheVaultSaysWhatItWaitsFor) {
   const Reply failed = vault("setup");
   EXPECT_EQ(failed.exitCode, exit_code::failed);
   EXPECT_EQ(failed.text,
-            "No browser could be opened (no?[2J display): https://service.test/vault/setup\n");
+            "No browser could be opened (no?[2J display). Open it yourself: "
+            "https://service.test/vault/setup\n");
   EXPECT_EQ(devices.browser.pages, std::vector<std::string>{"https://service.test/vault/setup"});
   EXPECT_NE(vault("status").text.find("has not been seen yet"), std::string::npos);
   const auto own = org(1, "", false);

@@ -63,7 +63,7 @@ Reply VaultCommands::turn(bool on) {
 void VaultCommands::showKeys(bool json, CommandHandler::Done done) {
   vault_.keys().refresh(
       lifetime_.guard([this, json, done = std::move(done)](const std::string& message) {
-        if (json) return done(saying(vaultKeysJson(facts())));
+        if (json) return done(saying(vaultKeysJson(facts(), message)));
         const std::string why = message.empty() ? "" : message + "\n";
         done(saying(why + vaultKeysText(facts())));
       }));
@@ -84,7 +84,7 @@ void VaultCommands::setUp(const CommandHandler::Done& done) {
     const std::string why = problem.empty()
                                 ? "No browser was chosen"
                                 : "No browser could be opened (" + plainText(problem) + ")";
-    answer(failing(why + ": " + page));
+    answer(failing(why + ". Open it yourself: " + page));
   });
   if (!opened) return done(failing("There is no service to set a vault up at."));
   wait->limit = vault_.scheduler().after(longestWaitForPage, [answer, page] {
@@ -104,7 +104,7 @@ void VaultCommands::lookUp(const Request& request, CommandHandler::Done done) {
         lookedUp_ = code;
         done({.type = Reply::Type::ask,
               .text = fmt::format("The code is of: {}\nIt will be able to open each photo and clip "
-                                  "that is sealed from then on, whoever is in it.\n",
+                                  "that is sealed from then on.\n",
                                   plainText(found->name))});
       }));
 }

@@ -80,7 +80,7 @@ void writeVaultStatus(JsonWriter& out, const VaultFacts& facts) {
 
 std::string vaultStatusText(const VaultFacts& facts) {
   std::string text = facts.status.on ? "The vault is on.\n" : "The vault is off.\n";
-  text += missing(facts);
+  if (facts.status.on) text += missing(facts);
   if (hasKey(facts)) {
     const std::size_t orgs = facts.keys->orgs.size();
     text += "Items are sealed for your vault key";
@@ -107,11 +107,11 @@ std::string vaultKeysText(const VaultFacts& facts) {
                             keys.retentionDays, isoSeconds(keys.fetchedAt));
 }
 
-std::string vaultKeysJson(const VaultFacts& facts) {
+std::string vaultKeysJson(const VaultFacts& facts, const std::string& problem) {
   std::string text;
   JsonWriter out(text);
   const Keys keys = facts.keys.value_or(Keys{});
-  out.beginObject();
+  out.beginObject().field("problem", problem);
   if (keys.vault) out.field("vaultKeyId", keys.vault->keyId);
   out.key("orgs").beginArray();
   for (const Org& each : keys.orgs) {

@@ -25,7 +25,8 @@ void writeVaultStatus(JsonWriter& out, const VaultFacts& facts);
 
 std::string vaultStatusText(const VaultFacts& facts);
 std::string vaultKeysText(const VaultFacts& facts);
-std::string vaultKeysJson(const VaultFacts& facts);
+/// `problem`: why the set may be an older one; empty when it was just fetched.
+std::string vaultKeysJson(const VaultFacts& facts, const std::string& problem);
 std::string vaultQueueText(const VaultFacts& facts);
 std::string vaultQueueJson(const VaultFacts& facts);
 
