@@ -32,13 +32,23 @@ VaultDeletions::VaultDeletions(const VaultParts& parts, VaultAccounts& accounts,
   deleted_.assign(deleted.begin(), deleted.end());
 }
 
-void VaultDeletions::ask(const Uuid& event) {
+void VaultDeletions::ask(const Uuid& event, bool uploadGivenUp) {
   if (covers(event)) return;
+  if (uploadGivenUp) awaitArrival(event);
   pendingDeletes_.insert(event);
   storeAsked();
   round_.push_back(event);
   pump();
   changed_();
+}
+
+void VaultDeletions::awaitArrival(const Uuid& event) {
+  mayArrive_[event] = parts_.scheduler.after(endpoints::vaultUploadTimeout, [this, event = event] {
+    mayArrive_.erase(event);
+    if (deleting_.contains(event)) again_.insert(event);
+    round_.push_back(event);
+    pump();
+  });
 }
 
 bool VaultDeletions::covers(const Uuid& event) const {
@@ -49,7 +59,7 @@ void VaultDeletions::uploadAnswered(const Uuid& event) {
   if (deleting_.contains(event)) again_.insert(event);
   if (std::erase(deleted_, event) == 0) return;
   parts_.log.notice("vault deletion: an upload was answered after it, asked for again");
-  ask(event);
+  ask(event, false);
 }
 
 // ---- sending
@@ -101,7 +111,7 @@ void VaultDeletions::answered(const Uuid& event, const ServiceAnswer& answer) {
   if (done && again) {
     parts_.log.notice("vault deletion: an upload was answered after it, asked for again");
     round_.push_back(event);
-  } else if (done) {
+  } else if (done && !mayArrive_.contains(event)) {
     confirmed(event);
   }
   if (unknown) unknown_[event] = parts_.scheduler.wallTime();

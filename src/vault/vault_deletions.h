@@ -28,8 +28,10 @@ class VaultDeletions {
 
   VaultDeletions(const VaultParts& parts, VaultAccounts& accounts, std::function<void()> changed);
 
-  /// Nothing when it is under way or was confirmed.
-  void ask(const Uuid& event);
+  /// Nothing when it is under way or was confirmed. `uploadGivenUp`: one of its uploads was on its
+  /// way; the service may have it whole and take it in after the deletion, so that once nothing can
+  /// arrive any more it is asked again.
+  void ask(const Uuid& event, bool uploadGivenUp);
   /// An upload of the event was answered although the event is being deleted, or was.
   void uploadAnswered(const Uuid& event);
   /// Being deleted, or deleted: nothing of it is uploaded.
@@ -39,6 +41,7 @@ class VaultDeletions {
   std::size_t pending() const { return pendingDeletes_.size(); }
 
  private:
+  void awaitArrival(const Uuid& event);
   bool maySend(const Uuid& event) const;
   void pump();
   void send(const Uuid& event);
@@ -56,6 +59,7 @@ class VaultDeletions {
   std::deque<Uuid> deleted_;          ///< the latest last
   std::map<Uuid, WallTime> unknown_;  ///< when the service knew nothing of it
   std::set<Uuid> again_;              ///< an upload was answered while it was under way
+  std::map<Uuid, Timer> mayArrive_;   ///< given up on its way, a moment ago
   std::deque<Uuid> round_;            ///< still to be tried in this run
   std::size_t failuresInARow_ = 0;
   std::size_t storedThisTurn_ = 0;

@@ -37,7 +37,7 @@ void VaultUploads::take(const UnlockEvent& event, std::size_t index) {
   events_.changed();
 }
 
-void VaultUploads::forget(const Uuid& event) {
+bool VaultUploads::forget(const Uuid& event) {
   std::vector<PhotoKey> its;
   for (auto each = underWay_.lower_bound({event, 0});
        each != underWay_.end() && each->first.event == event; ++each) {
@@ -47,6 +47,7 @@ void VaultUploads::forget(const Uuid& event) {
   std::erase_if(undelivered_, [&](const auto& each) { return each.first.event == event; });
   pump();
   events_.changed();
+  return !its.empty();
 }
 
 bool VaultUploads::knows(const Uuid& event) const {

@@ -60,8 +60,8 @@ class VaultUploads {
   void start();
   /// Again is nothing.
   void take(const UnlockEvent& event, std::size_t index);
-  /// Cancels what is on its way and forgets the rest.
-  void forget(const Uuid& event);
+  /// Cancels what is on its way and forgets the rest. True when something was on its way.
+  bool forget(const Uuid& event);
   /// Whether anything of the event waits or is on its way.
   bool knows(const Uuid& event) const;
   /// Tries each that waits once, until several in a row have failed.

@@ -106,8 +106,8 @@ std::vector<Uuid> WebVault::keepCopies(const UnlockEvent& event) {
 
 void WebVault::deleteCopies(const UnlockEvent& event) {
   const bool asked = mayHaveBeenHandedOver(event);
-  uploads_.forget(event.id);
-  if (asked) deletions_.ask(event.id);
+  const bool givenUp = uploads_.forget(event.id);
+  if (asked) deletions_.ask(event.id, givenUp);
 }
 
 bool WebVault::mayHaveBeenHandedOver(const UnlockEvent& event) const {

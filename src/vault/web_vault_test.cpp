@@ -357,12 +357,21 @@ TEST_F(WebVaultTest, ADeletionIsAskedForUntilItIsConfirmedAndNotAgain) {
   EXPECT_EQ(arrived(removal), 5u);
   EXPECT_EQ(lines.count("vault deletion: an upload was answered after it, asked for again"), 2u);
 
+  service.always(upload, {.held = true});
+  (void)vault->setWantsUploads(true);
+  confirm(happen().id);
+  scheduler.advance(59s);
+  EXPECT_TRUE(arrived(removal) == 6 && vault->status().pendingDeletes == 1);
+  scheduler.advance(1s);
+  EXPECT_TRUE(arrived(removal) == 7 && vault->status().pendingDeletes == 0)
+      << "what was given up on its way may have arrived after the first";
+
   UnlockEvent untouched = event;
   untouched.id = idOf(9, 9);
   untouched.vaultPhotos = {{"a.jpg", idOf(1, 1)}};
   vault->deleteCopies(untouched);
   scheduler.run();
-  EXPECT_EQ(arrived(removal), 5u) << "nothing of it ever left";
+  EXPECT_EQ(arrived(removal), 7u) << "nothing of it ever left";
 }
 
 TEST_F(WebVaultTest, AWholeHistoryIsDeletedWithoutFloodingAnybody) {
