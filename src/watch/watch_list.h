@@ -8,40 +8,17 @@
 #include <vector>
 
 #include "base/lifetime.h"
-#include "base/log.h"
 #include "base/result.h"
 #include "base/subscription.h"
-#include "platform/file_events.h"
 #include "platform/notifications.h"
-#include "platform/random.h"
-#include "platform/running_apps.h"
 #include "watch/security_scoped_bookmarks.h"
 #include "watch/tripwire_decoy.h"
 #include "watch/watch_list_file.h"
 #include "watch/watch_list_saving.h"
+#include "watch/watch_list_services.h"
 #include "watch/watch_target.h"
 
 namespace brindle {
-
-/// What the list works with; all of it outlives the list.
-struct WatchListServices {
-  Files& files;
-  WorkerQueue& worker;  ///< all file work but the reading at launch
-  Scheduler& scheduler;
-  Random& random;
-  Bookmarks& bookmarks;
-  FileEvents& events;  ///< for the look whether openings of an item are seen
-  const RunningApps& apps;
-  std::function<std::string()> localStamp;  ///< local calendar time "yyyyMMdd-HHmmss"
-  Log log;
-};
-
-/// How a target stands in this run; none of it is kept on disk.
-struct WatchTargetState {
-  bool missing = false;     ///< its bookmark led nowhere when it was last followed
-  std::string unwatchable;  ///< not empty: why its openings are not seen, for a person
-  bool operator==(const WatchTargetState&) const = default;
-};
 
 /// What the owner asked to be watched. Every change is kept in "watch-list.json" at once; one that
 /// cannot be written is tried again until it can. Main thread only; answers and notices come from
@@ -67,6 +44,8 @@ class WatchList {
   /// This program itself, which is never watched; `ownDesktopID` where apps go by desktop files.
   static constexpr std::string_view ownBundleID = "com.corvane.brindle";
   static constexpr std::string_view ownDesktopID = "brindle";
+  /// Why a target is unwatchable whose opening by ourselves was not seen.
+  static constexpr const char* openingsUnseen = "Its file system doesn't tell who opens it.";
 
   /// `fileURL` is the path of "watch-list.json".
   WatchList(WatchListServices services, std::string fileURL);
@@ -98,6 +77,10 @@ class WatchList {
   void noteUsed(const Uuid& id, WallTime lastSeenUsedDate);
   /// Why openings of the item are not seen; empty when they are.
   void noteUnwatchable(const Uuid& id, const std::string& why);
+  /// Follows every bookmark and looks whether openings are seen; `states` change as answers come.
+  /// Not while a stream observes: where openings by this program cannot be told apart, it would
+  /// report itself.
+  void lookAgain();
 
   [[nodiscard]] Subscription onChange(std::function<void(Change)> changed) {
     return changes_.add(std::move(changed));
@@ -110,21 +93,36 @@ class WatchList {
   void finish(std::function<void(bool saved)> done) { saving_.finish(std::move(done)); }
 
  private:
-  struct Adding;
+  /// An addition under way; `probe` is alive until the answer came.
+  struct Adding {
+    WatchTarget target;
+    std::string path;  // the real one
+    Added done;
+    bool seen = true;  // an opening of ours was
+    Subscription probe;
+  };
+  using AddingRef = std::shared_ptr<Adding>;
+
   void refuse(const Added& done, std::string why);
-  void lookAt(std::shared_ptr<Adding> adding);
-  void probe(std::shared_ptr<Adding> adding);
-  void append(const std::shared_ptr<Adding>& adding);
-  bool watchesFile(const std::string& path);
-  void decoyWritten(const std::shared_ptr<Adding>& adding, DecoyWrite written);
-  void removeDecoy(const std::string& path, std::function<void(Removed)> done);
-  void judgeDecoy(const Uuid& id, const std::string& folder, DecoyLook look);
-  bool rebookmark(WatchTarget& target, const std::string& path);
-  WatchTarget* findMutable(const Uuid& id);
   WatchTarget begun(WatchTarget::Kind kind, std::string displayName, std::string placeName);
+  /// A file or folder: which of them is for the worker to see.
+  void lookAt(const AddingRef& adding);
+  void probe(const AddingRef& adding);
+  void append(const AddingRef& adding);
+  bool watches(const Adding& adding);
+  void decoyWritten(const AddingRef& adding, DecoyWrite written);
+
+  std::string removedDecoyPath(const WatchTarget& target);
+  void removeDecoy(const std::string& path, std::function<void(Removed)> done);
+  void judgeDecoy(const Uuid& id, const std::string& path, DecoyLook look);
+  bool rebookmark(WatchTarget& target, const std::string& path);
+  void decoyMissing(const WatchTarget& target);
+
+  WatchTarget* findMutable(const Uuid& id);
+  std::string temporaryDecoyName();
   void setMissing(const Uuid& id, bool missing);
   void tell(Change change);
-  void tellOwner(const Uuid& id, std::string title, std::string body);
+  void tellOwner(const Uuid& id, const std::string& title, const std::string& body);
 
   Files& files_;
   WorkerQueue& worker_;
@@ -138,7 +136,8 @@ class WatchList {
   WatchListSaving saving_;
   std::vector<WatchTarget> targets_;
   std::map<Uuid, WatchTargetState> states_;
-  std::vector<std::shared_ptr<Adding>> adding_;
+  std::vector<AddingRef> adding_;
+  std::map<Uuid, Subscription> probes_;
   Listeners<Change> changes_;
   Listeners<const LocalNotification&> notices_;
   Lifetime lifetime_;

@@ -29,7 +29,7 @@ class WatchListFile {
   bool moveAside();
   FileResult<void> copyAside(const std::string& to);
   template <class Give>
-  FileResult<std::string> giveAsideName(std::string_view kind, Give give);
+  FileResult<void> giveAsideName(std::string_view kind, Give give);
 
   Files& files_;
   const std::string fileURL_;

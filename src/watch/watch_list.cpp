@@ -1,0 +1,100 @@
+#include "watch/watch_list.h"
+
+#include <algorithm>
+#include <utility>
+
+#include "platform/file_step.h"
+
+namespace brindle {
+
+using Problem = Bookmarks::Problem;
+
+WatchList::WatchList(WatchListServices services, std::string fileURL)
+    : files_(services.files),
+      worker_(services.worker),
+      scheduler_(services.scheduler),
+      random_(services.random),
+      events_(services.events),
+      apps_(services.apps),
+      log_(services.log),
+      bookmarks_(services.bookmarks),
+      file_(services.files, std::move(fileURL), std::move(services.localStamp), services.log),
+      saving_(
+          file_, services.worker, services.scheduler, [this] { return targets_; },
+          [this] { tell(Change::states); }) {}
+
+void WatchList::load() {
+  targets_ = file_.load();
+  tell(Change::targets);
+}
+
+WatchTarget* WatchList::findMutable(const Uuid& id) {
+  const auto found = std::ranges::find(targets_, id, &WatchTarget::id);
+  return found == targets_.end() ? nullptr : &*found;
+}
+
+const WatchTarget* WatchList::find(const Uuid& id) const {
+  const auto found = std::ranges::find(targets_, id, &WatchTarget::id);
+  return found == targets_.end() ? nullptr : &*found;
+}
+
+WatchTargetState WatchList::state(const Uuid& id) const {
+  const auto known = states_.find(id);
+  return known == states_.end() ? WatchTargetState{} : known->second;
+}
+
+Result<ResolvedBookmark, Problem> WatchList::resolve(const Uuid& id) {
+  WatchTarget* target = findMutable(id);
+  if (!target || target->bookmark.empty()) return Failure<Problem>(Problem::other);
+  auto resolved = bookmarks_.resolve(target->bookmark);
+  setMissing(id, !resolved);
+  if (!resolved) return Failure<Problem>(resolved.error());
+  if (resolved->renewed) {
+    target->bookmark = *std::move(resolved->renewed);
+    saving_.changed();
+  }
+  return std::move(resolved->place);
+}
+
+void WatchList::noteUsed(const Uuid& id, WallTime lastSeenUsedDate) {
+  WatchTarget* target = findMutable(id);
+  if (!target || target->lastSeenUsedDate == lastSeenUsedDate) return;
+  target->lastSeenUsedDate = lastSeenUsedDate;
+  saving_.changed();
+}
+
+void WatchList::noteUnwatchable(const Uuid& id, const std::string& why) {
+  if (!find(id) || state(id).unwatchable == why) return;
+  states_[id].unwatchable = why;
+  tell(Change::states);
+}
+
+void WatchList::lookAgain() {
+  for (const WatchTarget& target : targets_) {
+    const Uuid id = target.id;
+    const auto place = resolve(id);
+    if (!place) continue;
+    probes_[id] = events_.probe(place->path, lifetime_.guard([this, id](bool seen) {
+      noteUnwatchable(id, seen ? "" : openingsUnseen);
+    }));
+  }
+}
+
+void WatchList::setMissing(const Uuid& id, bool missing) {
+  if (state(id).missing == missing) return;
+  states_[id].missing = missing;
+  tell(Change::states);
+}
+
+void WatchList::tell(Change change) {
+  scheduler_.post(lifetime_.guard([this, change] { changes_.tell(change); }));
+}
+
+void WatchList::tellOwner(const Uuid& id, const std::string& title, const std::string& body) {
+  const LocalNotification notification{"tripwire-" + id.lower(), title, body};
+  scheduler_.post(lifetime_.guard([this, notification] { notices_.tell(notification); }));
+}
+
+std::string WatchList::temporaryDecoyName() { return temporaryName(random_.newUuid().lower()); }
+
+}  // namespace brindle
