@@ -15,12 +15,13 @@ set(sign codesign --force --sign - --entitlements ${packaging}/Brindle-dev.entit
 add_custom_target(bundle ALL
   COMMAND ${CMAKE_COMMAND} -E make_directory ${programs}
   COMMAND ${CMAKE_COMMAND} -E copy
-    $<TARGET_FILE:brindle> $<TARGET_FILE:brindle-keeper> $<TARGET_FILE:brindle-desktop> ${programs}
+    $<TARGET_FILE:brindle> $<TARGET_FILE:brindle-keeper> $<TARGET_FILE:brindle-desktop> $<TARGET_FILE:brindle-unseal> ${programs}
   COMMAND ${CMAKE_COMMAND} -E copy_directory
     ${BRINDLE_SAMPLE_FRAMES} ${bundle}/Contents/Resources/sample_frames
   COMMAND plutil -lint ${bundle}/Contents/Info.plist ${packaging}/Brindle-dev.entitlements
   COMMAND ${sign} ${programs}/brindle-keeper
+  COMMAND ${sign} ${programs}/brindle-unseal
   COMMAND ${sign} ${programs}/brindle
   COMMAND ${sign} ${bundle}
-  DEPENDS brindle brindle-keeper brindle-desktop
+  DEPENDS brindle brindle-keeper brindle-desktop brindle-unseal
   COMMENT "Putting Brindle.app together" VERBATIM)
