@@ -6,4 +6,4 @@ brindle_library(brindle_watch_list
   PRIVATE_LINKS PkgConfig::ICU)
 brindle_test(watch_list_test
   SOURCES watch_list_test.cpp
-  LINKS brindle_watch_list brindle_memory brindle_posix brindle_testing)
+  LINKS brindle_watch_list brindle_memory brindle_testing)

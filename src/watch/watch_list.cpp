@@ -47,10 +47,13 @@ Result<ResolvedBookmark, Problem> WatchList::resolve(const Uuid& id) {
   WatchTarget* target = findMutable(id);
   if (!target || target->bookmark.empty()) return Failure<Problem>(Problem::other);
   auto resolved = bookmarks_.resolve(target->bookmark);
+  const std::string_view kind = WatchTarget::kindNames.of(target->kind);
+  if (!resolved && !state(id).missing) log_.notice("watch list: %{public}s missing", kind);
   setMissing(id, !resolved);
   if (!resolved) return Failure<Problem>(resolved.error());
   if (resolved->renewed) {
     target->bookmark = *std::move(resolved->renewed);
+    log_.notice("watch list: bookmark of %{public}s renewed", kind);
     saving_.changed();
   }
   return std::move(resolved->place);

@@ -1,6 +1,7 @@
 #include <algorithm>
 #include <utility>
 
+#include "base/utf8.h"
 #include "platform/file_step.h"
 #include "watch/watch_list.h"
 
@@ -9,10 +10,11 @@ namespace {
 
 using Problem = Bookmarks::Problem;
 
-/// The last piece of a path that may end in slashes.
+/// The last piece of a path that may end in slashes, for a person: where names are bytes, they need
+/// not be text.
 std::string itemName(std::string path) {
   while (path.size() > 1 && path.back() == '/') path.pop_back();
-  return path == "/" ? path : nameOf(path);
+  return path == "/" ? path : repairedUtf8(nameOf(path));
 }
 
 std::string placeNameOf(const std::string& path) { return itemName(folderOf(path)); }
@@ -63,6 +65,7 @@ Sort sortOf(Files& files, const std::string& path) {
 }  // namespace
 
 void WatchList::refuse(const Added& done, std::string why) {
+  log_.notice("watch list: not added: %{private}s", why);
   scheduler_.post(
       lifetime_.guard([done, why = std::move(why)] { done(Failure<std::string>(why)); }));
 }
@@ -183,16 +186,13 @@ void WatchList::createTripwire(const std::string& name, const std::string& folde
 
 void WatchList::decoyWritten(const AddingRef& adding, DecoyWrite written) {
   if (written == DecoyWrite::nameTaken) {
-    return adding->done(Failure<std::string>(decoyNameTaken(adding->target.decoyFileName)));
+    return refuse(adding->done, decoyNameTaken(adding->target.decoyFileName));
   }
-  const auto notThere = [&adding] {
-    adding->done(Failure<std::string>(std::string(decoyNotWritten)));
-  };
-  if (written == DecoyWrite::failed) return notThere();
+  if (written == DecoyWrite::failed) return refuse(adding->done, std::string(decoyNotWritten));
   auto created = bookmarks_.create(adding->path);
   if (!created) {
     removeDecoy(adding->path, {});
-    return notThere();
+    return refuse(adding->done, std::string(decoyNotWritten));
   }
   adding->target.bookmark = std::move(created->bookmark);
   probe(adding);

@@ -113,7 +113,7 @@ TEST_F(WatchListTest, WhatCannotBeWatchedIsRefusedInWords) {
       "' is in a cloud storage folder. Brindle can't watch those yet, so choose something kept on "
       "this Mac.";
   bookmarks.removed = {"/home/u/none"};
-  bookmarks.denied = {"/root/x"};
+  bookmarks.denied = {"/locked/x"};
   bookmarks.moved["/home/u/link"] = "/home/u/Library/CloudStorage/Drop/b";
   ASSERT_EQ(add("/home/u/Plans/a.txt"), "added");
   for (const auto& [path, message] : std::vector<std::pair<std::string, std::string>>{
@@ -122,7 +122,7 @@ TEST_F(WatchListTest, WhatCannotBeWatchedIsRefusedInWords) {
            {"/home/u/Library/CloudStorage/Drop/", "'Drop" + cloud},
            {"/home/u/link", "'link" + cloud},
            {"/home/u/none", "'none' isn't there."},
-           {"/root/x", "Brindle isn't allowed to look at 'x'."},
+           {"/locked/x", "Brindle isn't allowed to look at 'x'."},
            {"/home/u/Plans/a.txt", "'a.txt' is already watched."}}) {
     EXPECT_EQ(add(path), message);
   }
@@ -142,6 +142,7 @@ TEST_F(WatchListTest, WhatCannotBeWatchedIsRefusedInWords) {
     EXPECT_EQ(addApp(path), message);
   }
   EXPECT_EQ(list->targets().size(), 2u);
+  EXPECT_TRUE(lines.has("watch list: not added: 'Notes' is already watched."));
 }
 
 TEST_F(WatchListTest, WhatIsAddedIsWrittenAndThereAgain) {
@@ -362,6 +363,8 @@ TEST_F(WatchListTest, MissingTargetsStayAndStaleBookmarksAreRenewed) {
   EXPECT_EQ(place->path, "/home/u/b.txt");
   EXPECT_EQ(bookmarks.accessing, 1);
   EXPECT_FALSE(list->state(id).missing);
+  EXPECT_TRUE(lines.has("watch list: file missing"));
+  EXPECT_TRUE(lines.has("watch list: bookmark of file renewed"));
   clock.run();
   EXPECT_EQ(readWatchList(content(listPath))->readable().front().bookmark,
             bytesOf("memory:/home/u/b.txt"));
