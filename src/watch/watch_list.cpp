@@ -51,8 +51,8 @@ Result<ResolvedBookmark, Problem> WatchList::resolve(const Uuid& id) {
   if (!resolved && !state(id).missing) log_.notice("watch list: %{public}s missing", kind);
   setMissing(id, !resolved);
   if (!resolved) return Failure<Problem>(resolved.error());
-  if (resolved->renewed) {
-    target->bookmark = *std::move(resolved->renewed);
+  if (auto& renewed = resolved->renewed; renewed.has_value()) {
+    target->bookmark = *std::move(renewed);
     log_.notice("watch list: bookmark of %{public}s renewed", kind);
     saving_.changed();
   }

@@ -15,8 +15,9 @@ namespace {
 bool readBookmark(const Json& json, Bytes& out) {
   const auto text = jsonText(json);
   auto bytes = text ? fromBase64(*text) : std::nullopt;
-  if (bytes) out = *std::move(bytes);
-  return bytes.has_value();
+  if (!bytes) return false;
+  out = *std::move(bytes);
+  return true;
 }
 
 /// A decoy's name is joined with its folder, so it must not lead out of it.
