@@ -17,7 +17,7 @@ export class UnsealError extends Error {
 const curve = { name: "ECDH", namedCurve: "P-256" };
 const tagBytes = 16;
 /** A sealed header takes about 230 bytes a recipient; a longer one is not worth reading. */
-const longestHeader = 1 << 20;
+const longestHeader = 2 << 20;
 const longestKeyFile = 1 << 16;
 
 const utf8 = (text) => new TextEncoder().encode(text);

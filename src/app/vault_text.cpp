@@ -9,12 +9,13 @@ namespace brindle {
 namespace {
 
 using Why = VaultUploads::Waiting::Why;
-constexpr EnumNames<Why, 8> whyNames{{{
+constexpr EnumNames<Why, 9> whyNames{{{
     {Why::inTurn, "is sealed in its turn"},
     {Why::sealing, "is being sealed"},
     {Why::onItsWay, "on its way"},
     {Why::waitsForRetry, "is tried again"},
     {Why::notAllowed, "refused, waits for another sign-in or other keys"},
+    {Why::awaitsKeys, "waits until the service has told its keys"},
     {Why::off, "waits until the vault is on"},
     {Why::notSignedIn, "waits until somebody is signed in"},
     {Why::ofAnotherAccount, "waits until its account is signed in"},

@@ -15,6 +15,9 @@ enum class AnswerClass {
 /// malformed will not get better by repeating it.
 AnswerClass classify(int status);
 
+/// Refused only as things are: with another token, another plan or other keys it may be accepted.
+inline bool isNotAllowed(int status) { return status == 401 || status == 402 || status == 403; }
+
 /// "done", "refused" or "failed", as the log has them.
 std::string_view nameOf(AnswerClass answer);
 

@@ -29,7 +29,7 @@ class OrgSharing {
   template <class Reply>
   using Done = std::function<void(const Result<Reply, std::string>& outcome)>;
 
-  explicit OrgSharing(Parts parts) : parts_(std::move(parts)) {}
+  explicit OrgSharing(const Parts& parts) : parts_(parts) {}
 
   /// Whose code this is, for the person to confirm.
   void lookUp(const std::string& code, Done<LookupReply> done);

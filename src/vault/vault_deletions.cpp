@@ -32,9 +32,8 @@ VaultDeletions::VaultDeletions(const VaultParts& parts, VaultAccounts& accounts,
   deleted_.assign(deleted.begin(), deleted.end());
 }
 
-void VaultDeletions::ask(const Uuid& event, bool uploadGivenUp) {
+void VaultDeletions::ask(const Uuid& event) {
   if (covers(event)) return;
-  if (uploadGivenUp) awaitArrival(event);
   pendingDeletes_.insert(event);
   storeAsked();
   round_.push_back(event);
@@ -42,24 +41,30 @@ void VaultDeletions::ask(const Uuid& event, bool uploadGivenUp) {
   changed_();
 }
 
-void VaultDeletions::awaitArrival(const Uuid& event) {
-  mayArrive_[event] = parts_.scheduler.after(endpoints::vaultUploadTimeout, [this, event = event] {
-    mayArrive_.erase(event);
-    if (deleting_.contains(event)) again_.insert(event);
-    round_.push_back(event);
-    pump();
-  });
-}
-
 bool VaultDeletions::covers(const Uuid& event) const {
   return pendingDeletes_.contains(event) || std::ranges::find(deleted_, event) != deleted_.end();
 }
 
 void VaultDeletions::uploadAnswered(const Uuid& event) {
-  if (deleting_.contains(event)) again_.insert(event);
-  if (std::erase(deleted_, event) == 0) return;
+  if (std::erase(deleted_, event) == 0) return askAgain(event);
   parts_.log.notice("vault deletion: an upload was answered after it, asked for again");
-  ask(event, false);
+  ask(event);
+}
+
+void VaultDeletions::uploadGivenUp(const Uuid& event) {
+  mayArrive_[event] = parts_.scheduler.after(endpoints::vaultUploadTimeout, [this, event = event] {
+    mayArrive_.erase(event);
+    askAgain(event);
+  });
+  if (std::erase(deleted_, event) > 0) ask(event);
+}
+
+/// Once more, although it is under way, or was not known a moment ago.
+void VaultDeletions::askAgain(const Uuid& event) {
+  unknown_.erase(event);
+  if (deleting_.contains(event)) again_.insert(event);
+  round_.push_back(event);
+  pump();
 }
 
 // ---- sending
@@ -108,13 +113,14 @@ void VaultDeletions::answered(const Uuid& event, const ServiceAnswer& answer) {
   const bool done = answer.answer == AnswerClass::done;
   const bool unknown = answer.status == 404 || answer.status == 410;
   failuresInARow_ = done || unknown ? 0 : failuresInARow_ + 1;
-  if (done && again) {
+  if (again && (done || unknown)) {
     parts_.log.notice("vault deletion: an upload was answered after it, asked for again");
     round_.push_back(event);
   } else if (done && !mayArrive_.contains(event)) {
     confirmed(event);
+  } else if (unknown) {
+    unknown_[event] = parts_.scheduler.wallTime();
   }
-  if (unknown) unknown_[event] = parts_.scheduler.wallTime();
   if (failuresInARow_ >= mostFailuresInARow) round_.clear();
   parts_.log.notice(
       "vault deletion: %{public}s, HTTP %{public}ld in %{public}ld ms, %{public}ld pending",

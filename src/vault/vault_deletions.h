@@ -28,12 +28,13 @@ class VaultDeletions {
 
   VaultDeletions(const VaultParts& parts, VaultAccounts& accounts, std::function<void()> changed);
 
-  /// Nothing when it is under way or was confirmed. `uploadGivenUp`: one of its uploads was on its
-  /// way; the service may have it whole and take it in after the deletion, so that once nothing can
-  /// arrive any more it is asked again.
-  void ask(const Uuid& event, bool uploadGivenUp);
+  /// Nothing when it is under way or was confirmed.
+  void ask(const Uuid& event);
   /// An upload of the event was answered although the event is being deleted, or was.
   void uploadAnswered(const Uuid& event);
+  /// One was on its way and was given up: the service may have it whole and take it in after the
+  /// deletion, so that once nothing can arrive any more it is asked again. Goes before `ask`.
+  void uploadGivenUp(const Uuid& event);
   /// Being deleted, or deleted: nothing of it is uploaded.
   bool covers(const Uuid& event) const;
   /// Tries each that is pending once, until several in a row have failed.
@@ -41,7 +42,7 @@ class VaultDeletions {
   std::size_t pending() const { return pendingDeletes_.size(); }
 
  private:
-  void awaitArrival(const Uuid& event);
+  void askAgain(const Uuid& event);
   bool maySend(const Uuid& event) const;
   void pump();
   void send(const Uuid& event);

@@ -11,7 +11,7 @@ constexpr Duration day = std::chrono::hours(24);
 
 }  // namespace
 
-VaultKeySet::VaultKeySet(Parts parts) : parts_(std::move(parts)) { load(); }
+VaultKeySet::VaultKeySet(const Parts& parts) : parts_(parts) { load(); }
 
 void VaultKeySet::load() {
   const auto text = parts_.defaults.text(keysKey);
@@ -35,6 +35,10 @@ const Keys* VaultKeySet::keys() const {
 std::vector<Bytes> VaultKeySet::recipients() const {
   const Keys* known = keys();
   return known ? recipientsOf(*known) : std::vector<Bytes>();
+}
+
+bool VaultKeySet::isOwed() const {
+  return !keys() && !sameAddress(refusedFor_, parts_.account.accountEmail());
 }
 
 // ---- when it is fetched
@@ -65,7 +69,8 @@ bool VaultKeySet::isDue() const {
 }
 
 void VaultKeySet::beforeSealing(std::function<void()> done) {
-  if (!isDue()) return parts_.scheduler.post(lifetime_.guard(std::move(done)));
+  const bool waitedFor = keysTask_ && waitedOut_;
+  if (!isDue() || waitedFor) return parts_.scheduler.post(lifetime_.guard(std::move(done)));
   hold(std::move(done));
   refresh();
 }
@@ -80,6 +85,7 @@ void VaultKeySet::hold(std::function<void()> done) {
   if (heldUntil_.armed()) return;
   heldUntil_ = parts_.scheduler.after(longestWait, [this] {
     parts_.log.notice("vault keys: no answer yet, going on with the kept set");
+    waitedOut_ = true;
     releaseHeld();
   });
 }
@@ -100,6 +106,7 @@ void VaultKeySet::refresh(Done done) {
 
 void VaultKeySet::ask() {
   keysTask_.end();
+  waitedOut_ = false;
   askedFor_ = parts_.account.accountEmail();
   ServiceRequest request;
   request.method = HttpRequest::Method::get;
@@ -115,6 +122,8 @@ void VaultKeySet::answered(const ServiceAnswer& answer) {
   keysTask_.end();
   // Another's set, or nobody's: whoever waits wants that of the account there is now.
   if (!sameAddress(askedFor_, parts_.account.accountEmail())) return ask();
+  const bool none = answer.answer == AnswerClass::refused && !isNotAllowed(answer.status);
+  refusedFor_ = none ? askedFor_ : "";
   finish(taken(answer));
 }
 

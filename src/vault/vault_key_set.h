@@ -41,7 +41,7 @@ class VaultKeySet {
   using Done = std::function<void(const std::string& message)>;
 
   /// Knows at once what was kept last time, unless that fails the checks.
-  explicit VaultKeySet(Parts parts);
+  explicit VaultKeySet(const Parts& parts);
 
   /// Fetches now, daily, and whenever somebody signs in.
   void start();
@@ -51,13 +51,16 @@ class VaultKeySet {
   /// again. `done` from the main loop when that ended or after `longestWait`.
   void refreshAnew(std::function<void()> done);
   /// `done` from the main loop when `keys` is as new as a sealing needs it or can have it: at once,
-  /// or after `longestWait` at most.
+  /// or after `longestWait` at most. One fetch is waited for once, however many items ask.
   void beforeSealing(std::function<void()> done);
 
   /// The set of the account that this machine has now, verified; null when there is none.
   const Keys* keys() const;
   /// Empty: nothing can be sealed.
   std::vector<Bytes> recipients() const;
+  /// There is none because the service could not say it yet: no answer, one that was no good set,
+  /// or one that another sign-in may change.
+  bool isOwed() const;
   /// The setup page was opened and no vault key has been seen since.
   bool setupStarted() const { return parts_.defaults.boolean(setupStartedKey).value_or(false); }
 
@@ -84,9 +87,11 @@ class VaultKeySet {
   std::string keysAccount_;  ///< whose `keys_` are
   Subscription keysTask_;    ///< the fetch in flight
   std::string askedFor_;     ///< the account it is for
+  std::string refusedFor_;   ///< the account that has none, as the service said last
   std::vector<Done> waiting_;
   std::vector<std::function<void()>> held_;
   Timer heldUntil_, dailyAwake_, dailyWall_;
+  bool waitedOut_ = false;  ///< for the fetch in flight
   Subscription sessionChanges_;
   Listeners<bool> fetched_;
   Lifetime lifetime_;

@@ -10,8 +10,8 @@ namespace brindle {
 namespace {
 
 constexpr std::size_t tagBytes = std::tuple_size_v<GcmTag>;
-// Room for thousands of recipients; a longer one would only cost memory.
-constexpr std::size_t longestHeader = std::size_t{1} << 20;
+// Room for as many recipients as a key set of 1 MiB can name; a longer one would only cost memory.
+constexpr std::size_t longestHeader = std::size_t{2} << 20;
 
 /// Ciphertext and tag, opened where they are. Empty when they do not hold.
 std::optional<std::span<std::uint8_t>> openInPlace(Crypto& crypto, const SecretKey& key,

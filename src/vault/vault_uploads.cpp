@@ -15,9 +15,6 @@ constexpr Duration settlePause = std::chrono::seconds(1);
 // The service or the way to it is at fault, not these items: the rest waits for the next offer.
 constexpr std::size_t mostFailuresInARow = 3;
 
-/// Refused only as things are: with another token, another plan or other keys it may be taken.
-bool isNotAllowed(int status) { return status == 401 || status == 402 || status == 403; }
-
 }  // namespace
 
 VaultUploads::VaultUploads(const VaultParts& parts, const VaultAccounts& accounts, Events events)
@@ -85,6 +82,7 @@ VaultUploads::Waiting::Why VaultUploads::why(const PhotoKey& key, const Item& it
   if (!session) return Why::notSignedIn;
   if (!sameAddress(session->email, accounts_.of(key.event))) return Why::ofAnotherAccount;
   if (item.notAllowed) return Why::notAllowed;
+  if (parts_.keys.isOwed()) return Why::awaitsKeys;
   if (preparing_ == key) return Why::sealing;
   return item.failures > 0 ? Why::waitsForRetry : Why::inTurn;
 }
@@ -92,8 +90,9 @@ VaultUploads::Waiting::Why VaultUploads::why(const PhotoKey& key, const Item& it
 bool VaultUploads::mayBeSent(const PhotoKey& key) const {
   const auto item = undelivered_.find(key);
   if (item == undelivered_.end()) return false;
+  using Why = Waiting::Why;
   const auto reason = why(key, item->second);
-  return reason == Waiting::Why::inTurn || reason == Waiting::Why::waitsForRetry;
+  return reason == Why::inTurn || reason == Why::waitsForRetry || reason == Why::awaitsKeys;
 }
 
 // ---- one after the other
@@ -129,6 +128,10 @@ void VaultUploads::prepare(const PhotoKey& key) {
 }
 
 void VaultUploads::seal(const PhotoKey& key) {
+  if (parts_.keys.isOwed()) {  // nobody knows yet whether it can be sealed
+    round_.clear();
+    return events_.changed();
+  }
   const Item& item = undelivered_.at(key);
   auto recipients = parts_.keys.recipients();
   if (recipients.empty()) return drop(key, "no keys");
@@ -141,7 +144,7 @@ void VaultUploads::seal(const PhotoKey& key) {
        photo = joinPath(parts_.photos, item.file), recipients = std::move(recipients),
        path = joinPath(parts_.temporary, blob),
        result] { *result = prepareUpload(files, crypto, upload, photo, recipients, path); },
-      lifetime_.guard([this, key, blob, result, email = parts_.account.session()->email] {
+      lifetime_.guard([this, key, blob, result, email = parts_.account.accountEmail()] {
         prepared(key, *result, blob, email);
       }));
 }
@@ -151,7 +154,7 @@ void VaultUploads::prepared(const PhotoKey& key, Prepared result, const std::str
                             const std::string& email) {
   preparing_.reset();
   const auto& session = parts_.account.session();
-  const bool still = mayBeSent(key) && sameAddress(session->email, email);
+  const bool still = mayBeSent(key) && session && sameAddress(session->email, email);
   if (still && result == Prepared::ready) {
     send(key, blob);
   } else if (still && result == Prepared::unusable) {
@@ -273,7 +276,7 @@ void VaultUploads::takeUp(const std::vector<std::string>& labels) {
     const auto label = UploadLabel::parse(text);
     if (!label) continue;
     const bool deleted = events_.deleted(label->key.event);
-    if (deleted) events_.answeredLate(label->key.event);  // it may have arrived
+    if (deleted) events_.givenUpLate(label->key.event);
     if (deleted || !events_.wanted() || underWay_.contains(label->key)) {
       parts_.transfer.cancel(text);
     } else {

@@ -37,6 +37,7 @@ class VaultUploads {
       onItsWay,          ///< handed to the system
       waitsForRetry,     ///< failed, or could not be written
       notAllowed,        ///< until the account or the keys change
+      awaitsKeys,        ///< the service has not said yet whom it is sealed for
       off,               ///< nobody wants copies now
       notSignedIn,       ///< nobody is signed in
       ofAnotherAccount,  ///< somebody else is
@@ -52,6 +53,7 @@ class VaultUploads {
     std::function<bool(const Uuid& event)> deleted;  ///< or being deleted
     std::function<void(const Uuid& event, const Uuid& photo, Ended how)> ended;
     std::function<void(const Uuid& event)> answeredLate;  ///< it is deleted, or being deleted
+    std::function<void(const Uuid& event)> givenUpLate;   ///< the same, and it may arrive yet
     std::function<void()> ready;                          ///< what earlier runs left is known
     std::function<void()> changed;
   };

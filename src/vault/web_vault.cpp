@@ -30,7 +30,8 @@ WebVault::WebVault(Parts parts)
                   results_.tell(event, photo, how);
                 },
                 [this](const Uuid& event) { deletions_.uploadAnswered(event); },
-                [this] { offer(); }, [this] { changed(); }}) {}
+                [this](const Uuid& event) { deletions_.uploadGivenUp(event); }, [this] { offer(); },
+                [this] { changed(); }}) {}
 
 void WebVault::start() {
   if (std::exchange(started_, true)) return;
@@ -107,7 +108,8 @@ std::vector<Uuid> WebVault::keepCopies(const UnlockEvent& event) {
 void WebVault::deleteCopies(const UnlockEvent& event) {
   const bool asked = mayHaveBeenHandedOver(event);
   const bool givenUp = uploads_.forget(event.id);
-  if (asked) deletions_.ask(event.id, givenUp);
+  if (givenUp) deletions_.uploadGivenUp(event.id);
+  if (asked) deletions_.ask(event.id);
 }
 
 bool WebVault::mayHaveBeenHandedOver(const UnlockEvent& event) const {

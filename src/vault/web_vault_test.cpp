@@ -254,6 +254,16 @@ TEST_F(WebVaultTest, WhateverIsLostOnTheWayIsMadeAgainOrDropped) {
   keys->refresh();
   isDropped("vault upload: dropped, no keys");
   EXPECT_EQ(vault->status().ended, (VaultUploads::Counts{3, 1, 2}));
+
+  // Nobody has said yet that there are none.
+  for (const ScriptedReply& answer : std::vector<ScriptedReply>{
+           {.status = 0}, {.status = 403}, {.body = "no key set"}, {.status = 404}}) {
+    service.always("api/vault/keys", answer);
+    ASSERT_TRUE(preferences.set(VaultKeySet::keysKey, ""));
+    relaunch(), happen();
+    EXPECT_TRUE(answer.status == 404 ? vault->queue().empty() : why() == Why::awaitsKeys)
+        << answer.status << answer.body;
+  }
 }
 
 TEST_F(WebVaultTest, ALaterRunKnowsWhatEarlierOnesHandedOver) {
@@ -280,6 +290,7 @@ TEST_F(WebVaultTest, ALaterRunKnowsWhatEarlierOnesHandedOver) {
   EXPECT_TRUE(transfer.underWay() == 0 && arrived(removal) == 0);
   scheduler.advance(2s);
   EXPECT_TRUE(arrived(removal) == 1 && service.vault.kept().empty() && blobs() == 1);
+  EXPECT_EQ(vault->status().pendingDeletes, 1u) << "what was on its way may arrive yet";
 }
 
 TEST_F(WebVaultTest, NothingIsSentWhileItIsOffOrSomebodyElseIsSignedIn) {
@@ -346,7 +357,7 @@ TEST_F(WebVaultTest, ADeletionIsAskedForUntilItIsConfirmedAndNotAgain) {
   late.url = "https://service.test/api/vault/upload";
   late.bodyFile = photos + "/" + event.vaultPhotos[0].file;
   const UploadLabel label{{event.id, 0}, event.vaultPhotos[0].id, blobName(event.id)};
-  service.once(removal, {.held = true});
+  service.once(removal, {.status = 404, .held = true});
   for (int i = 0; i < 2; ++i) {  // after the confirmation, and while it is asked for
     ASSERT_TRUE(transfer.send(late, label.text()));
     scheduler.run();
@@ -354,11 +365,12 @@ TEST_F(WebVaultTest, ADeletionIsAskedForUntilItIsConfirmedAndNotAgain) {
   EXPECT_EQ(arrived(removal), 4u);
   service.releaseAll();
   scheduler.run();
-  EXPECT_EQ(arrived(removal), 5u);
+  EXPECT_EQ(arrived(removal), 5u) << "though it knew nothing of it when the first was asked";
   EXPECT_EQ(lines.count("vault deletion: an upload was answered after it, asked for again"), 2u);
 
   service.always(upload, {.held = true});
   (void)vault->setWantsUploads(true);
+  service.once(removal, {.status = 404});
   confirm(happen().id);
   scheduler.advance(59s);
   EXPECT_TRUE(arrived(removal) == 6 && vault->status().pendingDeletes == 1);
@@ -444,7 +456,9 @@ class RandomVault : public VaultWorld {
 
  private:
   std::optional<ScriptedReply> reply(const ScriptedRequest& request) {
-    if (request.path == "api/vault/keys") return std::nullopt;
+    if (request.path == "api/vault/keys") {
+      return calm_ || dice_() % 3 > 0 ? std::nullopt : std::optional(ScriptedReply{.status = 500});
+    }
     const ScriptedReply any[] = {{.status = 500}, {.status = 0}, {.copies = 0},   {},
                                  {.delay = 50s},  {.copies = 2}, {.status = 403}, {.status = 413},
                                  {.delay = 100s}};
