@@ -8,9 +8,11 @@
 #include "base/log.h"
 #include "platform/apple_sign_in.h"
 #include "platform/background_transfer.h"
+#include "platform/bookmarks.h"
 #include "platform/boot_clock.h"
 #include "platform/browser.h"
 #include "platform/camera.h"
+#include "platform/file_events.h"
 #include "platform/flash_window.h"
 #include "platform/http.h"
 #include "platform/image.h"
@@ -19,11 +21,13 @@
 #include "platform/machine.h"
 #include "platform/network_path.h"
 #include "platform/notifications.h"
+#include "platform/opened_files.h"
 #include "platform/posix/files_posix.h"
 #include "platform/preferences.h"
 #include "platform/process_activity.h"
 #include "platform/push_registration.h"
 #include "platform/random.h"
+#include "platform/running_apps.h"
 #include "platform/scheduler.h"
 #include "platform/screen_lock.h"
 #include "platform/system_power.h"
@@ -61,6 +65,11 @@ std::unique_ptr<ScreenLock> makeMacScreenLock();
 std::unique_ptr<CameraDevice> makeMacCamera();
 std::unique_ptr<FlashWindow> makeMacFlashWindow();
 std::unique_ptr<ImageReader> makeMacImageReader();
+
+std::unique_ptr<FileEvents> makeMacFileEvents(Scheduler& scheduler);
+std::unique_ptr<OpenedFiles> makeMacOpenedFiles();
+std::unique_ptr<Bookmarks> makeMacBookmarks();
+std::unique_ptr<RunningApps> makeMacRunningApps();
 
 std::unique_ptr<Http> makeMacHttp(Scheduler& scheduler);
 /// One for each `identifier` and process; the system keeps its transfers under it.

@@ -1,0 +1,112 @@
+#import <Foundation/Foundation.h>
+
+#include <cerrno>
+#include <cstdlib>
+
+#include "platform/mac/mac_backends.h"
+#include "platform/mac/mac_support.h"
+
+namespace brindle {
+namespace {
+
+/// Stands before a bookmark that holds no right to use what it leads to: outside the sandbox the
+/// system may refuse to put one in, and none is needed there. Others are kept as they come.
+constexpr std::string_view unscopedMark = "unscoped:";
+
+bool isUnscoped(ByteView bookmark) { return textOf(bookmark).starts_with(unscopedMark); }
+
+Bookmarks::Problem problemOf(NSError* error) {
+  if (![error.domain isEqualToString:NSCocoaErrorDomain]) return Bookmarks::Problem::other;
+  switch (error.code) {
+    case NSFileNoSuchFileError:
+    case NSFileReadNoSuchFileError:
+      return Bookmarks::Problem::gone;
+    case NSFileReadNoPermissionError:
+      return Bookmarks::Problem::denied;
+    case NSFileReadCorruptFileError:
+      return Bookmarks::Problem::unreadable;
+    default:
+      return Bookmarks::Problem::other;
+  }
+}
+
+struct FreeText {
+  void operator()(char* text) const { std::free(text); }
+};
+
+/// The system leaves "/private" out of what it resolves, and tells events with it.
+Result<std::string, Bookmarks::Problem> realPath(NSURL* url) {
+  const std::string path = mac::stringOf(url.path);
+  const std::unique_ptr<char, FreeText> real(::realpath(path.c_str(), nullptr));
+  if (real) return real.get();
+  const int error = errno;
+  if (error == ENOENT || error == ENOTDIR) return Failure(Bookmarks::Problem::gone);
+  if (error == EACCES || error == EPERM) return Failure(Bookmarks::Problem::denied);
+  return Failure(Bookmarks::Problem::other);
+}
+
+/// Begins the use of what a bookmark leads to; its end gives that back on the very same object.
+/// Empty where no right was needed or given.
+std::shared_ptr<void> beginAccess(NSURL* url) {
+  if (![url startAccessingSecurityScopedResource]) return nullptr;
+  return std::shared_ptr<void>((__bridge void*)url,
+                               [url](void*) { [url stopAccessingSecurityScopedResource]; });
+}
+
+class MacBookmarks final : public Bookmarks {
+ public:
+  Result<Bytes, Problem> create(const std::string& path) override {
+    NSString* text = mac::textOf(path);
+    if (!text || text.length == 0) return Failure(Problem::gone);
+    NSURL* url = [NSURL fileURLWithPath:text];
+    if (NSData* scoped = bookmarkOf(url, NSURLBookmarkCreationWithSecurityScope, nullptr)) {
+      return mac::bytesOf(scoped);
+    }
+    NSError* error = nil;
+    NSData* plain = bookmarkOf(url, 0, &error);
+    if (!plain) return Failure(problemOf(error));
+    Bytes marked = brindle::bytesOf(unscopedMark);
+    const Bytes bytes = mac::bytesOf(plain);
+    marked.insert(marked.end(), bytes.begin(), bytes.end());
+    return marked;
+  }
+
+  Result<ResolvedBookmark, Problem> resolve(ByteView bookmark) override {
+    const bool unscoped = isUnscoped(bookmark);
+    NSURLBookmarkResolutionOptions options =
+        NSURLBookmarkResolutionWithoutUI | NSURLBookmarkResolutionWithoutMounting;
+    if (!unscoped) options |= NSURLBookmarkResolutionWithSecurityScope;
+    BOOL stale = NO;
+    NSError* error = nil;
+    NSURL* url = [NSURL
+        URLByResolvingBookmarkData:mac::dataOf(bookmark.subspan(unscoped ? unscopedMark.size() : 0))
+                           options:options
+                     relativeToURL:nil
+               bookmarkDataIsStale:&stale
+                             error:&error];
+    if (!url) return Failure(problemOf(error));
+    std::shared_ptr<void> access = unscoped ? nullptr : beginAccess(url);
+    auto path = realPath(url);
+    if (!path) return Failure(path.error());
+    return ResolvedBookmark{*std::move(path), stale ? true : false, std::move(access)};
+  }
+
+  ServiceReport report() const override {
+    return {"bookmarks", "Foundation", true, "an item is followed inside its volume"};
+  }
+
+ private:
+  static NSData* bookmarkOf(NSURL* url, NSURLBookmarkCreationOptions options,
+                            NSError* __autoreleasing* error) {
+    return [url bookmarkDataWithOptions:options
+         includingResourceValuesForKeys:nil
+                          relativeToURL:nil
+                                  error:error];
+  }
+};
+
+}  // namespace
+
+std::unique_ptr<Bookmarks> makeMacBookmarks() { return std::make_unique<MacBookmarks>(); }
+
+}  // namespace brindle
