@@ -24,6 +24,8 @@ class Descriptor {
 
   int get() const { return fd_; }
   explicit operator bool() const { return fd_ >= 0; }
+  /// Hands it over to somebody who closes it.
+  int release() { return std::exchange(fd_, -1); }
   /// False with errno set when the system lost something it had accepted. The descriptor is gone
   /// either way: repeating an interrupted close could close somebody else's.
   bool close() {

@@ -1,28 +1,13 @@
 #include "platform/posix/worker_queue_thread.h"
 
 #include <pthread.h>
-#include <signal.h>
 
 #include <system_error>
 
+#include "platform/posix/signals_blocked.h"
+
 namespace brindle {
 namespace {
-
-/// Blocks all signals while it lives, so that a thread started meanwhile is born deaf to them.
-class SignalsBlocked {
- public:
-  SignalsBlocked() {
-    sigset_t all;
-    sigfillset(&all);
-    pthread_sigmask(SIG_SETMASK, &all, &earlier_);
-  }
-  SignalsBlocked(const SignalsBlocked&) = delete;
-  SignalsBlocked& operator=(const SignalsBlocked&) = delete;
-  ~SignalsBlocked() { pthread_sigmask(SIG_SETMASK, &earlier_, nullptr); }
-
- private:
-  sigset_t earlier_{};
-};
 
 void nameThisThread(const std::string& name) {
 #ifdef __APPLE__

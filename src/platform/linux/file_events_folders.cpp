@@ -1,0 +1,199 @@
+#include "platform/linux/file_events_folders.h"
+
+#include <dirent.h>
+#include <fcntl.h>
+#include <sys/stat.h>
+
+#include <algorithm>
+#include <utility>
+
+namespace brindle {
+namespace {
+
+Descriptor openFolder(const std::string& path) {
+  constexpr int how = O_RDONLY | O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC | O_NONBLOCK;
+  return Descriptor(uninterrupted([&] { return open(path.c_str(), how); }));
+}
+
+bool isFolder(int in, const dirent& entry) {
+  if (entry.d_type != DT_UNKNOWN) return entry.d_type == DT_DIR;
+  struct stat found {};
+  return fstatat(in, entry.d_name, &found, AT_SYMLINK_NOFOLLOW) == 0 && S_ISDIR(found.st_mode);
+}
+
+bool isGone(int error) { return error == ENOENT || error == ENOTDIR || error == ELOOP; }
+
+}  // namespace
+
+std::string ObservedFolders::Folder::path() const {
+  return parent ? parent->path().append("/").append(name) : name;
+}
+
+bool ObservedFolders::Folder::within(const Folder* other) const {
+  return this == other || (parent != nullptr && parent->within(other));
+}
+
+ObservedFolders::ObservedFolders(Parts parts, std::vector<std::string> exclusions)
+    : parts_(std::move(parts)), exclusions_(std::move(exclusions)) {}
+
+int ObservedFolders::add(const std::string& root) {
+  std::vector<Place> below;
+  if (const int error = visit({nullptr, root}, Reason::setUp, below); error != 0) return error;
+  roots_.push_back(root);
+  for (Place& each : below) walk(std::move(each), Reason::setUp);
+  return 0;
+}
+
+void ObservedFolders::walk(Place from, Reason reason) {
+  std::vector<Place> places{std::move(from)};
+  while (!places.empty()) {
+    const Place place = std::move(places.back());
+    places.pop_back();
+    visit(place, reason, places);
+    if (++visited_ % 256 == 0) parts_.relieve();
+  }
+}
+
+/// It is observed first and looked through then, so that nothing that appears is missed.
+int ObservedFolders::visit(const Place& place, Reason reason, std::vector<Place>& below) {
+  const std::string path = place.path();
+  if (excluded(path)) return 0;
+  Descriptor folder = openFolder(path);
+  if (!folder) return refuse(place, path, errno);
+  const auto key = parts_.kernel.watch(folder.get(), KernelWatch::Part::contents);
+  if (!key) return refuse(place, path, key.error());
+  if (enter(*key, place, reason)) list(std::move(folder), folders_[*key], reason, below);
+  return 0;
+}
+
+bool ObservedFolders::enter(const FileKey& key, const Place& place, Reason reason) {
+  const auto [at, isNew] = folders_.try_emplace(key);
+  Folder& folder = at->second;
+  if (isNew) {
+    move(folder, place);
+    return true;
+  }
+  const bool here = folder.parent == place.parent && folder.name == place.name;
+  if (here) return reason == Reason::again;
+  // Mounted a second time, or the root of another watched folder: one place is enough.
+  if (leadsTo(key, folder) || (place.parent && place.parent->within(&folder))) return false;
+  move(folder, place);
+  return reason == Reason::again;
+}
+
+void ObservedFolders::move(Folder& folder, const Place& place) {
+  if (folder.parent) --folder.parent->children;
+  folder.parent = place.parent;
+  folder.name = place.name;
+  if (folder.parent) ++folder.parent->children;
+}
+
+void ObservedFolders::list(Descriptor folder, Folder& in, Reason reason,
+                           std::vector<Place>& below) {
+  DIR* entries = fdopendir(folder.get());
+  if (!entries) return;
+  const int descriptor = folder.release();
+  const std::string path = reason == Reason::appeared ? in.path() : std::string();
+  while (const dirent* entry = readdir(entries)) {
+    const std::string_view name = entry->d_name;
+    if (name == "." || name == "..") continue;
+    if (isFolder(descriptor, *entry)) {
+      below.push_back({&in, std::string(name)});
+    } else if (reason == Reason::appeared) {
+      missed(descriptor, path, entry->d_name);
+    }
+  }
+  closedir(entries);
+}
+
+/// What is already in a folder that has just come may have been opened before it was observed. New
+/// files tell by their time of access, which even sparing systems keep for the first opening after
+/// a change.
+void ObservedFolders::missed(int folder, const std::string& path, const char* name) {
+  struct stat found {};
+  if (fstatat(folder, name, &found, AT_SYMLINK_NOFOLLOW) != 0 || !S_ISREG(found.st_mode)) return;
+  const WallTime accessed{std::chrono::seconds(found.st_atim.tv_sec)};
+  const bool justNow = accessed + std::chrono::seconds(2) >= parts_.batch.now();
+  parts_.batch.add(path + "/" + name, KernelChange::created | (justNow ? KernelChange::opened : 0));
+}
+
+int ObservedFolders::refuse(const Place& place, const std::string& path, int error) {
+  if (place.parent == nullptr || isGone(error)) return error;
+  if (refusedByFileSystem(error)) {
+    refused_.push_back(path);
+  } else {
+    parts_.unobserved.add(path, whyUnobserved(error, parts_.kernel.limit()));
+  }
+  return error;
+}
+
+void ObservedFolders::changed(const KernelChange& change) {
+  if ((change.what & KernelChange::forgotten) != 0) prune(change.object);
+  const auto in = folders_.find(change.folder);
+  if (in == folders_.end()) return;
+  Folder& parent = in->second;
+  if (!change.onFolder) {
+    parts_.batch.add(parent.path().append("/").append(change.name), change.what);
+    return;
+  }
+  const Place place{&parent, change.name};
+  if ((change.what & (KernelChange::movedAway | KernelChange::removed)) != 0) {
+    adrift_.push_back(change.object.empty() ? keyOf(place) : change.object);
+  }
+  if ((change.what & (KernelChange::movedHere | KernelChange::created)) != 0) {
+    walk(place, Reason::appeared);
+  }
+}
+
+void ObservedFolders::settle() {
+  for (const FileKey& key : std::exchange(adrift_, {})) {
+    const auto found = folders_.find(key);
+    // A root that moves stays observed until the list is made anew.
+    if (found == folders_.end() || !found->second.parent) continue;
+    if (!leadsTo(key, found->second)) prune(key);
+  }
+}
+
+void ObservedFolders::lookAgain() {
+  for (const std::string& root : roots_) walk({nullptr, root}, Reason::again);
+}
+
+bool ObservedFolders::leadsTo(const FileKey& key, const Folder& folder) {
+  const Descriptor there = openFolder(folder.path());
+  if (!there) return false;
+  const auto found = parts_.kernel.watch(there.get(), KernelWatch::Part::contents);
+  return found && *found == key;
+}
+
+/// By looking through all: only inotify does not name what was moved.
+FileKey ObservedFolders::keyOf(const Place& place) const {
+  const auto found = std::ranges::find_if(folders_, [&place](const auto& each) {
+    return each.second.parent == place.parent && each.second.name == place.name;
+  });
+  return found == folders_.end() ? FileKey() : found->first;
+}
+
+/// Nothing may be left whose parent is gone.
+void ObservedFolders::prune(const FileKey& key) {
+  const auto top = folders_.find(key);
+  if (top == folders_.end()) return;
+  if (top->second.parent) --top->second.parent->children;
+  std::vector<FileKey> all{key};
+  if (top->second.children > 0) {
+    for (const auto& [each, folder] : folders_) {
+      if (each != key && folder.within(&top->second)) all.push_back(each);
+    }
+  }
+  for (const FileKey& each : all) {
+    parts_.kernel.forget(each);
+    folders_.erase(each);
+  }
+}
+
+bool ObservedFolders::excluded(const std::string& path) const {
+  return std::ranges::any_of(exclusions_, [&path](const std::string& each) {
+    return path == each || path.starts_with(each + "/");
+  });
+}
+
+}  // namespace brindle

@@ -1,0 +1,117 @@
+#include "platform/linux/file_events_stream.h"
+
+#include <poll.h>
+#include <sys/eventfd.h>
+
+#include <system_error>
+#include <utility>
+
+#include "platform/posix/signals_blocked.h"
+
+namespace brindle {
+namespace {
+
+WallTime wallTime() {
+  return std::chrono::time_point_cast<WallTime::duration>(std::chrono::system_clock::now());
+}
+
+std::vector<std::string> allOf(const ObservedPaths& paths) {
+  auto all = paths.files;
+  all.insert(all.end(), paths.folders.begin(), paths.folders.end());
+  return all;
+}
+
+}  // namespace
+
+/// The table of mounts is read first: what is mounted from now on makes a changed root.
+LinuxFileEventStream::LinuxFileEventStream(OpeningTimes& times, FileEvents::Deliver deliver,
+                                           ObservedPaths paths)
+    : batch_(times),
+      deliver_(std::move(deliver)),
+      left_(std::move(paths)),
+      mounts_(allOf(left_)),
+      wake_(eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK)) {
+  batch_.begin(wallTime());
+}
+
+void LinuxFileEventStream::observe(std::unique_ptr<KernelWatch> kernel) {
+  observations_.push_back(
+      std::make_unique<Observation>(std::move(kernel), batch_, unobserved_, left_.exclusions));
+  auto refused = observations_.back()->add(left_);
+  refused.exclusions = left_.exclusions;
+  left_ = std::move(refused);
+}
+
+bool LinuxFileEventStream::start() {
+  if (!wake_) return false;
+  for (const std::string& path : allOf(left_)) {
+    unobserved_.add(path, "its file system does not tell of openings");
+  }
+  const SignalsBlocked blocked;
+  try {
+    thread_ = std::thread([this] { run(); });
+  } catch (const std::system_error&) {
+    return false;
+  }
+  return true;
+}
+
+LinuxFileEventStream::~LinuxFileEventStream() {
+  if (!thread_.joinable()) return;
+  {
+    const std::lock_guard lock(mutex_);
+    ending_ = true;
+  }
+  eventfd_write(wake_.get(), 1);
+  thread_.join();
+}
+
+void LinuxFileEventStream::flush() {
+  std::unique_lock lock(mutex_);
+  const std::uint64_t mine = ++flushesAsked_;
+  eventfd_write(wake_.get(), 1);
+  answered_.wait(lock, [&] { return flushesDone_ >= mine; });
+}
+
+void LinuxFileEventStream::run() {
+  pthread_setname_np(pthread_self(), "file events");
+  // The set-up may have taken in something already.
+  for (bool busy = turn();; busy = turn()) {
+    wait(busy);
+    const std::lock_guard lock(mutex_);
+    if (ending_) return;
+  }
+}
+
+void LinuxFileEventStream::wait(bool busy) {
+  std::vector<pollfd> ready{{wake_.get(), POLLIN, 0}};
+  if (busy) poll(ready.data(), 1, static_cast<int>(busyPause.count()));
+  ready.push_back({mounts_.descriptor(), POLLPRI, 0});
+  for (const auto& each : observations_) ready.push_back({each->descriptor(), POLLIN, 0});
+  poll(ready.data(), ready.size(), -1);
+  eventfd_t count = 0;
+  eventfd_read(wake_.get(), &count);
+  if ((ready[1].revents & POLLPRI) == 0) return;
+  for (const std::string& path : mounts_.changed()) batch_.rootChanged(path);
+}
+
+/// Whether so much came that more is to be expected.
+bool LinuxFileEventStream::turn() {
+  std::uint64_t asked = 0;
+  {
+    const std::lock_guard lock(mutex_);
+    if (ending_) return false;
+    asked = flushesAsked_;
+  }
+  batch_.begin(wallTime());
+  for (const auto& each : observations_) each->turn();
+  auto events = batch_.take();
+  const bool busy = events.size() > 32;
+  if (!events.empty()) deliver_(std::move(events));
+  const std::lock_guard lock(mutex_);
+  flushesDone_ = asked;
+  answered_.notify_all();
+  return busy;
+}
+
+}  // namespace brindle

@@ -1,0 +1,55 @@
+#pragma once
+
+#include <condition_variable>
+#include <cstdint>
+#include <memory>
+#include <mutex>
+#include <thread>
+#include <vector>
+
+#include "platform/file_events.h"
+#include "platform/linux/file_events_observation.h"
+#include "platform/linux/mount_watch.h"
+
+namespace brindle {
+
+/// A running stream: its thread waits in the kernel, takes in everything that waits there, and
+/// delivers it as one batch.
+class LinuxFileEventStream final : public FileEventStream {
+ public:
+  /// Waits between two batches while many openings come, so that the opener is not interrupted for
+  /// each of them.
+  static constexpr std::chrono::milliseconds busyPause{1};
+
+  LinuxFileEventStream(OpeningTimes& times, FileEvents::Deliver deliver, ObservedPaths paths);
+  ~LinuxFileEventStream() override;
+
+  /// Whether some of the paths are not observed yet, for another kernel to try.
+  bool wantsMore() const { return !left_.files.empty() || !left_.folders.empty(); }
+  void observe(std::unique_ptr<KernelWatch> kernel);
+  bool observesAnything() const { return !observations_.empty(); }
+  /// False when the system has no thread for it.
+  bool start();
+  void flush() override;
+  std::vector<UnobservedPath> unobserved() const override { return unobserved_.all(); }
+
+ private:
+  void run();
+  void wait(bool busy);
+  bool turn();
+
+  FileEventBatch batch_;
+  FileEvents::Deliver deliver_;
+  UnobservedPaths unobserved_;
+  std::vector<std::unique_ptr<Observation>> observations_;
+  ObservedPaths left_;
+  MountWatch mounts_;
+  Descriptor wake_;
+  std::mutex mutex_;
+  std::condition_variable answered_;
+  std::uint64_t flushesAsked_ = 0, flushesDone_ = 0;
+  bool ending_ = false;
+  std::thread thread_;
+};
+
+}  // namespace brindle
