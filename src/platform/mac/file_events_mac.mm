@@ -57,6 +57,8 @@ namespace brindle {
 namespace {
 
 constexpr CFTimeInterval latency = 0.2;  // seconds
+/// Not documented; a stream over more of them is not made at all.
+constexpr NSUInteger mostPaths = 4096;
 constexpr FSEventStreamCreateFlags flags =
     kFSEventStreamCreateFlagUseCFTypes | kFSEventStreamCreateFlagNoDefer |
     kFSEventStreamCreateFlagWatchRoot | kFSEventStreamCreateFlagFileEvents;
@@ -107,6 +109,9 @@ NSMutableArray<NSString*>* observable(const ObservedPaths& paths,
       NSString* text = mac::textOf(path);
       if (!text) {
         unobserved.push_back({path, "its name is not UTF-8"});
+      } else if (all.count == mostPaths) {
+        unobserved.push_back(
+            {path, "the system observes " + std::to_string(mostPaths) + " items at most"});
       } else if (access(path.c_str(), F_OK) != 0 && (errno == EACCES || errno == EPERM)) {
         unobserved.push_back({path, "the permission to look at it is missing"});
       } else {

@@ -49,6 +49,8 @@ std::unique_ptr<PosixFiles> makeMacFiles(std::string home);
 std::unique_ptr<Keychain> makeMacKeychain();
 /// Application Support in this person's Library; the system tells it whatever HOME says.
 std::string macSupportFolder();
+/// This person's Library, where programs keep what they need; a real path.
+std::string macLibraryFolder();
 /// This person's own, which the system clears now and then.
 std::string macTemporaryFolder();
 std::unique_ptr<Preferences> makeMacPreferences();

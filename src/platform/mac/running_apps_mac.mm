@@ -37,7 +37,6 @@ NSBundle* bundleAround(const std::string& path) {
   for (std::string at = path; at.size() > 1; at.erase(at.rfind('/'))) {
     NSString* text = at.ends_with(".app") ? mac::textOf(at) : nil;
     if (text) return [NSBundle bundleWithURL:[NSURL fileURLWithPath:text]];
-    if (at.rfind('/') == std::string::npos) break;
   }
   return nil;
 }
@@ -94,8 +93,9 @@ class MacRunningApps final : public RunningApps {
   ServiceReport report() const override {
     const bool inSession = NSWorkspace.sharedWorkspace.frontmostApplication != nil;
     return {"running apps", "NSWorkspace", inSession,
-            inSession ? "told of every start and of what comes to the front"
-                      : "no application is in front: nothing announces them"};
+            inSession
+                ? "told of what comes to the front, and of starts but those without a Dock icon"
+                : "no application is in front: nothing announces them"};
   }
 };
 

@@ -1,5 +1,7 @@
 #import <Foundation/Foundation.h>
 
+#include <cstdlib>
+
 #include "platform/mac/mac_backends.h"
 #include "platform/mac/mac_support.h"
 
@@ -10,6 +12,14 @@ std::string macSupportFolder() {
       [NSFileManager.defaultManager URLsForDirectory:NSApplicationSupportDirectory
                                            inDomains:NSUserDomainMask];
   return mac::stringOf(folders.firstObject.path);
+}
+
+std::string macLibraryFolder() {
+  NSArray<NSURL*>* folders = [NSFileManager.defaultManager URLsForDirectory:NSLibraryDirectory
+                                                                  inDomains:NSUserDomainMask];
+  const std::string path = mac::stringOf(folders.firstObject.path);
+  const std::unique_ptr<char, void (*)(void*)> real(::realpath(path.c_str(), nullptr), std::free);
+  return real ? std::string(real.get()) : path;
 }
 
 std::string macTemporaryFolder() { return mac::stringOf(NSTemporaryDirectory()); }
