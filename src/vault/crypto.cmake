@@ -4,4 +4,4 @@ brindle_library(brindle_vault_crypto
   LINKS brindle_platform)
 brindle_test(vault_crypto_test
   SOURCES vault_crypto_test.cpp
-  LINKS brindle_vault_crypto brindle_memory)
+  LINKS brindle_vault_opener brindle_memory)
