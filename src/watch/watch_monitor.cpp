@@ -1,0 +1,163 @@
+#include "watch/watch_monitor.h"
+
+#include <utility>
+
+namespace brindle {
+namespace {
+
+using namespace std::chrono_literals;
+
+/// Renames that go on and on rebuild no more often than this.
+constexpr Duration betweenRebuilds = 500ms;
+/// How long after events come what a stream does not see is looked at: a limit may have been met.
+constexpr Duration lookAfter = 5s;
+
+}  // namespace
+
+WatchMonitor::WatchMonitor(WatchMonitorServices services, WatchMonitorOptions options)
+    : list_(services.list),
+      events_(services.events),
+      opened_(services.opened),
+      workspace_(services.workspace),
+      scheduler_(services.scheduler),
+      filesBelow_(std::move(services.filesBelow)),
+      now_(std::move(services.now)),
+      log_(services.log),
+      options_(std::move(options)),
+      apps_(options_.ownIDs) {}
+
+WatchMonitor::~WatchMonitor() { endStream(false); }
+
+void WatchMonitor::start() {
+  if (std::exchange(isRunning_, true)) return;
+  lastFileHit_.forget();
+  lastAppHit_.forget();
+  apps_.begin(workspace_.frontmost());
+  listChanges_ = list_.onChange([this](WatchList::Change change) {
+    if (change != WatchList::Change::targets) return;
+    attempt_ = 0;
+    requestRebuild();
+  });
+  workspaceTokens_ = workspace_.observe(
+      [this](const std::string& id, RunningApps::What what) { appHappened(id, what); });
+  if (options_.allowChanges) allowWatch_ = options_.allowChanges([this] { requestRebuild(); });
+  requestRebuild();
+}
+
+void WatchMonitor::stop() {
+  if (!std::exchange(isRunning_, false)) return;
+  listChanges_.end();
+  allowWatch_.end();
+  workspaceTokens_.end();
+  rebuild_.cancel();
+  retry_.cancel();
+  rebuildPending_ = false;
+  rebuiltAt_.reset();
+  endStream(false);
+  log_.notice("watch: stopped, %{public}ld openings by known programs left out",
+              reading_ ? reading_->judge().leftOut() : 0);
+  reading_.reset();
+  decoys_.clear();
+  missing_.clear();
+  attempt_ = 0;
+}
+
+bool WatchMonitor::watching() const {
+  return isRunning_ && (!options_.allows || options_.allows());
+}
+
+/// From the main loop and not at once: turning on does not wait for it, and changes that come
+/// together share one.
+void WatchMonitor::requestRebuild() {
+  if (!isRunning_ || std::exchange(rebuildPending_, true)) return;
+  const Duration due = rebuiltAt_ ? *rebuiltAt_ + betweenRebuilds - scheduler_.awakeTime() : 0s;
+  rebuild_ = scheduler_.after(due, [this] { rebuild(); });
+}
+
+void WatchMonitor::rebuild() {
+  rebuildPending_ = false;
+  rebuild_.cancel();
+  rebuiltAt_ = scheduler_.awakeTime();
+  retry_.cancel();
+  endStream(true);
+  if (!watching()) return reading_.reset();
+  ++generation_;
+  if (!reading_) reading_ = newReading();
+  const Watched watched = resolveTargets();
+  log_.notice("watch: %{public}ld files and folders, %{public}ld apps, %{public}ld missing",
+              watched.size(), apps_.count(), missing_.size());
+  openStream(watched);
+  retryLater();
+}
+
+/// What the old stream has seen counts, however late it comes; nothing of it comes later.
+void WatchMonitor::endStream(bool deliverWhatIsDue) {
+  look_.cancel();
+  if (auto ending = std::move(source_)) {
+    if (deliverWhatIsDue) ending->flush();
+    ending.reset();
+    if (deliverWhatIsDue) takeFound();
+  }
+  accessing_.clear();
+}
+
+std::shared_ptr<WatchReading> WatchMonitor::newReading() const {
+  OpenDetector::Surroundings surroundings{
+      [&opened = opened_](const std::string& path) { return opened.lastUsed(path); }, filesBelow_,
+      now_};
+  return std::make_shared<WatchReading>(OpenDetector(std::move(surroundings)),
+                                        OpeningJudge(opened_, options_.knownOpener));
+}
+
+FileEvents::Deliver WatchMonitor::deliverTo(const std::shared_ptr<WatchReading>& reading) {
+  // Made here, on the main thread; the stream's thread only hands copies to the scheduler.
+  const Task wake = lifetime_.guard([this, generation = generation_] { woken(generation); });
+  return [reading, wake, &scheduler = scheduler_](const std::vector<FileEvent>& batch) {
+    if (reading->read(batch)) scheduler.post(wake);
+  };
+}
+
+void WatchMonitor::woken(std::uint64_t generation) {
+  if (generation != generation_ || !source_) return;
+  takeFound();
+  if (!source_ || look_.armed()) return;
+  look_ = scheduler_.after(lookAfter, [this] {
+    reading_->wakeAtNextBatch();
+    lookAtUnobserved();
+    retryLater();
+  });
+}
+
+void WatchMonitor::takeFound() {
+  if (!reading_) return;
+  const OpenDetector::Found found = reading_->take();
+  if (found.rootsChanged) {
+    attempt_ = 0;  // what is away may be back in a moment
+    requestRebuild();
+  }
+  for (const WatchHit& hit : found.hits) report(hit, lastFileHit_);
+  for (const DecoyGone& gone : found.gone) {
+    decoys_.erase(gone.target->id);
+    list_.decoyGone(gone.target->id, gone.folder, gone.fileName);
+  }
+  if (found.scanned) lookAtDecoys();
+}
+
+/// A hit on what the owner has meanwhile taken off the list is none.
+void WatchMonitor::report(const WatchHit& hit, QuietTime& quiet) {
+  const WatchTarget& target = *hit.target;
+  if (!list_.find(target.id) || !quiet.passes(target.id, now_())) return;
+  log_.notice("watch: %{public}s opened: %{private}s", WatchTarget::kindNames.of(target.kind),
+              target.displayName);
+  const bool dated =
+      target.kind == WatchTarget::Kind::file || target.kind == WatchTarget::Kind::tripwire;
+  if (dated) list_.noteUsed(target.id, hit.at);
+  if (onTrigger) onTrigger(hit);
+}
+
+void WatchMonitor::appHappened(const std::string& id, RunningApps::What what) {
+  const Target target = apps_.happened(id, what);
+  if (target && watching()) report({target, now_(), {}}, lastAppHit_);
+}
+
+}  // namespace brindle
