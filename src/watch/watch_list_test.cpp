@@ -59,20 +59,19 @@ class WatchListTest : public ::testing::Test {
       said = !added ? added.error() : added->saved ? "added" : "added, not saved";
     };
   }
-  std::string add(const std::string& path) {
-    list->addFileOrFolder(path, answer());
+  std::string ask(const std::function<void(WatchList::Added)>& begin) {
+    begin(answer());
     clock.run();
     return said;
+  }
+  std::string add(const std::string& path) {
+    return ask([&](auto done) { list->addFileOrFolder(path, done); });
   }
   std::string addApp(const std::string& path) {
-    list->addApp(path, answer());
-    clock.run();
-    return said;
+    return ask([&](auto done) { list->addApp(path, done); });
   }
   std::string tripwire(const std::string& name, const std::string& folder = "/home/u/Plans") {
-    list->createTripwire(name, folder, answer());
-    clock.run();
-    return said;
+    return ask([&](auto done) { list->createTripwire(name, folder, done); });
   }
   Removed remove(const Uuid& id) {
     Removed how = Removed::notListed;
@@ -147,14 +146,9 @@ TEST_F(WatchListTest, WhatCannotBeWatchedIsRefusedInWords) {
 
 TEST_F(WatchListTest, WhatIsAddedIsWrittenAndThereAgain) {
   apps.installed = {{"/a/Notes.app", {"com.example.notes", "Notes"}}};
-  list->addFileOrFolder("/home/u/Plans/", answer());
-  list->addFileOrFolder("/home/u/Plans", answer());
-  clock.run();
-  EXPECT_EQ(list->targets().size(), 2u) << "the memory backend tells these paths apart";
-  ASSERT_EQ(remove(list->targets()[0].id), Removed::done);
+  add("/home/u/Plans");
   events.blind = {"/home/u/Plans/a.txt"};
-  const auto first = answer();
-  list->addFileOrFolder("/home/u/Plans/a.txt", first);
+  list->addFileOrFolder("/home/u/Plans/a.txt", answer());
   list->addFileOrFolder("/home/u/Plans/a.txt", answer());
   clock.run();
   EXPECT_EQ(list->targets().size(), 2u) << "both were under way at once";
