@@ -1,6 +1,5 @@
 #include "platform/linux/flash_x11.h"
 
-#include <X11/Xlib.h>
 #include <X11/extensions/Xrandr.h>
 #include <X11/extensions/shape.h>
 
@@ -11,6 +10,8 @@
 #include <string_view>
 #include <thread>
 
+#include "platform/linux/x11_display.h"
+
 namespace brindle {
 namespace {
 
@@ -18,43 +19,6 @@ struct Frame {
   int x = 0, y = 0;
   unsigned width = 0, height = 0;
 };
-
-/// Xlib ends the process on an error and on a lost connection unless it is told otherwise, and a
-/// guard must not end because an output went away between two calls. The handlers are the
-/// process's, so they are set for the length of our calls only; every call to Xlib is made under
-/// one of these.
-class ErrorsIgnored {
- public:
-  ErrorsIgnored() = default;
-  ErrorsIgnored(const ErrorsIgnored&) = delete;
-  ErrorsIgnored& operator=(const ErrorsIgnored&) = delete;
-  ~ErrorsIgnored() {
-    XSetErrorHandler(error_);
-    XSetIOErrorHandler(lost_);
-  }
-
- private:
-  XErrorHandler error_ = XSetErrorHandler([](Display*, XErrorEvent*) { return 0; });
-  XIOErrorHandler lost_ = XSetIOErrorHandler([](Display*) { return 0; });
-};
-
-struct CloseDisplay {
-  void operator()(Display* display) const {
-    const ErrorsIgnored ignored;
-    XCloseDisplay(display);
-  }
-};
-using DisplayOwner = std::unique_ptr<Display, CloseDisplay>;
-
-DisplayOwner openDisplay() {
-  const ErrorsIgnored ignored;
-  DisplayOwner display(XOpenDisplay(nullptr));
-  // A connection has its own way out as well, taken after the handler of the process.
-  if (display)
-    XSetIOErrorExitHandler(
-        display.get(), [](Display*, void*) {}, nullptr);
-  return display;
-}
 
 /// Names that the kernel's drivers give to the connectors of panels inside the computer.
 bool isBuiltIn(std::string_view output) {

@@ -1,11 +1,9 @@
 #include "platform/linux/flash_x11.h"
 
-#include <cstdlib>
 #include <memory>
 
 #include "platform/contract/flash_window_contract.h"
-#include "testing/child_process.h"
-#include "testing/temporary_folder.h"
+#include "testing/private_display.h"
 
 // Last: its macros (None, Bool) get in the way of other headers.
 #include <X11/Xlib.h>
@@ -13,24 +11,6 @@
 
 namespace brindle {
 namespace {
-
-/// An X server of our own, named by DISPLAY while it lives.
-class PrivateDisplay {
- public:
-  PrivateDisplay() {
-    std::string number;
-    std::tie(server_, number) = readyProgram(
-        folder_.path(), "Xvfb -displayfd 3 -nolisten tcp -noreset -screen 0 640x480x24");
-    EXPECT_FALSE(number.empty()) << "Xvfb did not start";
-    ::setenv("DISPLAY", (":" + number).c_str(), 1);
-  }
-  ~PrivateDisplay() { ::unsetenv("DISPLAY"); }
-  void kill() { server_.reset(); }
-
- private:
-  TemporaryFolder folder_;
-  std::unique_ptr<ChildProcess> server_;
-};
 
 using Connection = std::unique_ptr<Display, decltype(&XCloseDisplay)>;
 Connection connected() { return {XOpenDisplay(nullptr), &XCloseDisplay}; }
