@@ -1,0 +1,49 @@
+#pragma once
+
+#include <functional>
+#include <map>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "platform/posix/descriptor.h"
+#include "platform/posix/main_loop.h"
+
+namespace brindle {
+
+/// The application identifiers that a unit's name may stand for, the longest first: desktops put
+/// their own name before it, and not all of them escape the dashes of the identifier
+/// (systemd, "Desktop Environment Integration"). Empty for a unit of no application.
+std::vector<std::string> appIdsOfUnit(std::string_view unit);
+
+/// Programs that the desktop starts as applications: each gets a unit of its own under the user's
+/// service manager, whose folder in the cgroup file system shows as it is made. Starts only, but on
+/// every display system.
+class AppScopes {
+ public:
+  using Started = std::function<void(const std::string& unit)>;
+
+  /// Tells from the main loop of units that come after this.
+  AppScopes(MainLoop& loop, const std::string& folder, Started started);
+  AppScopes(const AppScopes&) = delete;
+  AppScopes& operator=(const AppScopes&) = delete;
+
+  /// Where the service manager of this user keeps its applications; empty without cgroup v2.
+  static std::string sessionFolder();
+  /// False when there is no such folder, or it cannot be watched.
+  bool works() const { return !folders_.empty(); }
+
+ private:
+  void drain();
+  void watch(const std::string& folder);
+  void came(const std::string& folder, const std::string& name);
+  /// Those that are there already when a slice is first seen.
+  void tellPresent(const std::string& slice);
+
+  Descriptor inotify_;
+  std::map<int, std::string> folders_;
+  Started started_;
+  Subscription watch_;
+};
+
+}  // namespace brindle

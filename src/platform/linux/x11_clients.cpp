@@ -1,0 +1,187 @@
+#include "platform/linux/x11_clients.h"
+
+#include <poll.h>
+
+#include <map>
+#include <vector>
+
+#include "base/lifetime.h"
+// Last: its macros get in the way of other headers.
+#include "platform/linux/x11_display.h"
+
+namespace brindle {
+namespace {
+
+struct FreeX {
+  void operator()(void* memory) const { XFree(memory); }
+};
+
+std::string taken(char* text) {
+  const std::unique_ptr<char, FreeX> owner(text);
+  return text ? text : "";
+}
+
+/// A property of 32-bit values, which Xlib hands over as longs. Nothing when the window went.
+std::vector<unsigned long> valuesOf(Display* display, Window window, Atom property, Atom type) {
+  constexpr long longest = 1 << 16;
+  Atom actual = None;
+  int format = 0;
+  unsigned long count = 0, after = 0;
+  unsigned char* data = nullptr;
+  const int status = XGetWindowProperty(display, window, property, 0, longest, False, type, &actual,
+                                        &format, &count, &after, &data);
+  const std::unique_ptr<unsigned char, FreeX> owner(data);
+  if (status != Success || actual != type || format != 32 || !data) return {};
+  const auto* values = reinterpret_cast<const unsigned long*>(data);
+  return {values, values + count};
+}
+
+}  // namespace
+
+class X11Clients::Connection {
+ public:
+  Connection(MainLoop& loop, DisplayOwner display, Told told, std::function<void()> lost)
+      : loop_(loop), display_(std::move(display)), told_(std::move(told)), lost_(std::move(lost)) {
+    const ErrorsIgnored ignored;
+    clientList_ = atom("_NET_CLIENT_LIST");
+    activeWindow_ = atom("_NET_ACTIVE_WINDOW");
+    process_ = atom("_NET_WM_PID");
+    check_ = atom("_NET_SUPPORTING_WM_CHECK");
+    XSelectInput(connection(), root(), PropertyChangeMask);
+    for (const Window window : windows()) known_[window] = clientOf(window).process;
+    front_ = frontWindow();
+    watch_ = loop_.watch(ConnectionNumber(connection()), POLLIN,
+                         [this](std::uint32_t events) { ready(events); });
+    drainSoon();
+  }
+
+  bool managed() {
+    const ErrorsIgnored ignored;
+    const bool answered = watch_ && !valuesOf(connection(), root(), check_, XA_WINDOW).empty();
+    drainSoon();
+    return answered;
+  }
+  std::optional<X11Client> active() {
+    const ErrorsIgnored ignored;
+    const Window window = watch_ ? frontWindow() : None;
+    drainSoon();
+    return window == None ? std::nullopt : std::optional(clientOf(window));
+  }
+
+ private:
+  struct News {
+    X11Client client;
+    RunningApps::What what;
+  };
+
+  Display* connection() const { return display_.get(); }
+  Window root() const { return DefaultRootWindow(connection()); }
+  Atom atom(const char* name) const { return XInternAtom(connection(), name, False); }
+  std::vector<unsigned long> windows() const {
+    return valuesOf(connection(), root(), clientList_, XA_WINDOW);
+  }
+  Window frontWindow() const {
+    const auto values = valuesOf(connection(), root(), activeWindow_, XA_WINDOW);
+    return values.empty() ? None : values.front();
+  }
+
+  X11Client clientOf(Window window) const {
+    X11Client client;
+    XClassHint hint{};
+    if (XGetClassHint(connection(), window, &hint) != 0) {
+      client.instance = taken(hint.res_name);
+      client.windowClass = taken(hint.res_class);
+    }
+    const auto process = valuesOf(connection(), window, process_, XA_CARDINAL);
+    if (!process.empty()) client.process = std::to_string(process.front());
+    return client;
+  }
+
+  /// Answers to our questions may have brought events along, which the descriptor tells no more.
+  void drainSoon() {
+    loop_.post(lifetime_.guard([this] { drain(); }));
+  }
+
+  void ready(std::uint32_t events) {
+    drain();
+    if ((events & (POLLHUP | POLLERR)) == 0) return;
+    watch_.end();
+    lost_();
+  }
+
+  void drain() {
+    std::vector<News> news;
+    {
+      const ErrorsIgnored ignored;
+      while (watch_ && XPending(connection()) > 0) take(news);
+    }
+    for (const News& one : news) told_(one.client, one.what);
+  }
+
+  void take(std::vector<News>& news) {
+    XEvent event;
+    XNextEvent(connection(), &event);
+    if (event.type != PropertyNotify) return;
+    if (event.xproperty.atom == clientList_) compareWindows(news);
+    if (event.xproperty.atom == activeWindow_) compareFront(news);
+  }
+
+  /// A further window of a program that has one already is no start.
+  void compareWindows(std::vector<News>& news) {
+    std::map<Window, std::string> now;
+    for (const Window window : windows()) {
+      const auto known = known_.find(window);
+      if (known != known_.end()) {
+        now.insert(*known);
+        continue;
+      }
+      X11Client client = clientOf(window);
+      now[window] = client.process;
+      if (!hasWindow(client.process)) news.push_back({std::move(client), What::launched});
+    }
+    known_ = std::move(now);
+  }
+  bool hasWindow(const std::string& process) const {
+    for (const auto& [window, owner] : known_) {
+      if (!process.empty() && owner == process) return true;
+    }
+    return false;
+  }
+
+  /// Between two windows there may be a moment with none; the same one coming back is no news.
+  void compareFront(std::vector<News>& news) {
+    const Window window = frontWindow();
+    if (window == None || window == front_) return;
+    front_ = window;
+    news.push_back({clientOf(window), What::activated});
+  }
+
+  using What = RunningApps::What;
+
+  MainLoop& loop_;
+  DisplayOwner display_;
+  Told told_;
+  std::function<void()> lost_;
+  Atom clientList_ = None, activeWindow_ = None, process_ = None, check_ = None;
+  std::map<Window, std::string> known_;  ///< with the process, as far as it is told
+  Window front_ = None;
+  Subscription watch_;
+  Lifetime lifetime_;
+};
+
+std::unique_ptr<X11Clients> X11Clients::open(MainLoop& loop, Told told,
+                                             std::function<void()> lost) {
+  DisplayOwner display = openDisplay();
+  if (!display) return nullptr;
+  return std::unique_ptr<X11Clients>(new X11Clients(
+      std::make_unique<Connection>(loop, std::move(display), std::move(told), std::move(lost))));
+}
+
+X11Clients::X11Clients(std::unique_ptr<Connection> connection)
+    : connection_(std::move(connection)) {}
+X11Clients::~X11Clients() = default;
+
+bool X11Clients::managed() const { return connection_->managed(); }
+std::optional<X11Client> X11Clients::active() const { return connection_->active(); }
+
+}  // namespace brindle
