@@ -124,7 +124,8 @@ int main(int argc, char** argv) {
   auto arguments = readUnsealArguments(words);
   const std::string text(unsealUsage());
   if (!arguments) {
-    std::fprintf(stderr, "brindle-unseal: %s\n%s", arguments.error().c_str(), text.c_str());
+    const std::string why = printable(arguments.error());  // a file's name may look like an option
+    std::fprintf(stderr, "brindle-unseal: %s\n%s", why.c_str(), text.c_str());
     return wrongUsage;
   }
   if (!arguments->help) return unseal(std::move(*arguments));

@@ -105,6 +105,7 @@ TEST_F(UnsealTest, OnlyAPrivateKeyOnTheCurveIsTaken) {
       {"--key locked.pem blob </dev/null", 2, "no passphrase was given"},
       {"blob", 2, "--key is missing"},
       {"--key own.pem", 2, "no sealed item is given"},
+      {"--key own.pem $'-\x1b.blob'", 2, "no such option: -?.blob"},
       {"--help", 0, ""}};
   for (const auto& [arguments, code, complaint] : rows) {
     EXPECT_EQ(unseal(arguments), code) << arguments << complained;
