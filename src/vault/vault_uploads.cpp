@@ -212,7 +212,11 @@ void VaultUploads::taken(const TransferResult& result) {
   const bool isCurrent = current != underWay_.end() && current->second == result.description;
   if (isCurrent) underWay_.erase(current);
   const ServiceAnswer answer = ServiceClient::judge(result.answer);
-  if (events_.deleted(label->key.event)) {
+  const auto item = undelivered_.find(label->key);
+  if (item != undelivered_.end() && item->second.upload.photoID != label->photo) {
+    // A crash came before anything recorded what the photo was called: that name ends nothing.
+    round_.push_back(label->key);
+  } else if (events_.deleted(label->key.event)) {
     // One that was refused is not there, whatever came first.
     if (answer.answer != AnswerClass::refused) events_.answeredLate(label->key.event);
   } else if (isCurrent || current == underWay_.end() || answer.answer == AnswerClass::done) {

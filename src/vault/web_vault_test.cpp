@@ -276,7 +276,8 @@ TEST_F(WebVaultTest, ALaterRunKnowsWhatEarlierOnesHandedOver) {
   relaunch();  // before anything was sealed
   EXPECT_TRUE(lines.has("vault uploads: 1 leftover blobs removed"));
   EXPECT_TRUE(arrived() == 3 && blobs() == 4);
-  relaunch();  // while all are on their way
+  events[event].vaultPhotos[2].id = idOf(9, 9);  // its first name was not on disk yet
+  relaunch();                                    // while all are on their way
   EXPECT_TRUE(lines.has("vault uploads: 3 of earlier runs on their way"));
   kill();
   service.release();
@@ -284,6 +285,8 @@ TEST_F(WebVaultTest, ALaterRunKnowsWhatEarlierOnesHandedOver) {
   service.release(), scheduler.run();
   EXPECT_EQ(vault->status(), (WebVault::Status{true, true, 1, 1, 0, {1, 1, 0}}));
   EXPECT_EQ(arrived(), 3u) << "nothing twice";
+  service.release(), scheduler.run();
+  EXPECT_TRUE(arrived() == 4 && vault->status().onTheirWay == 1) << "under the name that is kept";
   kill(), launch();
   confirm(event);  // before it is known what is on its way
   be("eva");
