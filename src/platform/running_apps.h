@@ -24,7 +24,8 @@ class RunningApps {
 
   virtual ~RunningApps() = default;
   /// Called from the main loop with the application's identifier until the subscription ends. One
-  /// start may be told as both.
+  /// start may be told as both. What comes to the front and is no application that `identify`
+  /// knows goes by some name of its program.
   [[nodiscard]] virtual Subscription observe(
       std::function<void(const std::string& id, What what)> changed) = 0;
   /// The application in front; none when it cannot be told.

@@ -180,7 +180,8 @@ std::optional<std::string> DesktopApps::byProgramName(const std::string& path) c
 std::optional<std::string> DesktopApps::byWindow(const std::string& instance,
                                                  const std::string& windowClass) const {
   for (const auto* ids : {&index_.classes, &index_.lowerIds}) {
-    for (const std::string* word : {&windowClass, &instance}) {
+    // Pages that a browser runs as applications have its class and an instance of their own.
+    for (const std::string* word : {&instance, &windowClass}) {
       if (auto id = found(*ids, lower(*word))) return id;
     }
   }

@@ -1,5 +1,8 @@
 #include "platform/linux/running_apps_linux.h"
 
+#include <unistd.h>
+
+#include "platform/file_step.h"
 #include "platform/linux/desktop_entry.h"
 
 namespace brindle {
@@ -15,7 +18,9 @@ std::unique_ptr<X11Clients> glance(MainLoop& loop) {
 RunningAppsPlaces RunningAppsPlaces::ofThisSession() {
   const bool wayland = !environmentText("WAYLAND_DISPLAY").empty() ||
                        environmentText("XDG_SESSION_TYPE") == "wayland";
-  return {DesktopApps::sessionFolders(), AppScopes::sessionFolder(), "/proc", wayland};
+  RunningAppsPlaces places{DesktopApps::sessionFolders(), AppScopes::sessionFolder()};
+  places.wayland = wayland;
+  return places;
 }
 
 LinuxRunningApps::LinuxRunningApps(MainLoop& loop, RunningAppsPlaces places)
@@ -92,14 +97,18 @@ void LinuxRunningApps::tell(const std::string& id, What what) {
 }
 
 // What the window says of itself comes first: several applications may share a program. Then the
-// unit, which knows programs in a sandbox and under an interpreter.
+// unit, which knows programs in a sandbox and under an interpreter. A program without a desktop
+// file goes by its name: that something else came to the front has to be told.
 std::string LinuxRunningApps::idOf(const X11Client& client) const {
+  if (client.process == std::to_string(::getpid())) return places_.own;
   if (auto id = apps_.byWindow(client.instance, client.windowClass)) return *id;
-  if (client.process.empty()) return {};
+  if (client.process.empty()) return client.windowClass;
   std::string id = idOfUnit(unitOf(places_.processes, client.process));
   if (!id.empty()) return id;
   const auto program = programOf(places_.processes, client.process);
-  return program ? idOf(*program) : std::string();
+  if (!program) return client.windowClass;
+  id = idOf(*program);
+  return id.empty() ? nameOf(program->executable) : id;
 }
 
 std::string LinuxRunningApps::idOf(const RunningProgram& program) const {
@@ -152,7 +161,8 @@ ServiceReport LinuxRunningApps::report() const {
                            : "; no application scopes here";
   if (look) detail += "; starts by a look at the processes each second, short ones are missed";
   if (places_.wayland)
-    detail += "; what comes to the front is seen of X11 programs only (Wayland)";
+    detail += "; what comes to the front is seen of X11 programs only (Wayland)" +
+              std::string(look ? "" : ", a start in a terminal is missed");
   else if (!managed)
     detail += "; what comes to the front cannot be seen";
   std::string backend = managed ? "X11" : "";

@@ -19,7 +19,8 @@ struct RunningAppsPlaces {
   std::vector<std::string> applications;  ///< folders of desktop files
   std::string scopes;                     ///< folder of the units of applications
   std::string processes = "/proc";
-  bool wayland = false;  ///< programs need not be on the X display
+  bool wayland = false;         ///< programs need not be on the X display
+  std::string own = "brindle";  ///< what windows of this very process go by
 
   static RunningAppsPlaces ofThisSession();
 };

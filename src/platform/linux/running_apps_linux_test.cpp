@@ -78,7 +78,7 @@ struct Desktop {
     fs::create_symlink(folder / ("bin/" + executable), folder / ("processes/" + pid + "/exe"));
   }
   RunningAppsPlaces places() {
-    return {{folder / "own", folder / "all"}, folder / "units", folder / "processes", false};
+    return {{folder / "own", folder / "all"}, folder / "units", folder / "processes"};
   }
 
   TemporaryFolder folder;
@@ -134,6 +134,7 @@ TEST(LinuxRunningAppsTest, WindowsLeadToApplicationsByClassUnitAndProgram) {
   fs::create_directories(desktop.folder / "bin/lib");
   desktop.write("bin/lib/paint", "");
   desktop.process("83", "lib/paint", "");
+  desktop.process("84", "shared", "app-gone-84.scope");
   std::string last;
   const auto subscription = desktop.apps.observe([&](const std::string& id, What what) {
     if (what == What::activated) last = id;
@@ -148,6 +149,8 @@ TEST(LinuxRunningAppsTest, WindowsLeadToApplicationsByClassUnitAndProgram) {
                         {"x", "x", 81, "org.example.Draw"},
                         {"x", "x", 82, "scripted"},
                         {"x", "x", 83, "kde-paint"},
+                        {"x", "x", 84, "shared"},
+                        {"x", "draw-window", getpid(), "brindle"},
                         {"x", "x", 71, "org.example.Notes"}};
   for (const Case& one : cases) {
     desktop.programs.push_back(windowOf(one.instance, one.windowClass, one.pid));
