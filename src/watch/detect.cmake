@@ -4,5 +4,5 @@ brindle_library(brindle_watch
     watch_monitor_paths.cpp watch_reading.cpp watched_apps.cpp watched_paths.cpp
   LINKS brindle_watch_list brindle_core)
 brindle_test(watch_monitor_test
-  SOURCES open_detector_test.cpp
+  SOURCES open_detector_test.cpp watch_monitor_test.cpp
   LINKS brindle_watch brindle_memory brindle_testing)

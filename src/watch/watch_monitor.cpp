@@ -137,7 +137,6 @@ void WatchMonitor::takeFound() {
   }
   for (const WatchHit& hit : found.hits) report(hit, lastFileHit_);
   for (const DecoyGone& gone : found.gone) {
-    decoys_.erase(gone.target->id);
     list_.decoyGone(gone.target->id, gone.folder, gone.fileName);
   }
   if (found.scanned) lookAtDecoys();
