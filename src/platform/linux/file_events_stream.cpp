@@ -85,7 +85,8 @@ void LinuxFileEventStream::run() {
 
 void LinuxFileEventStream::wait(bool busy) {
   std::vector<pollfd> ready{{wake_.get(), POLLIN, 0}};
-  if (busy) poll(ready.data(), 1, static_cast<int>(busyPause.count()));
+  const timespec pause{0, std::chrono::nanoseconds(busyPause).count()};
+  if (busy) ppoll(ready.data(), 1, &pause, nullptr);
   ready.push_back({mounts_.descriptor(), POLLPRI, 0});
   for (const auto& each : observations_) ready.push_back({each->descriptor(), POLLIN, 0});
   poll(ready.data(), ready.size(), -1);

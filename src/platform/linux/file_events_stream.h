@@ -19,7 +19,7 @@ class LinuxFileEventStream final : public FileEventStream {
  public:
   /// Waits between two batches while many openings come, so that the opener is not interrupted for
   /// each of them.
-  static constexpr std::chrono::milliseconds busyPause{1};
+  static constexpr std::chrono::microseconds busyPause{200};
 
   LinuxFileEventStream(OpeningTimes& times, FileEvents::Deliver deliver, ObservedPaths paths);
   ~LinuxFileEventStream() override;
