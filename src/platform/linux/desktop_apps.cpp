@@ -102,9 +102,7 @@ fs::file_time_type changed(const std::string& folder) {
 
 }  // namespace
 
-DesktopApps::DesktopApps(std::vector<std::string> folders) : folders_(std::move(folders)) {
-  refresh();
-}
+DesktopApps::DesktopApps(std::vector<std::string> folders) : folders_(std::move(folders)) {}
 
 std::vector<std::string> DesktopApps::sessionFolders() {
   const std::string shared = environmentText("XDG_DATA_DIRS");

@@ -20,8 +20,8 @@ class DesktopApps {
   /// Those of this session (XDG Base Directory 0.8).
   static std::vector<std::string> sessionFolders();
 
-  /// Reads everything again if a folder has changed: programs are installed meanwhile. An entry
-  /// changed in place is not noticed.
+  /// To be called before a question: reads everything for the first one, and again if a folder has
+  /// changed, as programs are installed meanwhile. An entry changed in place is not noticed.
   void refresh();
 
   std::optional<AppIdentity> byId(const std::string& id) const;
