@@ -42,9 +42,9 @@ AlertService::AlertService(const Services& services, KeychainItems& items, const
   });
 }
 
-GuardCollaborators AlertService::among(NullCollaborators& others) {
+GuardCollaborators AlertService::among(NullCollaborators& others, WatchMonitoring& watch) {
   return {watch_,       alerts_,        vault_.web(),     push_,
-          others.watch, others.alarm,   others.unlockLog, others.updateInstaller,
+          watch,        others.alarm,   others.unlockLog, others.updateInstaller,
           others.clips, others.locator, others.features,  account_.gate()};
 }
 

@@ -31,8 +31,8 @@ class AlertService {
 
   AlertService(const Services& services, KeychainItems& items, const Places& places, Guard guard);
 
-  /// The store's collaborators: these, and of `others` the rest.
-  GuardCollaborators among(NullCollaborators& others);
+  /// The store's collaborators: these, `watch`, and of `others` the rest.
+  GuardCollaborators among(NullCollaborators& others, WatchMonitoring& watch);
 
   /// Before the guard store starts, which asks what is held already.
   void prepare();

@@ -38,10 +38,11 @@ BrindleMacApp::BrindleMacApp(const Services& services, const std::string& folder
                     {[this] { return store_.armed(); },
                      [this](const Uuid& event) { return store_.beingProved(event); },
                      [this] { store_.turnOn(ArmSource::remote()); }}),
+      watching_(services, folder, [this](const Trigger& trigger) { store_.opened(trigger); }),
       store_({services.scheduler, services.bootClock, services.screen, services.preferences,
               services.notifications, services.random, services.fileWork, vault_, camera_, secrets_,
               log_},
-             alertService_.among(collaborators_)),
+             alertService_.among(collaborators_, watching_)),
       gate_(secrets_, store_, fingerprint_, services.scheduler),
       startAtLogin_(services.loginItem, services.preferences, log_,
                     [this](std::string_view name) { return collaborators_.features.on(name); }),
@@ -53,15 +54,18 @@ BrindleMacApp::~BrindleMacApp() {
   services_.fileWork.finish();
   services_.imageWork.finish();
   services_.vaultWork.finish();
+  services_.watching.work.finish();
 }
 
 void BrindleMacApp::start(std::function<void()> started, NightjarStore::Role role) {
   freshInstall_.run(lifetime_.guard([this, role, started = std::move(started)] {
     alertService_.prepare();
+    watching_.prepare();
     store_.start(role);
     if (role == NightjarStore::Role::guard) {
       alertService_.start(
           {.on = store_.armed(), .asLoginItem = startedAtLogin && startedAtLogin()});
+      if (!store_.armed()) watching_.look();
     } else {
       alertService_.startForCommand();
     }

@@ -6,6 +6,7 @@
 #include "app/alert_service.h"
 #include "app/app_delegate.h"
 #include "app/services.h"
+#include "app/watching.h"
 #include "capture/camera_capture.h"
 #include "core/nightjar_store.h"
 #include "core/null_collaborators.h"
@@ -45,6 +46,7 @@ class BrindleMacApp {
   StartAtLoginOnArm& startAtLogin() { return startAtLogin_; }
   PhotoVault& vault() { return vault_; }
   AlertService& alertService() { return alertService_; }
+  Watching& watching() { return watching_; }
   CameraCapturing& camera() { return camera_; }
   const Services& services() const { return services_; }
 
@@ -59,6 +61,7 @@ class BrindleMacApp {
   MacCameraCapture camera_;
   NullCollaborators collaborators_;
   AlertService alertService_;
+  Watching watching_;
   NightjarStore store_;
   NoFingerprintCheck fingerprint_;
   OwnerGate gate_;

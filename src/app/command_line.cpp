@@ -53,6 +53,26 @@ Read readDelete(Request request, std::span<const std::string_view> rest) {
   return CommandLine{Mode::request, std::move(request)};
 }
 
+Read readWatch(Request request, std::span<const std::string_view> rest) {
+  const bool lists = rest.empty() || rest[0] == "list";
+  request.json = lists && rest.size() == 2 && rest[1] == "--json";
+  request.target = lists ? "list" : rest[0];
+  const bool whole = rest.size() < 2 || request.json;
+  if (lists && whole) return CommandLine{Mode::request, std::move(request)};
+  if (rest.size() != 2 || rest[1].empty() || (rest[0] != "add" && rest[0] != "remove")) {
+    return wrong("watch takes add PATH|APP, list [--json] or remove NAME|ID");
+  }
+  request.value = rest[1];
+  return CommandLine{Mode::request, std::move(request)};
+}
+
+Read readTripwire(Request request, std::span<const std::string_view> rest) {
+  if (rest.size() != 2) return wrong("tripwire takes NAME FOLDER");
+  request.target = rest[0];
+  request.value = rest[1];
+  return CommandLine{Mode::request, std::move(request)};
+}
+
 /// What is asked of the account and the service, word by word.
 struct Form {
   std::string_view command;
@@ -121,6 +141,8 @@ Read readRequest(std::string_view name, std::span<const std::string_view> rest) 
   Request request{.command = std::string(name)};
   if (name == "setup") return readSetup(std::move(request), rest);
   if (name == "delete") return readDelete(std::move(request), rest);
+  if (name == "watch") return readWatch(std::move(request), rest);
+  if (name == "tripwire") return readTripwire(std::move(request), rest);
   if (name == "vault") rest = takeVaultOptions(request, rest);
   if (std::ranges::find(forms, name, &Form::command) != forms.end()) {
     return readForm(std::move(request), rest);
@@ -155,10 +177,10 @@ Result<CommandLine, std::string> readCommandLine(std::span<const std::string_vie
       {"-h", Mode::help},
       {"--version", Mode::version},
   }};
-  static constexpr std::array<std::string_view, 17> requests{
+  static constexpr std::array<std::string_view, 19> requests{
       "setup",   "on",      "off",   "status", "history", "delete",   "doctor",
       "confirm", "account", "terms", "outbox", "alerts",  "backstop", "other-devices",
-      "open",    "notices", "vault"};
+      "open",    "notices", "vault", "watch",  "tripwire"};
   const std::string_view name = arguments[0];
   const auto rest = arguments.subspan(1);
   const auto mode = std::ranges::find(modes, name, &std::pair<std::string_view, Mode>::first);
@@ -193,6 +215,10 @@ std::string_view usageText() {
   vault              sealed copies at the service: on, off, status, keys, queue [--json];
                      setup: where the owner makes their key; join CODE [--yes]: an organisation
                      that gets copies too
+  watch              what is watched while on: list [--json];
+                     add PATH|APP: a file, a folder with all that is in it, an app;
+                     remove NAME|ID
+  tripwire NAME FOLDER  puts a decoy there that nobody has a reason to open
   open LINK          take up a link of a sign-in e-mail
   doctor [--json]    every service: which backend, whether it answers, why not
   rehearse           play the whole story on devices in memory, in a private folder

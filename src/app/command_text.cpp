@@ -120,7 +120,7 @@ std::string statusText(const StatusFacts& facts) {
   if (!guard.saved) text += fmt::format("Not saved yet; {} failed saves.\n", guard.saveFailures);
   if (!guard.cameraAllowed) text += "The camera may not be used.\n";
   if (!guard.lockSourceReachable) text += std::string(noLockSource) + "\n";
-  return text + serviceStatusText(facts.service);
+  return text + watchLine(facts.watched) + serviceStatusText(facts.service);
 }
 
 std::string statusJson(const StatusFacts& facts) {
@@ -141,6 +141,7 @@ std::string statusJson(const StatusFacts& facts) {
       .field("cameraAllowed", guard.cameraAllowed)
       .field("lockSource", guard.lockSourceReachable);
   writeServiceStatus(out, facts.service);
+  writeWatchStatus(out.key("watched"), facts.watched);
   out.endObject();
   return text + "\n";
 }

@@ -5,6 +5,7 @@
 #include <vector>
 
 #include "app/service_text.h"
+#include "app/watch_text.h"
 #include "core/guard_status.h"
 #include "core/unlock_event.h"
 #include "platform/service_report.h"
@@ -16,6 +17,7 @@ struct StatusFacts {
   bool running = false;
   std::int64_t alertDelay = 0;
   ServiceFacts service;
+  std::vector<WatchedItem> watched = {};
 };
 
 /// Names and addresses are chosen by others: a terminal must not take parts of one for commands.

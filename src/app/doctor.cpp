@@ -21,7 +21,8 @@ void Doctor::ask(bool json, std::function<void(Reply)> done) {
   services_.secretWork.run(
       [keychain, &service = services_.keychain] { *keychain = service.report(); },
       [this, keychain, json, done = std::move(done)] {
-        const auto reports = all(*keychain);
+        auto reports = all(*keychain);
+        if (watched_) reports.push_back(watched_());
         const bool fit = std::ranges::all_of(
             reports, [](const auto& each) { return each.answered || !isEssential(each); });
         done({.text = json ? doctorJson(reports) : doctorText(reports),
@@ -56,7 +57,11 @@ std::vector<ServiceReport> Doctor::all(ServiceReport keychain) {
           services_.network.appleSignIn.report(),
           services_.network.push.report(),
           services_.network.path.report(),
-          services_.network.browser.report()};
+          services_.network.browser.report(),
+          services_.watching.events.report(),
+          services_.watching.opened.report(),
+          services_.watching.bookmarks.report(),
+          services_.watching.apps.report()};
 }
 
 }  // namespace brindle

@@ -11,9 +11,12 @@ namespace brindle {
 /// Asks every service which backend it is, whether it answers, and why not.
 class Doctor {
  public:
-  /// `window` is what shows the guarded window here; services are asked when it is `ask`ed.
-  Doctor(const Services& services, ServiceReport window)
-      : services_(services), window_(std::move(window)) {}
+  using Watched = std::function<ServiceReport()>;
+
+  /// `window` is what shows the guarded window here, `watched` tells of the watched items; services
+  /// are asked when it is `ask`ed.
+  Doctor(const Services& services, ServiceReport window, Watched watched = {})
+      : services_(services), window_(std::move(window)), watched_(std::move(watched)) {}
 
   /// `done` from the main loop: the keychain is asked on its worker. The exit code says whether the
   /// guard can do its work: lock signals, camera, keychain and files answer.
@@ -24,6 +27,7 @@ class Doctor {
 
   Services services_;
   ServiceReport window_;
+  Watched watched_;
 };
 
 }  // namespace brindle

@@ -8,6 +8,7 @@
 #include "app/brindle_app.h"
 #include "app/command_session.h"
 #include "app/service_commands.h"
+#include "app/watch_commands.h"
 
 namespace brindle {
 
@@ -42,6 +43,7 @@ class GuardCommands final : public CommandHandler {
   bool running_;
   Doctor doctor_;
   ServiceCommands service_;
+  WatchCommands watch_;
   Lifetime lifetime_;
 };
 

@@ -16,7 +16,8 @@ Services withFlash(const Services& all, const GuardRun::OverFlash& over) {
   return {all.scheduler,  all.bootClock, all.files,     all.preferences,   all.keychain,
           all.random,     all.crypto,    all.screen,    all.notifications, all.loginItem,
           all.quitSender, all.camera,    all.images,    over(all.flash),   all.fileWork,
-          all.secretWork, all.imageWork, all.vaultWork, all.log,           all.network};
+          all.secretWork, all.imageWork, all.vaultWork, all.log,           all.network,
+          all.watching};
 }
 
 }  // namespace
@@ -27,7 +28,8 @@ GuardRun::GuardRun(NativeServices& services, const AppPaths& paths, ServiceRepor
       services_(services),
       log_(services_.log()),
       app_(withFlash(services_.services(), overFlash), paths.data, paths.temporary),
-      doctor_(services_.services(), std::move(window)),
+      doctor_(services_.services(), std::move(window),
+              [this] { return watchReport(app_.watching().known()); }),
       commands_(
           app_, /*running=*/true,
           [this](bool json, auto done) { doctor_.ask(json, std::move(done)); },

@@ -8,10 +8,12 @@
 #include "platform/file_step.h"
 #include "platform/linux/apple_sign_in_linux.h"
 #include "platform/linux/background_transfer_linux.h"
+#include "platform/linux/bookmarks_linux.h"
 #include "platform/linux/boot_clock_linux.h"
 #include "platform/linux/browser_linux.h"
 #include "platform/linux/camera_gstreamer.h"
 #include "platform/linux/courier_launcher.h"
+#include "platform/linux/file_events_linux.h"
 #include "platform/linux/flash_x11.h"
 #include "platform/linux/http_curl.h"
 #include "platform/linux/image_jpeg.h"
@@ -24,12 +26,14 @@
 #include "platform/linux/machine_linux.h"
 #include "platform/linux/network_path_linux.h"
 #include "platform/linux/notifications_linux.h"
+#include "platform/linux/opened_files_linux.h"
 #include "platform/linux/opened_links_linux.h"
 #include "platform/linux/preferences_linux.h"
 #include "platform/linux/process_activity_linux.h"
 #include "platform/linux/push_registration_linux.h"
 #include "platform/linux/quit_sender_linux.h"
 #include "platform/linux/random_linux.h"
+#include "platform/linux/running_apps_linux.h"
 #include "platform/linux/scheduler_linux.h"
 #include "platform/linux/screen_lock_linux.h"
 #include "platform/linux/system_power_linux.h"
@@ -91,6 +95,7 @@ class LinuxServices final : public NativeServices {
         imageWork_(scheduler_, "brindle.images"),
         vaultWork_(scheduler_, "brindle.vault"),
         cameraWork_(scheduler_, "brindle.camera"),
+        watchWork_(scheduler_, "brindle.watched"),
         files_(paths.data),
         preferences_(files_, paths.preferences, log_),
         keychain_(makeLinuxKeychain(files_, preferences_, paths.data, log_)),
@@ -113,7 +118,10 @@ class LinuxServices final : public NativeServices {
         appleSignIn_(scheduler_),
         push_(session_, preferences_, random_, log_),
         path_(scheduler_),
-        browser_(scheduler_, session_, log_) {
+        browser_(scheduler_, session_, log_),
+        fileEvents_(scheduler_, openingTimes_),
+        openedFiles_(openingTimes_),
+        apps_(scheduler_, RunningAppsPlaces::ofThisSession()) {
     if (program != ProgramKind::command) camera_.prepare(ownProgram("brindle-camera-scan"));
   }
 
@@ -148,6 +156,7 @@ class LinuxServices final : public NativeServices {
   ThreadWorkerQueue imageWork_;
   ThreadWorkerQueue vaultWork_;
   ThreadWorkerQueue cameraWork_;
+  ThreadWorkerQueue watchWork_;
   LinuxBootClock bootClock_;
   PosixFiles files_;
   LinuxPreferences preferences_;
@@ -176,6 +185,11 @@ class LinuxServices final : public NativeServices {
   LinuxPushRegistration push_;
   LinuxNetworkPath path_;
   LinuxBrowser browser_;
+  OpeningTimes openingTimes_;
+  LinuxFileEvents fileEvents_;
+  LinuxOpenedFiles openedFiles_;
+  LinuxBookmarks bookmarks_;
+  LinuxRunningApps apps_;
   Services services_{scheduler_,
                      bootClock_,
                      files_,
@@ -196,7 +210,8 @@ class LinuxServices final : public NativeServices {
                      vaultWork_,
                      sink_,
                      {http_, watchTransfer_, alertTransfer_, vaultTransfer_, power_, activity_,
-                      machine_, links_, webSignIn_, appleSignIn_, push_, path_, browser_}};
+                      machine_, links_, webSignIn_, appleSignIn_, push_, path_, browser_},
+                     {fileEvents_, openedFiles_, bookmarks_, apps_, watchWork_}};
 };
 
 }  // namespace

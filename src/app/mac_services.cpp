@@ -58,6 +58,7 @@ class MacServices final : public NativeServices {
   std::unique_ptr<WorkerQueue> secretWork_ = makeMacWorkerQueue("brindle.secret");
   std::unique_ptr<WorkerQueue> imageWork_ = makeMacWorkerQueue("brindle.images");
   std::unique_ptr<WorkerQueue> vaultWork_ = makeMacWorkerQueue("brindle.vault");
+  std::unique_ptr<WorkerQueue> watchWork_ = makeMacWorkerQueue("brindle.watched");
   std::unique_ptr<BootClock> bootClock_ = makeMacBootClock();
   std::unique_ptr<PosixFiles> files_;
   std::unique_ptr<Preferences> preferences_ = makeMacPreferences();
@@ -86,6 +87,10 @@ class MacServices final : public NativeServices {
   std::unique_ptr<PushRegistration> push_;
   std::unique_ptr<NetworkPath> path_ = makeMacNetworkPath(*scheduler_);
   std::unique_ptr<Browser> browser_ = makeMacBrowser(*scheduler_);
+  std::unique_ptr<FileEvents> fileEvents_ = makeMacFileEvents(*scheduler_);
+  std::unique_ptr<OpenedFiles> openedFiles_ = makeMacOpenedFiles();
+  std::unique_ptr<Bookmarks> bookmarks_ = makeMacBookmarks();
+  std::unique_ptr<RunningApps> apps_ = makeMacRunningApps();
   Services services_{
       *scheduler_,
       *bootClock_,
@@ -107,7 +112,8 @@ class MacServices final : public NativeServices {
       *vaultWork_,
       sink_,
       {*http_, *watchTransfer_, *alertTransfer_, *vaultTransfer_, *power_, *activity_, *machine_,
-       *links_, *webSignIn_, *appleSignIn_, *push_, *path_, *browser_}};
+       *links_, *webSignIn_, *appleSignIn_, *push_, *path_, *browser_},
+      {*fileEvents_, *openedFiles_, *bookmarks_, *apps_, *watchWork_, macLibraryFolder()}};
 };
 
 }  // namespace

@@ -12,6 +12,7 @@
 #include "app/reach_guard.h"
 #include "app/rehearsal.h"
 #include "app/terminal_guard.h"
+#include "app/watch_commands.h"
 
 namespace {
 
@@ -77,7 +78,8 @@ int runGuard(const AppPaths& paths, bool atLogin) {
 
 int runDoctor(const AppPaths& paths, const Request& request) {
   const auto services = makeNativeServices(paths, ProgramKind::command);
-  Doctor doctor(services->services(), terminalAsWindow());
+  Doctor doctor(services->services(), terminalAsWindow(),
+                [&] { return watchReport(watchedOnDisk(services->services(), paths.data)); });
   int exitCode = exit_code::failed;
   doctor.ask(request.json, [&](Reply reply) {
     std::fputs(reply.text.c_str(), stdout);
@@ -127,6 +129,7 @@ int runRequest(const AppPaths& paths, Request request) {
   StandardTerminal terminal;
   Conversation conversation(terminal);
   if (!conversation.prepare(request)) return conversation.exitCode();
+  takePathsFromHere(request);
   const auto reached = reachGuard(paths);
   if (reached.client) return converse(*reached.client, std::move(request), conversation);
   if (reached.problem.empty()) {

@@ -6,19 +6,23 @@
 #include "app/native_services.h"
 #include "platform/memory/apple_sign_in_memory.h"
 #include "platform/memory/background_transfer_memory.h"
+#include "platform/memory/bookmarks_memory.h"
 #include "platform/memory/browser_memory.h"
 #include "platform/memory/camera_memory.h"
+#include "platform/memory/file_events_memory.h"
 #include "platform/memory/flash_window_memory.h"
 #include "platform/memory/keychain_memory.h"
 #include "platform/memory/login_item_memory.h"
 #include "platform/memory/machine_memory.h"
 #include "platform/memory/network_path_memory.h"
 #include "platform/memory/notifications_memory.h"
+#include "platform/memory/opened_files_memory.h"
 #include "platform/memory/opened_links_memory.h"
 #include "platform/memory/preferences_memory.h"
 #include "platform/memory/process_activity_memory.h"
 #include "platform/memory/push_registration_memory.h"
 #include "platform/memory/quit_sender_memory.h"
+#include "platform/memory/running_apps_memory.h"
 #include "platform/memory/screen_lock_memory.h"
 #include "platform/memory/system_power_memory.h"
 #include "platform/memory/web_sign_in_memory.h"
@@ -55,7 +59,8 @@ class MemoryServices {
             vaultWork,
             log_,
             {http, watchTransfer, alertTransfer, vaultTransfer, power, activity, machine, links,
-             webSignIn, appleSignIn, push, path, browser}};
+             webSignIn, appleSignIn, push, path, browser},
+            {fileEvents, openedFiles, bookmarks, apps, watchWork}};
   }
 
   NativeTools tools = makeNativeTools();
@@ -64,6 +69,7 @@ class MemoryServices {
   ThreadWorkerQueue secretWork{scheduler, "brindle.secret"};
   ThreadWorkerQueue imageWork{scheduler, "brindle.images"};
   ThreadWorkerQueue vaultWork{scheduler, "brindle.vault"};
+  ThreadWorkerQueue watchWork{scheduler, "brindle.watched"};
   PosixFiles files;
   OpensslCrypto crypto;
   MemoryPreferences preferences;
@@ -87,6 +93,10 @@ class MemoryServices {
   MemoryPushRegistration push{scheduler};
   MemoryNetworkPath path{scheduler};
   MemoryBrowser browser{scheduler};
+  MemoryFileEvents fileEvents{scheduler};
+  MemoryOpenedFiles openedFiles;
+  MemoryBookmarks bookmarks;
+  MemoryRunningApps apps{scheduler};
 
  private:
   LogSink& log_;

@@ -5,10 +5,12 @@
 #include "base/log.h"
 #include "platform/apple_sign_in.h"
 #include "platform/background_transfer.h"
+#include "platform/bookmarks.h"
 #include "platform/boot_clock.h"
 #include "platform/browser.h"
 #include "platform/camera.h"
 #include "platform/crypto.h"
+#include "platform/file_events.h"
 #include "platform/files.h"
 #include "platform/flash_window.h"
 #include "platform/http.h"
@@ -18,12 +20,14 @@
 #include "platform/machine.h"
 #include "platform/network_path.h"
 #include "platform/notifications.h"
+#include "platform/opened_files.h"
 #include "platform/opened_links.h"
 #include "platform/preferences.h"
 #include "platform/process_activity.h"
 #include "platform/push_registration.h"
 #include "platform/quit_sender.h"
 #include "platform/random.h"
+#include "platform/running_apps.h"
 #include "platform/scheduler.h"
 #include "platform/screen_lock.h"
 #include "platform/system_power.h"
@@ -49,6 +53,17 @@ struct NetworkServices {
   Browser& browser;
 };
 
+/// What tells who opens what.
+struct WatchingServices {
+  FileEvents& events;
+  OpenedFiles& opened;
+  Bookmarks& bookmarks;
+  RunningApps& apps;
+  WorkerQueue& work;  ///< watched items: a volume that hangs must not keep photos from the disk
+  /// Where macOS' programs keep their files in the owner's home; empty elsewhere.
+  std::string libraryFolder = {};
+};
+
 /// Every platform service, whichever backends were chosen. All of them outlive the application.
 struct Services {
   Scheduler& scheduler;
@@ -71,6 +86,7 @@ struct Services {
   WorkerQueue& vaultWork;   ///< sealing
   LogSink& log;
   NetworkServices network;
+  WatchingServices watching;
 };
 
 }  // namespace brindle

@@ -1,0 +1,38 @@
+#pragma once
+
+#include <string>
+
+#include "app/command_session.h"
+#include "app/watch_text.h"
+#include "app/watching.h"
+#include "core/nightjar_store.h"
+
+namespace brindle {
+
+/// What commands ask of the watched items and tripwires. Main thread only.
+class WatchCommands {
+ public:
+  WatchCommands(const NightjarStore& store, Watching& watching)
+      : store_(store), watching_(watching), list_(watching.list()) {}
+
+  static bool knows(const std::string& command);
+  CommandHandler::Need needOf(const Request& request) const;
+  void run(const Request& request, CommandHandler::Done done);
+
+ private:
+  void add(const std::string& pathOrApp, CommandHandler::Done done);
+  void remove(const std::string& nameOrId, const CommandHandler::Done& done);
+  /// Answers an addition; `hint` goes before a refusal.
+  WatchList::Added answering(CommandHandler::Done done, std::string hint = {});
+
+  const NightjarStore& store_;
+  Watching& watching_;
+  WatchList& list_;
+  Lifetime lifetime_;
+};
+
+/// Makes what a request names on disk absolute, as seen from this process's working folder: the
+/// guard has another. A name that is nothing here is left alone, and may be an app's.
+void takePathsFromHere(Request& request);
+
+}  // namespace brindle
