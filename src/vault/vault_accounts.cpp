@@ -35,9 +35,16 @@ void VaultAccounts::forget(const Uuid& event) {
   if (others_.erase(event) > 0) (void)store();
 }
 
+void VaultAccounts::forgetAccount(const std::string& email) {
+  std::erase_if(others_, [&](const auto& each) { return sameAddress(each.second, email); });
+  if (sameAddress(account_, email)) account_.clear();
+  (void)store();
+}
+
 bool VaultAccounts::store() {
   return defaults_.change(
-      {{std::string(accountKey), account_},
+      {{std::string(accountKey),
+        account_.empty() ? std::optional<PreferenceValue>() : PreferenceValue(account_)},
        {std::string(othersKey),
         others_.empty() ? std::optional<PreferenceValue>() : accountsText(others_)}});
 }

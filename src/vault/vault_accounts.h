@@ -24,6 +24,8 @@ class VaultAccounts {
   [[nodiscard]] bool enter(const Uuid& event, const std::string& email);
   /// Nothing of the event is left anywhere. What cannot be stored now goes with the next change.
   void forget(const Uuid& event);
+  /// The account is gone, with all that was handed over under it.
+  void forgetAccount(const std::string& email);
 
  private:
   bool store();

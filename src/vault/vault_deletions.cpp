@@ -45,6 +45,17 @@ bool VaultDeletions::covers(const Uuid& event) const {
   return pendingDeletes_.contains(event) || std::ranges::find(deleted_, event) != deleted_.end();
 }
 
+void VaultDeletions::forgetAccount(const std::string& email) {
+  const std::set<Uuid> pending = pendingDeletes_;
+  for (const Uuid& event : pending) {
+    if (!sameAddress(accounts_.of(event), email)) continue;
+    deleting_.erase(event);
+    mayArrive_.erase(event);
+    confirmed(event);
+  }
+  changed_();
+}
+
 void VaultDeletions::uploadAnswered(const Uuid& event) {
   if (std::erase(deleted_, event) == 0) return askAgain(event);
   parts_.log.notice("vault deletion: an upload was answered after it, asked for again");

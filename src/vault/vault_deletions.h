@@ -35,6 +35,8 @@ class VaultDeletions {
   /// One was on its way and was given up: the service may have it whole and take it in after the
   /// deletion, so that once nothing can arrive any more it is asked again. Goes before `ask`.
   void uploadGivenUp(const Uuid& event);
+  /// The account is gone, and with it all that the service kept under it.
+  void forgetAccount(const std::string& email);
   /// Being deleted, or deleted: nothing of it is uploaded.
   bool covers(const Uuid& event) const;
   /// Tries each that is pending once, until several in a row have failed.

@@ -47,6 +47,16 @@ bool VaultUploads::forget(const Uuid& event) {
   return !its.empty();
 }
 
+void VaultUploads::forgetAccount(const std::string& email) {
+  std::vector<std::pair<PhotoKey, Uuid>> its;
+  for (const auto& [key, item] : undelivered_) {
+    if (sameAddress(accounts_.of(key.event), email)) its.emplace_back(key, item.upload.photoID);
+  }
+  for (const auto& [key, photo] : its) end(key, photo, Ended::rejected);
+  pump();
+  events_.changed();
+}
+
 bool VaultUploads::knows(const Uuid& event) const {
   const auto has = [&event](const auto& all) {
     const auto first = all.lower_bound({event, 0});

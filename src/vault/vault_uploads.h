@@ -64,6 +64,8 @@ class VaultUploads {
   void take(const UnlockEvent& event, std::size_t index);
   /// Cancels what is on its way and forgets the rest. True when something was on its way.
   bool forget(const Uuid& event);
+  /// Ends all that was handed over under an account that is gone.
+  void forgetAccount(const std::string& email);
   /// Whether anything of the event waits or is on its way.
   bool knows(const Uuid& event) const;
   /// Tries each that waits once, until several in a row have failed.

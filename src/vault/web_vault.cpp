@@ -55,6 +55,12 @@ void WebVault::offer() {
   changed();
 }
 
+void WebVault::forgetAccount(const std::string& email) {
+  uploads_.forgetAccount(email);
+  deletions_.forgetAccount(email);
+  accounts_.forgetAccount(email);
+}
+
 bool WebVault::setWantsUploads(bool wanted) {
   if (!parts_.defaults.set(onKey, wanted)) return false;
   parts_.log.notice("vault: uploads wanted %{bool,public}d", wanted);

@@ -31,6 +31,9 @@ class WebVault final : public VaultUploading {
   /// Something changed for the better (the machine woke, the network is back): no more waiting.
   void hurry();
 
+  /// The service has confirmed that this account is deleted: nothing of it waits any more.
+  void forgetAccount(const std::string& email);
+
   /// The owner wants copies; off until they say otherwise. While off nothing is uploaded, and what
   /// is queued waits; deletions still go.
   bool wantsUploads() const { return parts_.defaults.boolean(onKey).value_or(false); }

@@ -329,6 +329,15 @@ TEST_F(WebVaultTest, NothingIsSentWhileItIsOffOrSomebodyElseIsSignedIn) {
   EXPECT_TRUE(service.vault.kept().empty());
   EXPECT_EQ(service.to(removal)[0]->header("Authorization"), "Bearer token of EVA");
   EXPECT_EQ(service.to(removal)[1]->header("Authorization"), "Bearer token of adam");
+
+  service.always(removal, {.status = 500}), service.always(upload, {.held = true});
+  confirm(happen().id);
+  const Uuid left = happen().id;
+  vault->forgetAccount("Adam");
+  scheduler.run();
+  EXPECT_TRUE(vault->queue().empty() && vault->status().pendingDeletes == 0 && blobs() == 0);
+  EXPECT_EQ(events.at(left).vaultPhotos[0].state, State::rejected) << "for no other account";
+  EXPECT_EQ(stored("vault.otherAccounts"), "");
 }
 
 TEST_F(WebVaultTest, ADeletionIsAskedForUntilItIsConfirmedAndNotAgain) {

@@ -78,7 +78,7 @@ def confirm(event):
     guard.type(PIN)
     guard.shows("Confirmed.")
     service.gets("device-delete", "confirmed, the service is told to delete it", event["id"].lower())
-    until(lambda: "Nothing waits for the vault." in brindle("vault", "queue"), "and nothing more waits")
+    until(lambda: not json.loads(brindle("vault", "queue", "--json"))["uploads"], "and no upload waits")
     check(not blobs_of(event) and not glob.glob(DATA + "/outbox-vault/*"), "nothing of it is left, there or here", os.listdir(KEPT))
 
 
