@@ -69,16 +69,15 @@ int ObservedFolders::visit(const Place& place, Reason reason, std::vector<Place>
 bool ObservedFolders::enter(const FileKey& key, const Place& place, Reason reason) {
   const auto [at, isNew] = folders_.try_emplace(key);
   Folder& folder = at->second;
-  if (isNew) {
-    move(folder, place);
-    return true;
-  }
-  const bool here = folder.parent == place.parent && folder.name == place.name;
-  if (here) return reason == Reason::again;
+  const bool here = !isNew && folder.parent == place.parent && folder.name == place.name;
   // Mounted a second time, or the root of another watched folder: one place is enough.
-  if (leadsTo(key, folder) || (place.parent && place.parent->within(&folder))) return false;
-  move(folder, place);
-  return reason == Reason::again;
+  const bool oneMore =
+      !isNew && !here &&
+      (!hasLeft(key, folder) || (place.parent != nullptr && place.parent->within(&folder)));
+  if (oneMore) return false;
+  folder.round = round_;
+  if (!here) move(folder, place);
+  return isNew || reason == Reason::again;
 }
 
 void ObservedFolders::move(Folder& folder, const Place& place) {
@@ -150,19 +149,25 @@ void ObservedFolders::settle() {
     const auto found = folders_.find(key);
     // A root that moves stays observed until the list is made anew.
     if (found == folders_.end() || !found->second.parent) continue;
-    if (!leadsTo(key, found->second)) prune(key);
+    if (hasLeft(key, found->second)) prune(key);
   }
 }
 
 void ObservedFolders::lookAgain() {
+  ++round_;
   for (const std::string& root : roots_) walk({nullptr, root}, Reason::again);
+  for (const auto& [key, folder] : folders_) {
+    if (folder.round != round_) adrift_.push_back(key);
+  }
+  settle();
 }
 
-bool ObservedFolders::leadsTo(const FileKey& key, const Folder& folder) {
+/// One that may not be read any more is where it was.
+bool ObservedFolders::hasLeft(const FileKey& key, const Folder& folder) {
   const Descriptor there = openFolder(folder.path());
-  if (!there) return false;
+  if (!there) return isGone(errno);
   const auto found = parts_.kernel.watch(there.get(), KernelWatch::Part::contents);
-  return found && *found == key;
+  return found && *found != key;
 }
 
 /// By looking through all: only inotify does not name what was moved.

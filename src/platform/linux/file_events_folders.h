@@ -44,6 +44,7 @@ class ObservedFolders {
     Folder* parent = nullptr;  ///< none: a root, named by its whole path
     std::string name;
     std::uint32_t children = 0;
+    std::uint32_t round = 0;  ///< in which it was last found
     std::string path() const;
     bool within(const Folder* other) const;
   };
@@ -66,7 +67,7 @@ class ObservedFolders {
   void missed(int folder, const std::string& path, const char* name);
   int refuse(const Place& place, const std::string& path, int error);
   void move(Folder& folder, const Place& place);
-  bool leadsTo(const FileKey& key, const Folder& folder);
+  bool hasLeft(const FileKey& key, const Folder& folder);
   FileKey keyOf(const Place& place) const;
   void prune(const FileKey& key);
   bool excluded(const std::string& path) const;
@@ -78,6 +79,7 @@ class ObservedFolders {
   std::vector<std::string> refused_;
   std::vector<std::string> roots_;
   std::size_t visited_ = 0;
+  std::uint32_t round_ = 0;
 };
 
 }  // namespace brindle

@@ -166,6 +166,7 @@ TEST_P(FileEventsLinuxTest, ManyStreamsLeaveNoDescriptorAndNoThread) {
 /// The reader is held up while more happens than the kernel keeps.
 TEST_P(FileEventsLinuxTest, LostEventsAreOneScanAndTheObservationGoesOn) {
   RealFolder real(GetParam());
+  real.sh("mkdir tree/gone; touch tree/gone/x");
   DeliveredEvents seen;
   std::promise<void> burstOver;
   const auto over = burstOver.get_future().share();
@@ -175,7 +176,7 @@ TEST_P(FileEventsLinuxTest, LostEventsAreOneScanAndTheObservationGoesOn) {
   });
   ASSERT_TRUE(stream);
   real.sh(
-      "cat tree/in/x; seq -f tree/in/%g 20000 | xargs touch; mkdir tree/late; "
+      "cat tree/in/x; seq -f tree/in/%g 20000 | xargs touch; mkdir tree/late; mv tree/gone .; "
       "touch tree/late/x; touch -a -d '1 hour ago' tree/out/x; cat tree/out/x");
   burstOver.set_value();
   (*stream)->flush();
@@ -184,10 +185,11 @@ TEST_P(FileEventsLinuxTest, LostEventsAreOneScanAndTheObservationGoesOn) {
   EXPECT_TRUE(LinuxOpenedFiles(real.times).lastUsed(real.path("tree/out/x")))
       << "the time of access stands in for what was lost";
   const auto before = seen.count();
-  real.sh("cat tree/late/x");
+  real.sh("cat gone/x tree/late/x");
   (*stream)->flush();
   EXPECT_TRUE(seen.has(real.path("tree/late/x"), opened));
   EXPECT_LE(seen.count(), before + 2);
+  EXPECT_FALSE(seen.has(real.path("tree/gone/x"), any)) << "moved away meanwhile";
 }
 INSTANTIATE_TEST_SUITE_P(Ways, FileEventsLinuxTest, testing::Values(Way::best, Way::inotifyOnly));
 
