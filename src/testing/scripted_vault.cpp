@@ -51,7 +51,7 @@ std::string ScriptedVault::keysBody(std::string_view email) const {
   for (const Organisation& each : pending) {
     named(out, each).field("requestedAt", asked).field("expiresAt", ends).endObject();
   }
-  out.endArray().field("retentionDays", retentionDays).field("email", email).endObject();
+  out.endArray().field("retentionDays", 90).field("email", email).endObject();
   return text;
 }
 
@@ -84,7 +84,6 @@ void ScriptedVault::keep(const Bytes& blob) {
                              std::size_t{blob[2]} << 8 | std::size_t{blob[3]};
   const std::string_view header = textOf(blob).substr(4, length);
   const std::string event = memberOf(header, "eventId"), photo = memberOf(header, "photoId");
-  ++uploads_;
   kept_[event][photo] = blob;
   if (folder.empty()) return;
   fs::create_directories(fs::path(folder) / event);

@@ -28,14 +28,11 @@ class ScriptedVault {
   std::vector<Organisation> orgs;
   std::vector<Organisation> pending;
   std::map<std::string, Organisation> codes;  ///< accepted ones; joining moves nothing out of here
-  int retentionDays = 90;
   /// Where blobs are also written, as EVENT/PHOTO.blob with lower-case identifiers; empty: nowhere.
   std::string folder;
 
   /// By event and photo, as the header has them.
   const std::map<std::string, std::map<std::string, Bytes>>& kept() const { return kept_; }
-  /// All uploads that were taken, those of one photo counted each time.
-  std::size_t uploads() const { return uploads_; }
 
   static bool knows(std::string_view path) { return path.starts_with("api/vault/"); }
   std::string keysBody(std::string_view email) const;
@@ -49,7 +46,6 @@ class ScriptedVault {
   void remove(const std::string& event);
 
   std::map<std::string, std::map<std::string, Bytes>> kept_;
-  std::size_t uploads_ = 0;
 };
 
 }  // namespace brindle
