@@ -8,6 +8,7 @@
 
 #include "platform/contract/file_events_contract.h"
 #include "platform/contract/opened_files_contract.h"
+#include "platform/linux/file_events_stream.h"
 #include "platform/linux/opened_files_linux.h"
 #include "platform/memory/file_events_memory.h"
 #include "platform/memory/opened_files_memory.h"
@@ -206,6 +207,33 @@ TEST(FileEventsLinux, ThisProcessIsLeftOutAndMountsAreSeen) {
   ASSERT_TRUE(mounts.add(real.path("tree/in")));
   EXPECT_TRUE(runUntil(real.loop, [&] { return seen.has(real.path("tree"), root); }));
   EXPECT_FALSE(seen.has(real.path("file"), root));
+}
+
+/// A kernel that does not get on with the file system.
+struct Refusal final : KernelWatch {
+  Result<FileKey, int> watch(int, Part) override { return Failure(EXDEV); }
+  void forget(const FileKey&) override {}
+  void read(std::vector<KernelChange>&) override {}
+  int descriptor() const override { return -1; }
+  std::string limit() const override { return {}; }
+};
+
+TEST(FileEventsLinux, WhatOneKernelRefusesIsLeftToTheNextOrNamed) {
+  RealFolder real;
+  const ObservedPaths paths{{real.path("file")}, {real.path("tree")}, {}};
+  for (const bool another : {true, false}) {
+    DeliveredEvents seen;
+    LinuxFileEventStream stream(real.times, seen.deliver(), paths);
+    stream.observe(std::make_unique<Refusal>());
+    ASSERT_TRUE(stream.wantsMore());
+    if (another) stream.observe(*openInotify());
+    ASSERT_TRUE(stream.start());
+    real.sh("cat file tree/in/x");
+    stream.flush();
+    EXPECT_EQ(seen.has(real.path("file"), opened), another);
+    EXPECT_EQ(seen.has(real.path("tree/in/x"), opened), another);
+    EXPECT_EQ(stream.unobserved().size(), another ? 0U : 2U);
+  }
 }
 
 /// In a user namespace of its own, whose share of the system's marks is small.
