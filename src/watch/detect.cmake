@@ -5,4 +5,4 @@ brindle_library(brindle_watch
   LINKS brindle_watch_list brindle_core)
 brindle_test(watch_monitor_test
   SOURCES open_detector_test.cpp watch_monitor_test.cpp
-  LINKS brindle_watch brindle_memory brindle_testing)
+  LINKS brindle_watch brindle_memory brindle_posix brindle_testing)

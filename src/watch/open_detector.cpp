@@ -78,7 +78,9 @@ void OpenDetector::examine(const std::string& path, Found& found) {
   if (!date || !isLater(*date, remembered(*item, path))) return;
   remember(*item, path, *date);
   if (!isRecent(*date)) return;
-  if (isNew(path, *date)) found.hits.push_back({item->target, *date, path});
+  // Of a file in a folder the remembered date itself says that its opening was reported.
+  if (item->mode == Mode::folder || isNew(path, *date))
+    found.hits.push_back({item->target, *date, path});
 }
 
 /// The innermost one counts; null when there is none.

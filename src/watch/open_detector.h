@@ -97,8 +97,8 @@ class OpenDetector {
   /// would take most of the memory. A path whose hash is there already was at worst opened right
   /// after another that was reported.
   std::unordered_map<Key, WallTime> lastUsedBelow_;
-  /// What was reported, path and date; two generations, each kept for longer than a date can be
-  /// inside the window.
+  /// What was reported of single items, path and date; two generations, each kept for longer than a
+  /// date can be inside the window.
   std::unordered_set<Key> seen_, seenBefore_;
   WallTime forgot_{};
 };

@@ -2,7 +2,11 @@
 
 #include <gmock/gmock.h>
 
+#include <fstream>
+
 #include "platform/memory/opened_files_memory.h"
+#include "platform/posix/files_below_posix.h"
+#include "testing/temporary_folder.h"
 #include "watch/opening_judge.h"
 
 namespace brindle {
@@ -147,6 +151,21 @@ TEST_F(OpenDetectorTest, KnownProgramsAreLeftOutAndASweepIsOneOpeningOfItsFolder
   for (int i = 0; i < 1000; ++i)
     reported += endless.folds(std::to_string(i), now + i * 40ms) ? 0 : 1;
   EXPECT_EQ(reported, 21) << "told again after half a minute";
+}
+
+TEST(FilesBelowTest, GivesTheFilesOfATreeWithoutFollowingLinks) {
+  const TemporaryFolder root;
+  for (const char* folder : {"/a", "/a/b", "/left"}) {
+    std::filesystem::create_directory(root.path() + folder);
+    std::ofstream(root.path() + folder + "/file") << "x";
+  }
+  std::filesystem::create_directory_symlink(root.path(), root / "a/b/loop");
+  const std::vector<std::string> left{root / "left"};
+  std::vector<std::string> found;
+  const auto keep = [&found](const std::string& path) { found.push_back(path); };
+  filesBelow(root.path(), left, keep);
+  filesBelow(root / "nowhere", left, keep);
+  EXPECT_THAT(found, ::testing::UnorderedElementsAre(root / "a/file", root / "a/b/file"));
 }
 
 }  // namespace
