@@ -162,6 +162,8 @@ TEST(LinuxRunningAppsTest, WindowsLeadToApplicationsByClassUnitAndProgram) {
   for (int i = 0; i < 20; ++i) windowOf("x", "short", 71);
   desktop.programs.clear();
   EXPECT_TRUE(desktop.until([&] { return !desktop.apps.frontmost(); }));
+  desktop.start("org.example.Notes");
+  EXPECT_TRUE(desktop.until([&] { return last == "org.example.Notes"; })) << "a number used again";
   EXPECT_EQ(desktop.loop.clock.pending(), 0u) << "looks at processes beside the windows";
   desktop.display.kill();
   EXPECT_TRUE(desktop.until([&] { return desktop.loop.clock.pending() == 1; }));

@@ -48,7 +48,7 @@ class X11Clients::Connection {
     process_ = atom("_NET_WM_PID");
     check_ = atom("_NET_SUPPORTING_WM_CHECK");
     XSelectInput(connection(), root(), PropertyChangeMask);
-    for (const Window window : windows()) known_[window] = clientOf(window).process;
+    for (const Window window : windows()) known_[window] = processOf(window);
     front_ = frontWindow();
     watch_ = loop_.watch(ConnectionNumber(connection()), POLLIN,
                          [this](std::uint32_t events) { ready(events); });
@@ -92,9 +92,12 @@ class X11Clients::Connection {
       client.instance = taken(hint.res_name);
       client.windowClass = taken(hint.res_class);
     }
-    const auto process = valuesOf(connection(), window, process_, XA_CARDINAL);
-    if (!process.empty()) client.process = std::to_string(process.front());
+    client.process = processOf(window);
     return client;
+  }
+  std::string processOf(Window window) const {
+    const auto process = valuesOf(connection(), window, process_, XA_CARDINAL);
+    return process.empty() ? std::string() : std::to_string(process.front());
   }
 
   /// Answers to our questions may have brought events along, which the descriptor tells no more.
@@ -126,20 +129,24 @@ class X11Clients::Connection {
     if (event.xproperty.atom == activeWindow_) compareFront(news);
   }
 
-  /// A further window of a program that has one already is no start.
+  /// A further window of a program that has one already is no start. The server gives the number
+  /// of a window that went to the next one.
   void compareWindows(std::vector<News>& news) {
     std::map<Window, std::string> now;
     for (const Window window : windows()) {
       const auto known = known_.find(window);
-      if (known != known_.end()) {
-        now.insert(*known);
-        continue;
-      }
-      X11Client client = clientOf(window);
-      now[window] = client.process;
-      if (!hasWindow(client.process)) news.push_back({std::move(client), What::launched});
+      const bool same = known != known_.end() && known->second == processOf(window);
+      if (!same && window == front_) front_ = None;
+      if (!same) noteNew(window, now[window], news);
+      if (same) now.insert(*known);
     }
     known_ = std::move(now);
+    if (!known_.contains(front_)) front_ = None;
+  }
+  void noteNew(Window window, std::string& process, std::vector<News>& news) const {
+    X11Client client = clientOf(window);
+    process = client.process;
+    if (!hasWindow(process)) news.push_back({std::move(client), What::launched});
   }
   bool hasWindow(const std::string& process) const {
     for (const auto& [window, owner] : known_) {
