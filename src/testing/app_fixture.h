@@ -83,7 +83,9 @@ class AppFixture : public testing::Test {
     return devices.preferences.set("service.url", "https://service.test");
   }();
   BrindleMacApp app{devices.services(), paths.data};
-  Doctor doctor{devices.services(), {"guarded window", "none", false, "a test"}};
+  Doctor doctor{devices.services(), {"guarded window", "none", false, "a test"}, [this] {
+                  return watchReport(app.watching().known());
+                }};
   GuardCommands commands{app, true, [this](bool json, auto done) { doctor.ask(json, done); }};
   bool started = false;
 };
