@@ -39,6 +39,7 @@ AlertService::AlertService(const Services& services, KeychainItems& items, const
   deletions_ = account_.onDeleted([this](const std::string& email) {
     watch_.forgetAccount(email);
     alerts_.forgetAccount(email);
+    vault_.web().forgetAccount(email);
   });
 }
 
