@@ -1,5 +1,7 @@
 #include "core/live_unlock_notifier.h"
 
+#include "core/opening_text.h"
+
 namespace brindle {
 namespace {
 
@@ -8,7 +10,7 @@ std::string bodyOf(const std::optional<Trigger>& trigger) {
   if (trigger->kind == trigger_kind::lidClosed) return "The lid was closed.";
   if (trigger->kind == trigger_kind::powerUnplugged) return "The power adapter was unplugged.";
   if (trigger->kind == trigger_kind::idleReturn) return "Somebody came back to it.";
-  return "Something you watch was opened: " + trigger->name;
+  return openingText(*trigger);
 }
 
 }  // namespace

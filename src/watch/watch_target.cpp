@@ -23,9 +23,4 @@ Trigger triggerFor(const WatchTarget& target) {
   return {std::string(triggerKind(target.kind)), target.displayName};
 }
 
-std::string openingText(const Trigger& opened) {
-  if (opened.kind == trigger_kind::tripwire) return "Someone opened a tripwire file on your Mac.";
-  return "Someone opened '" + opened.name + "' on your Mac.";
-}
-
 }  // namespace brindle

@@ -7,7 +7,7 @@
 #include "base/enum_names.h"
 #include "base/times.h"
 #include "base/uuid.h"
-#include "core/trigger.h"
+#include "core/opening_text.h"
 
 namespace brindle {
 
@@ -35,8 +35,5 @@ struct WatchTarget {
 
 /// What an opening of the item is reported as.
 Trigger triggerFor(const WatchTarget& target);
-
-/// An opening in one sentence, for the notices about it.
-std::string openingText(const Trigger& opened);
 
 }  // namespace brindle

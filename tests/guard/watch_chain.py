@@ -136,7 +136,8 @@ confirm()
 os.remove(decoy)
 guard.shows("tripwire gone: put back")
 until(lambda: os.path.exists(decoy) and open(decoy, encoding="utf-8").read() == content, "the decoy is there again")
-until(lambda: "Tripwire put back" in open(notices, encoding="utf-8").read(), "and the owner is told")
+said = until(lambda: "Tripwire put back" in (text := open(notices, encoding="utf-8").read()) and text, "and the owner is told")
+check("Someone opened 'letters.txt' on your Mac." in said and "Someone opened a tripwire file on your Mac." in said, "as of openings", said)
 check(not state()["events"], "which is no event", state()["events"])
 
 # The list is edited while on, and the guard is killed.
