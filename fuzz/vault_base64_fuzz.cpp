@@ -1,6 +1,5 @@
 // Bytes come back from their text, and of a text only what its bytes cannot say is ignored.
 
-#include <algorithm>
 #include <cstddef>
 #include <cstdlib>
 
@@ -14,20 +13,17 @@ void require(bool holds) {
   if (!holds) std::abort();
 }
 
-bool ofTheAlphabet(char c) {
-  return (c >= 'A' && c <= 'Z') || (c >= 'a' && c <= 'z') || (c >= '0' && c <= '9') || c == '-' ||
-         c == '_';
-}
+constexpr std::string_view alphabet =
+    "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789-_";
 
 }  // namespace
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
   const ByteView bytes(data, size);
   const std::string_view text = textOf(bytes);
-  const auto back = fromBase64url(base64url(bytes));
-  require(back && std::ranges::equal(*back, bytes));
+  require(fromBase64url(base64url(bytes)) == Bytes(bytes.begin(), bytes.end()));
   const auto read = fromBase64url(text);
-  require(read.has_value() == (size % 4 != 1 && std::ranges::all_of(text, ofTheAlphabet)));
+  require(read.has_value() == (size % 4 != 1 && text.find_first_not_of(alphabet) == text.npos));
   if (!read) return 0;
   const std::string again = base64url(*read);
   require(again.size() == size && fromBase64url(again) == read);

@@ -84,7 +84,8 @@ std::string vaultStatusText(const VaultFacts& facts) {
   if (facts.status.on) text += missing(facts);
   if (hasKey(facts)) {
     const std::size_t orgs = facts.keys->orgs.size();
-    text += "Items are sealed for your vault key";
+    text += facts.status.on ? "Items are sealed for your vault key"
+                            : "When it is on, items are sealed for your vault key";
     if (orgs > 0) text += fmt::format(" and {} organisation{}", orgs, orgs == 1 ? "" : "s");
     text += " (brindle vault keys).\n";
   }
