@@ -15,8 +15,8 @@ class Browser {
   using Failed = std::function<void(const std::string& problem)>;
 
   virtual ~Browser() = default;
-  /// `failed` comes from the main loop, once at most, and not after the subscription ended. One page
-  /// at a time: a new one takes the place of the one before.
+  /// `failed` comes from the main loop, once at most, and not after the subscription ended. One
+  /// page at a time: a new one takes the place of the one before.
   [[nodiscard]] virtual Subscription open(const std::string& page, Failed failed) = 0;
   virtual ServiceReport report() const = 0;
 };

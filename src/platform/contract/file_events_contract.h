@@ -45,8 +45,8 @@ TYPED_TEST_P(FileEventsContract, ObservedOpeningsAreToldUntilTheStreamEnds) {
   DeliveredEvents seen;
   const std::string file = test.path("file"), below = test.path("tree/in/x");
   const std::string excluded = test.path("tree/out/x");
-  auto stream = test.events().open({{file}, {test.path("tree")}, {test.path("tree/out")}},
-                                      seen.deliver());
+  auto stream =
+      test.events().open({{file}, {test.path("tree")}, {test.path("tree/out")}}, seen.deliver());
   ASSERT_TRUE(stream) << stream.error();
   EXPECT_TRUE((*stream)->unobserved().empty());
   for (const std::string& each : {file, below, excluded}) test.open(each);

@@ -25,8 +25,7 @@ TYPED_TEST_P(OpenedFilesContract, KnowsTheLastOpeningAndWhoHoldsAFile) {
   EXPECT_TRUE(first);
   EXPECT_FALSE(test.files().lastUsed(both[1]));
   const std::string program = test.hold(both[0]);
-  EXPECT_EQ(test.files().openers(both),
-            (std::map<std::string, std::string>{{both[0], program}}));
+  EXPECT_EQ(test.files().openers(both), (std::map<std::string, std::string>{{both[0], program}}));
   EXPECT_GT(test.files().lastUsed(both[0]), first);
   EXPECT_TRUE(test.files().report().answered);
 }

@@ -28,8 +28,8 @@ inline NSString* const teamIdentifier = @"com.apple.developer.team-identifier";
 // Apple: "Sign in with Apple Entitlement".
 inline NSString* const appleSignIn = @"com.apple.developer.applesignin";
 
-/// The attribute of a document that Launch Services dates whenever somebody opens it; its ending says
-/// how it is copied (xattr_name_with_flags(3)). Apple does not document it.
+/// The attribute of a document that Launch Services dates whenever somebody opens it; its ending
+/// says how it is copied (xattr_name_with_flags(3)). Apple does not document it.
 inline constexpr const char* lastUsedDate = "com.apple.lastuseddate#PS";
 
 // Keys of an application's Info.plist (Apple: "Bundle Resources"), the name for a person first.
