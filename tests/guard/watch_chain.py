@@ -105,7 +105,7 @@ guard.shows("watch: 6 files and folders")
 # Ways to open a file.
 told("watched-file", "letters.txt", "cat", run("cat", letters))
 os.link(letters, HOME + "/elsewhere")
-told("watched-file", "plan.txt", "vim", run("vim", "-es", "-u", "NONE", "-c", "q", plan))
+told("watched-file", "plan.txt", "vim", run("vim.tiny", "-es", "-u", "NONE", "-c", "q", plan))
 told("watched-file", "page.txt", "a Qt program", lambda: start(READER, page), within=5)
 told("watched-file", "owner.pem", "a GTK program", lambda: start("gcr-viewer", certificate), within=5)
 told("tripwire", "Passwords.rtf", "the decoy", run("cp", decoy, "/dev/null"))
