@@ -1,6 +1,7 @@
 #include "vault/vault_opener_json.h"
 
 #include <algorithm>
+#include <cmath>
 
 #include "base/base64.h"
 #include "base/json_fields.h"
@@ -57,6 +58,15 @@ bool readMeta(const Json& json, SealedHeader& out) {
 
 /// What a sealing writes for this header: bits that no byte has, escapes and repeated members give
 /// something else than was read.
+/// Of a place on earth: a number of a hundred digits would not be written again as it was.
+template <int most>
+bool readDegrees(const Json& json, std::optional<double>& out) {
+  double degrees = 0;
+  if (!readJson(json, degrees) || std::abs(degrees) > most) return false;
+  out = degrees;
+  return true;
+}
+
 std::string headerText(const SealedHeader& header) {
   std::string out = R"({"v":1)";
   const auto member = [&out](std::string_view before, std::string_view key,
@@ -115,8 +125,8 @@ std::optional<VaultMeta> readVaultMeta(std::string_view text) {
       .required("timeZone", meta.timeZone)
       .lenient("deviceName", meta.deviceName)
       .lenient("mime", meta.mime)
-      .lenient("lat", meta.lat)
-      .lenient("lon", meta.lon)
+      .lenient("lat", meta.lat, readDegrees<90>)
+      .lenient("lon", meta.lon, readDegrees<180>)
       .lenient("place", meta.place)
       .lenient("target", meta.target);
   return in.readable() ? std::optional(std::move(meta)) : std::nullopt;
