@@ -1,6 +1,7 @@
 #include "app/watching.h"
 
 #include <chrono>
+#include <filesystem>
 
 #include "app/brindle_app.h"
 #include "platform/file_step.h"
@@ -17,16 +18,18 @@ WallTime wallClock() {
   return std::chrono::floor<WallTime::duration>(std::chrono::system_clock::now());
 }
 
-WatchMonitorOptions optionsOf(const WatchingServices& services) {
+WatchMonitorOptions optionsOf(const WatchingServices& services, const std::string& data) {
   WatchMonitorOptions options;
-  options.libraryFolder = services.libraryFolder;
+  std::error_code failed;
+  options.busyFolders = {std::filesystem::weakly_canonical(data, failed).string()};
+  if (!services.libraryFolder.empty()) options.busyFolders.push_back(services.libraryFolder);
   return options;
 }
 
 }  // namespace
 
 Watching::Watching(const Services& services, const std::string& data,
-                   std::function<void(const Trigger&)> opened)
+                   std::function<void(const Trigger&, const Uuid&)> opened)
     : services_(services.watching),
       list_({services.files, services.watching.work, services.scheduler, services.random,
              services.watching.bookmarks, services.watching.events, services.watching.apps,
@@ -34,14 +37,14 @@ Watching::Watching(const Services& services, const std::string& data,
             joinPath(data, std::string(listName))),
       monitor_({list_, services.watching.events, services.watching.opened, services.watching.apps,
                 services.scheduler, filesBelow, wallClock, Log(services.log)},
-               optionsOf(services.watching)) {
+               optionsOf(services.watching, data)) {
   const auto tell = [&notifications = services.notifications](const LocalNotification& notice) {
     notifications.post(notice, {});
   };
   notices_ = list_.onOwnerNotice(tell);
   monitor_.onOwnerNotice = tell;
   monitor_.onTrigger = [opened = std::move(opened)](const WatchHit& hit) {
-    opened(triggerFor(*hit.target));
+    opened(triggerFor(*hit.target), hit.target->id);
   };
 }
 

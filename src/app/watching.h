@@ -17,7 +17,7 @@ class Watching final : public WatchMonitoring {
  public:
   /// `data` is the application's own folder, `opened` what the guard does about an opening.
   Watching(const Services& services, const std::string& data,
-           std::function<void(const Trigger&)> opened);
+           std::function<void(const Trigger&, const Uuid&)> opened);
 
   /// Reads the list; before the guard store starts, which may observe at once.
   void prepare() { list_.load(); }

@@ -140,8 +140,8 @@ void NightjarStore::forgetProof() {
   publish();
 }
 
-void NightjarStore::opened(const Trigger& trigger) {
-  if (!armed() || !folding_.isNew(trigger)) return;
+void NightjarStore::opened(const Trigger& trigger, const std::optional<Uuid>& item) {
+  if (!armed() || !folding_.isNew(trigger, item)) return;
   const EventRef into =
       OpeningFolding::target(unlocks_.current(), history_.last(), services_.scheduler.wallTime());
   if (into) {

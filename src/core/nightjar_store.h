@@ -117,7 +117,8 @@ class NightjarStore final : public ProofSink {
   void deleteAll(const OwnerProof& proof, std::function<void(PhotoVault::DeletedAll)> done = {});
 
   // ---- what happens
-  void opened(const Trigger& trigger);    ///< a watched item or tripwire
+  /// A watched item or tripwire, told apart from others of its name by `item`.
+  void opened(const Trigger& trigger, const std::optional<Uuid>& item = {});
   void occurred(const Trigger& trigger);  ///< lid, power, idle
   void proved(const OwnerProof& proof) override;
   bool ownerProved() const override { return ownerProvedAt_.has_value(); }

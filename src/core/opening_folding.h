@@ -1,5 +1,6 @@
 #pragma once
 
+#include <optional>
 #include <set>
 #include <string>
 #include <utility>
@@ -14,9 +15,10 @@ class OpeningFolding {
  public:
   static constexpr Duration window = std::chrono::seconds(3);
 
-  /// True the first time an item is opened since the last lock signal.
-  bool isNew(const Trigger& trigger) {
-    return watchedThisSitting_.emplace(trigger.kind, trigger.name).second;
+  /// True the first time an item is opened since the last lock signal. Two items may share a name:
+  /// `item` tells them apart.
+  bool isNew(const Trigger& trigger, const std::optional<Uuid>& item = {}) {
+    return watchedThisSitting_.emplace(trigger.kind, item ? item->upper() : trigger.name).second;
   }
   void newSitting() { watchedThisSitting_.clear(); }
 

@@ -105,6 +105,8 @@ std::optional<WallTime> OpenDetector::remembered(const Watched& item,
 }
 
 void OpenDetector::remember(const Watched& item, const std::string& path, WallTime date) {
+  // Nobody has opened it then. What was remembered before still says what was reported.
+  if (date > now_ + window) return;
   if (item.mode != Mode::folder) {
     lastUsed_[path] = date;
   } else if (date >= now_ - window) {

@@ -59,6 +59,7 @@ void WatchMonitor::stop() {
   reading_.reset();
   decoys_.clear();
   missing_.clear();
+  told_.clear();
   attempt_ = 0;
 }
 

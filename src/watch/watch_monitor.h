@@ -38,8 +38,9 @@ struct WatchMonitorServices {
 };
 
 struct WatchMonitorOptions {
-  /// The folder in the owner's home where macOS' programs keep their files; empty elsewhere.
-  std::string libraryFolder;
+  /// Where programs keep their files and never stop opening them: the folder in the owner's home
+  /// that macOS has for it, and our own, which our helper programs read as well. Real paths.
+  std::vector<std::string> busyFolders;
   std::vector<std::string> ownIDs{std::string(WatchList::ownBundleID),
                                   std::string(WatchList::ownDesktopID)};
   OpeningJudge::Known knownOpener = isKnownOpener;

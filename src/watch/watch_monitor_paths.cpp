@@ -80,7 +80,7 @@ void WatchMonitor::lookAtDecoys() {
 
 void WatchMonitor::openStream(const Watched& watched) {
   watched_ = watched;
-  const ObservedPaths paths = observedPaths(watched, options_.libraryFolder);
+  const ObservedPaths paths = observedPaths(watched, options_.busyFolders);
   if (watched.empty()) return noteUnobserved({});
   reading_->detector().watch(watched, paths.exclusions);
   reading_->wakeAtNextBatch();

@@ -94,7 +94,7 @@ class WatchMonitorTest : public ::testing::Test {
   WatchMonitor monitor{
       {list, events, opened, apps, clock, [](auto&&...) {}, [this] { return clock.wallTime(); },
        Log(lines)},
-      {.libraryFolder = "/home/u/Library",
+      {.busyFolders = {"/home/u/Library"},
        .ownIDs = {"brindle"},
        .knownOpener = isKnownOpener,
        .allows = [this] { return allowed; },

@@ -10,19 +10,20 @@ bool isInside(std::string_view path, std::string_view folder) {
 }
 
 ObservedPaths observedPaths(std::span<const OpenDetector::Watched> watched,
-                            const std::string& libraryFolder) {
+                            std::span<const std::string> busyFolders) {
   ObservedPaths paths;
   for (const auto& each : watched) {
     const bool folder = each.mode == OpenDetector::Mode::folder;
     (folder ? paths.folders : paths.files).push_back(each.path);
   }
-  if (libraryFolder.empty()) return paths;
-  const bool contained = std::ranges::any_of(paths.folders, [&](const std::string& folder) {
-    return folder != libraryFolder && isInside(libraryFolder, folder);
-  });
-  const bool wanted = std::ranges::any_of(
-      watched, [&](const auto& each) { return isInside(each.path, libraryFolder); });
-  if (contained && !wanted) paths.exclusions.push_back(libraryFolder);
+  for (const std::string& busy : busyFolders) {
+    const bool contained = std::ranges::any_of(paths.folders, [&](const std::string& folder) {
+      return folder != busy && isInside(busy, folder);
+    });
+    const bool wanted =
+        std::ranges::any_of(watched, [&](const auto& each) { return isInside(each.path, busy); });
+    if (contained && !wanted) paths.exclusions.push_back(busy);
+  }
   return paths;
 }
 

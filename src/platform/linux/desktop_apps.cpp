@@ -50,6 +50,13 @@ std::string foundProgram(const std::string& word) {
   return {};
 }
 
+/// A pipe would be waited for without end, and a device never ends.
+bool isReadable(const fs::directory_entry& entry) {
+  constexpr std::uintmax_t largest = 1 << 20;
+  std::error_code failed;
+  return entry.is_regular_file(failed) && entry.file_size(failed) <= largest;
+}
+
 std::string contentOf(const std::string& path) {
   std::ifstream file(path);
   return {std::istreambuf_iterator<char>(file), {}};
@@ -128,7 +135,7 @@ void DesktopApps::read(const std::string& folder) {
     const std::string path = entry.path().string();
     if (entry.is_directory(failed)) {
       index_.folders[path] = changed(path);
-    } else if (path.ends_with(extension)) {
+    } else if (path.ends_with(extension) && isReadable(entry)) {
       const std::string id = idOf(path, folder);
       if (index_.apps.contains(id)) continue;
       const auto described = readApplicationEntry(contentOf(path));
