@@ -18,13 +18,13 @@ WatchMonitor::WatchMonitor(WatchMonitorServices services, WatchMonitorOptions op
     : list_(services.list),
       events_(services.events),
       opened_(services.opened),
-      workspace_(services.workspace),
       scheduler_(services.scheduler),
       filesBelow_(std::move(services.filesBelow)),
       now_(std::move(services.now)),
       log_(services.log),
       options_(std::move(options)),
-      apps_(options_.ownIDs) {}
+      apps_(services.workspace, options_.ownIDs,
+            [this](const WatchedApps::Target& target) { appOpened(target); }) {}
 
 WatchMonitor::~WatchMonitor() { endStream(false); }
 
@@ -32,14 +32,11 @@ void WatchMonitor::start() {
   if (std::exchange(isRunning_, true)) return;
   lastFileHit_.forget();
   lastAppHit_.forget();
-  apps_.begin(workspace_.frontmost());
   listChanges_ = list_.onChange([this](WatchList::Change change) {
     if (change != WatchList::Change::targets) return;
     attempt_ = 0;
     requestRebuild();
   });
-  workspaceTokens_ = workspace_.observe(
-      [this](const std::string& id, RunningApps::What what) { appHappened(id, what); });
   if (options_.allowChanges) allowWatch_ = options_.allowChanges([this] { requestRebuild(); });
   requestRebuild();
 }
@@ -48,7 +45,7 @@ void WatchMonitor::stop() {
   if (!std::exchange(isRunning_, false)) return;
   listChanges_.end();
   allowWatch_.end();
-  workspaceTokens_.end();
+  apps_.watch({});
   rebuild_.cancel();
   retry_.cancel();
   rebuildPending_ = false;
@@ -155,9 +152,8 @@ void WatchMonitor::report(const WatchHit& hit, QuietTime& quiet) {
   if (onTrigger) onTrigger(hit);
 }
 
-void WatchMonitor::appHappened(const std::string& id, RunningApps::What what) {
-  const Target target = apps_.happened(id, what);
-  if (target && watching()) report({target, now_(), {}}, lastAppHit_);
+void WatchMonitor::appOpened(const WatchedApps::Target& target) {
+  if (watching()) report({target, now_(), {}}, lastAppHit_);
 }
 
 }  // namespace brindle

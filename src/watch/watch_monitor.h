@@ -84,7 +84,7 @@ class WatchMonitor final : public WatchMonitoring {
   void woken(std::uint64_t generation);
   void takeFound();
   void report(const WatchHit& hit, QuietTime& quiet);
-  void appHappened(const std::string& id, RunningApps::What what);
+  void appOpened(const WatchedApps::Target& target);
   void lookAtUnobserved();
   void noteUnobserved(const std::map<Uuid, std::string>& reasons);
   void tellOwner(const std::map<Uuid, std::string>& reasons);
@@ -94,7 +94,6 @@ class WatchMonitor final : public WatchMonitoring {
   WatchList& list_;
   FileEvents& events_;
   OpenedFiles& opened_;
-  RunningApps& workspace_;
   Scheduler& scheduler_;
   FilesBelow filesBelow_;
   const std::function<WallTime()> now_;
@@ -104,7 +103,7 @@ class WatchMonitor final : public WatchMonitoring {
   bool isRunning_ = false;
   /// Raised at every rebuild: what an older stream has posted is no longer waited for.
   std::uint64_t generation_ = 0;
-  Subscription listChanges_, allowWatch_, workspaceTokens_;
+  Subscription listChanges_, allowWatch_;
   std::vector<std::shared_ptr<void>> accessing_;  ///< rights to use the paths that are observed
   WatchedApps apps_;
   QuietTime lastFileHit_{fileDebounce}, lastAppHit_{appDebounce};

@@ -56,6 +56,7 @@ class WatchMonitorTest : public ::testing::Test {
     EXPECT_EQ(clock.pending(), 0);
     EXPECT_EQ(events.running(), 0);
     EXPECT_EQ(bookmarks.accessing, 0);
+    EXPECT_FALSE(apps.observed());
   }
   void on() {
     monitor.start();
@@ -150,6 +151,10 @@ TEST_F(WatchMonitorTest, AnAppCountsWhenSomebodyGoesToIt) {
   EXPECT_EQ(after(0s, "org.example.Notes"), 1);
   EXPECT_EQ(after(9999ms, "org.example.Notes", true), 0) << "quiet";
   EXPECT_EQ(after(1ms, "org.example.Notes", true), 1);
+  list.remove(list.targets().back().id, [](auto) {});
+  EXPECT_TRUE(apps.observed());
+  clock.advance(1s);
+  EXPECT_FALSE(apps.observed()) << "nobody is asked while no app is watched";
 }
 
 TEST_F(WatchMonitorTest, ARebuildLosesNothingAndLeavesNothingBehind) {

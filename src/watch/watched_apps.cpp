@@ -5,16 +5,30 @@
 
 namespace brindle {
 
+WatchedApps::WatchedApps(RunningApps& workspace, std::vector<std::string> own, Opened opened)
+    : workspace_(workspace), own_(std::move(own)), opened_(std::move(opened)) {}
+
+void WatchedApps::watch(std::map<std::string, Target> apps) {
+  apps_ = std::move(apps);
+  if (apps_.empty()) return announcements_.end();
+  if (announcements_) return;
+  begin(workspace_.frontmost());
+  announcements_ = workspace_.observe(
+      [this](const std::string& id, RunningApps::What what) { happened(id, what); });
+}
+
 void WatchedApps::begin(const std::optional<std::string>& frontmost) {
   frontApp_ = frontmost.value_or("");
   lastOtherApp_ = isOwn(frontApp_) ? "" : frontApp_;
 }
 
-WatchedApps::Target WatchedApps::happened(const std::string& id, RunningApps::What what) {
+void WatchedApps::happened(const std::string& id, RunningApps::What what) {
   const bool opened = what == RunningApps::What::launched || comesToFront(id);
-  if (!opened || isOwn(id)) return nullptr;
-  const auto target = apps_.find(id);
-  return target == apps_.end() ? nullptr : target->second;
+  if (!opened || isOwn(id)) return;
+  const auto found = apps_.find(id);
+  if (found == apps_.end()) return;
+  const Target target = found->second;  // the report may change the list
+  opened_(target);
 }
 
 /// False when it was in front before, or only a window of ours stood before it.

@@ -25,6 +25,7 @@ class MemoryRunningApps final : public RunningApps {
   }
   ServiceReport report() const override { return {"running apps", "memory", true, {}}; }
 
+  bool observed() const { return !listeners_.empty(); }
   void launch(const std::string& id) { tell(id, What::launched); }
   void activate(const std::string& id) {
     front_ = id;
