@@ -30,6 +30,9 @@ class Bookmarks {
   virtual ~Bookmarks() = default;
   [[nodiscard]] virtual Result<Bytes, Problem> create(const std::string& path) = 0;
   [[nodiscard]] virtual Result<ResolvedBookmark, Problem> resolve(ByteView bookmark) = 0;
+  /// Where the item lay when the bookmark was made, whether it is there or not; empty when these
+  /// bytes don't tell.
+  virtual std::string lastPlace(ByteView bookmark) const = 0;
   virtual ServiceReport report() const = 0;
 };
 

@@ -41,6 +41,8 @@ TYPED_TEST_P(BookmarksContract, AMovedItemIsFoundAgainAndARemovedOneIsGone) {
   EXPECT_EQ(problemOf(all.resolve(*renewed)), Bookmarks::Problem::gone);
   EXPECT_EQ(problemOf(all.create(moved)), Bookmarks::Problem::gone);
   EXPECT_EQ(problemOf(all.resolve(viewOf("no bookmark"))), Bookmarks::Problem::unreadable);
+  EXPECT_EQ(all.lastPlace(*renewed), moved);
+  EXPECT_EQ(all.lastPlace(viewOf("no bookmark")), "");
   EXPECT_TRUE(all.report().answered);
 }
 

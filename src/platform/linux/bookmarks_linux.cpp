@@ -61,6 +61,11 @@ Result<ResolvedBookmark, Bookmarks::Problem> LinuxBookmarks::resolve(ByteView bo
   return Failure(problem);
 }
 
+std::string LinuxBookmarks::lastPlace(ByteView bookmark) const {
+  const auto record = readBookmarkRecord(bookmark);
+  return record ? record->path : std::string();
+}
+
 ServiceReport LinuxBookmarks::report() const {
   return {"bookmarks", "paths and file handles", true,
           "a moved item is found again among " + std::to_string(bounds_.entries) +

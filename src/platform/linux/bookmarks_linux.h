@@ -13,6 +13,7 @@ class LinuxBookmarks final : public Bookmarks {
 
   [[nodiscard]] Result<Bytes, Problem> create(const std::string& path) override;
   [[nodiscard]] Result<ResolvedBookmark, Problem> resolve(ByteView bookmark) override;
+  std::string lastPlace(ByteView bookmark) const override;
   ServiceReport report() const override;
 
  private:

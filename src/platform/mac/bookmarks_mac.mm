@@ -3,6 +3,8 @@
 #include <cerrno>
 #include <cstdlib>
 
+#include "platform/file_step.h"
+#include "platform/files.h"
 #include "platform/mac/mac_backends.h"
 #include "platform/mac/mac_support.h"
 
@@ -14,6 +16,11 @@ namespace {
 constexpr std::string_view unscopedMark = "unscoped:";
 
 bool isUnscoped(ByteView bookmark) { return textOf(bookmark).starts_with(unscopedMark); }
+
+/// What the system made.
+NSData* dataIn(ByteView bookmark) {
+  return mac::dataOf(bookmark.subspan(isUnscoped(bookmark) ? unscopedMark.size() : 0));
+}
 
 Bookmarks::Problem problemOf(NSError* error) {
   if (![error.domain isEqualToString:NSCocoaErrorDomain]) return Bookmarks::Problem::other;
@@ -78,17 +85,30 @@ class MacBookmarks final : public Bookmarks {
     if (!unscoped) options |= NSURLBookmarkResolutionWithSecurityScope;
     BOOL stale = NO;
     NSError* error = nil;
-    NSURL* url = [NSURL
-        URLByResolvingBookmarkData:mac::dataOf(bookmark.subspan(unscoped ? unscopedMark.size() : 0))
-                           options:options
-                     relativeToURL:nil
-               bookmarkDataIsStale:&stale
-                             error:&error];
+    NSURL* url = [NSURL URLByResolvingBookmarkData:dataIn(bookmark)
+                                           options:options
+                                     relativeToURL:nil
+                               bookmarkDataIsStale:&stale
+                                             error:&error];
     if (!url) return Failure(problemOf(error));
     std::shared_ptr<void> access = unscoped ? nullptr : beginAccess(url);
     auto path = realPath(url);
     if (!path) return Failure(path.error());
     return ResolvedBookmark{*std::move(path), stale ? true : false, std::move(access)};
+  }
+
+  /// What was stored at its making: nothing is looked up, so it works for what is gone, too.
+  std::string lastPlace(ByteView bookmark) const override {
+    NSDictionary<NSURLResourceKey, id>* stored = [NSURL resourceValuesForKeys:@[ NSURLPathKey ]
+                                                             fromBookmarkData:dataIn(bookmark)];
+    NSString* text = stored[NSURLPathKey];
+    if (!text) return {};
+    // The folder as `resolve` would give it; one that is gone stays as it was called.
+    const std::string path = mac::stringOf(text);
+    NSString* above = mac::textOf(folderOf(path));
+    if (!above) return path;
+    const auto folder = realPath([NSURL fileURLWithPath:above]);
+    return folder ? joinPath(*folder, nameOf(path)) : path;
   }
 
   ServiceReport report() const override {

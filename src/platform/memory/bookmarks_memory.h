@@ -17,10 +17,8 @@ class MemoryBookmarks final : public Bookmarks {
     return bytesOf("memory:" + path);
   }
   [[nodiscard]] Result<ResolvedBookmark, Problem> resolve(ByteView bookmark) override {
-    constexpr std::string_view prefix = "memory:";
-    std::string path(textOf(bookmark));
-    if (!path.starts_with(prefix)) return Failure(Problem::unreadable);
-    path.erase(0, prefix.size());
+    std::string path = lastPlace(bookmark);
+    if (path.empty()) return Failure(Problem::unreadable);
     const auto next = moved.find(path);
     const bool stale = next != moved.end();
     if (stale) path = next->second;
@@ -29,6 +27,11 @@ class MemoryBookmarks final : public Bookmarks {
     ++accessing;
     return ResolvedBookmark{path, stale,
                             std::shared_ptr<void>(this, [this](void*) { --accessing; })};
+  }
+  std::string lastPlace(ByteView bookmark) const override {
+    constexpr std::string_view prefix = "memory:";
+    const std::string_view text = textOf(bookmark);
+    return std::string(text.starts_with(prefix) ? text.substr(prefix.size()) : "");
   }
   ServiceReport report() const override { return {"bookmarks", "memory", true, {}}; }
 
