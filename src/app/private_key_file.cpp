@@ -11,13 +11,11 @@
 #include <limits>
 #include <memory>
 
+#include "platform/openssl/openssl_owner.h"
+
 namespace brindle {
 namespace {
 
-template <auto free>
-struct FreedBy {
-  void operator()(auto* owned) const { free(owned); }
-};
 using Source = std::unique_ptr<BIO, FreedBy<BIO_free>>;
 using PrivateKey = std::unique_ptr<EVP_PKEY, FreedBy<EVP_PKEY_free>>;
 using Number = std::unique_ptr<BIGNUM, FreedBy<BN_clear_free>>;

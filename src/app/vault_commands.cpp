@@ -79,7 +79,7 @@ void VaultCommands::setUp(const CommandHandler::Done& done) {
     wait->limit.cancel();
     if (const auto first = std::exchange(wait->done, nullptr)) first(std::move(reply));
   };
-  const std::string page = vault_.setupPage();
+  const std::string page = vault_.setup().page();
   const bool opened = vault_.setup().openSetup([answer, page](const std::string& problem) {
     const std::string why = problem.empty()
                                 ? "No browser was chosen"

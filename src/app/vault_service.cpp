@@ -6,7 +6,6 @@ VaultService::VaultService(const Services& services, SessionSource& account, Ser
                            const std::string& data)
     : scheduler_(services.scheduler),
       machine_(services.network.machine),
-      setupPage_(joinPath(client.serviceURL(), std::string(endpoints::vaultSetupPage))),
       crypto_(services.crypto, services.random),
       keys_(
           {services.scheduler, client, account, services.preferences, crypto_, Log(services.log)}),

@@ -27,15 +27,12 @@ class VaultService {
   OrgSharing& sharing() { return sharing_; }
   Scheduler& scheduler() { return scheduler_; }
   VaultSetup& setup() { return setup_; }
-  /// Where the owner makes their key.
-  std::string setupPage() const { return setupPage_; }
   /// What organisations see this machine as.
   std::string deviceName() const { return machine_.name(); }
 
  private:
   Scheduler& scheduler_;
   const Machine& machine_;
-  const std::string setupPage_;
   VaultCrypto crypto_;
   VaultKeySet keys_;
   OrgSharing sharing_;

@@ -21,7 +21,7 @@ inline constexpr std::string_view vaultUpload = "api/vault/upload";
 inline constexpr std::string_view vaultDeviceDelete = "api/vault/device-delete";
 inline constexpr std::string_view vaultOrgLookup = "api/vault/org/lookup";
 inline constexpr std::string_view vaultOrgJoin = "api/vault/org/join";
-inline constexpr std::string_view vaultSetupPage = "vault/setup";  ///< for a browser
+inline constexpr std::string_view vaultSetupPage = "/vault/setup";  ///< for a browser
 
 inline constexpr Duration usualTimeout = std::chrono::seconds(60);
 inline constexpr Duration accountDeleteTimeout = std::chrono::seconds(30);

@@ -28,10 +28,12 @@ bool sameOrigin(std::string_view one, std::string_view other) {
   return !origin.empty() && origin == originOf(other);
 }
 
+std::string VaultSetup::page() const {
+  return parts_.client.serviceURL() + std::string(endpoints::vaultSetupPage);
+}
+
 bool VaultSetup::openSetup(Browser::Failed failed) {
-  const std::string page =
-      parts_.client.serviceURL() + "/" + std::string(endpoints::vaultSetupPage);
-  if (!openURL(page, std::move(failed))) return false;
+  if (!openURL(page(), std::move(failed))) return false;
   const bool kept = parts_.defaults.set(VaultKeySet::setupStartedKey, true);
   parts_.log.notice("vault setup: page opened, kept %{bool,public}d", kept);
   return true;

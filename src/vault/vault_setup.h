@@ -22,6 +22,8 @@ class VaultSetup {
   };
   explicit VaultSetup(Parts parts) : parts_(parts) {}
 
+  /// Where the owner makes their key.
+  std::string page() const;
   /// Shows where a vault is set up; from now on its key is awaited. False: there is no service.
   [[nodiscard]] bool openSetup(Browser::Failed failed);
   /// Shows the page that a `LinkReply` names. False, and nothing shows: it names none, or one that

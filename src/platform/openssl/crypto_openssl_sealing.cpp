@@ -14,14 +14,11 @@
 
 #include "base/secret_text.h"
 #include "platform/openssl/crypto_openssl.h"
+#include "platform/openssl/openssl_owner.h"
 
 namespace brindle {
 namespace {
 
-template <auto free>
-struct FreedBy {
-  void operator()(auto* owned) const { free(owned); }
-};
 using Group = std::unique_ptr<EC_GROUP, FreedBy<EC_GROUP_free>>;
 using Point = std::unique_ptr<EC_POINT, FreedBy<EC_POINT_clear_free>>;
 using Number = std::unique_ptr<BIGNUM, FreedBy<BN_clear_free>>;
