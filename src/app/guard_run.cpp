@@ -17,7 +17,7 @@ Services withFlash(const Services& all, const GuardRun::OverFlash& over) {
           all.random,     all.crypto,    all.screen,    all.notifications, all.loginItem,
           all.quitSender, all.camera,    all.images,    over(all.flash),   all.fileWork,
           all.secretWork, all.imageWork, all.vaultWork, all.log,           all.network,
-          all.watching};
+          all.watching,   all.triggers};
 }
 
 }  // namespace

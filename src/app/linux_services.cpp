@@ -7,15 +7,18 @@
 #include "app/native_services.h"
 #include "platform/file_step.h"
 #include "platform/linux/apple_sign_in_linux.h"
+#include "platform/linux/audio_output_linux.h"
 #include "platform/linux/background_transfer_linux.h"
 #include "platform/linux/bookmarks_linux.h"
 #include "platform/linux/boot_clock_linux.h"
 #include "platform/linux/browser_linux.h"
+#include "platform/linux/calendar_icu.h"
 #include "platform/linux/camera_gstreamer.h"
 #include "platform/linux/courier_launcher.h"
 #include "platform/linux/file_events_linux.h"
 #include "platform/linux/flash_x11.h"
 #include "platform/linux/http_curl.h"
+#include "platform/linux/idle_time_linux.h"
 #include "platform/linux/image_jpeg.h"
 #include "platform/linux/journal_sink.h"
 #include "platform/linux/keychain_file.h"
@@ -28,6 +31,8 @@
 #include "platform/linux/notifications_linux.h"
 #include "platform/linux/opened_files_linux.h"
 #include "platform/linux/opened_links_linux.h"
+#include "platform/linux/power_assertion_linux.h"
+#include "platform/linux/power_source_linux.h"
 #include "platform/linux/preferences_linux.h"
 #include "platform/linux/process_activity_linux.h"
 #include "platform/linux/push_registration_linux.h"
@@ -36,6 +41,7 @@
 #include "platform/linux/running_apps_linux.h"
 #include "platform/linux/scheduler_linux.h"
 #include "platform/linux/screen_lock_linux.h"
+#include "platform/linux/sound_player_linux.h"
 #include "platform/linux/system_power_linux.h"
 #include "platform/linux/web_sign_in_linux.h"
 #include "platform/openssl/crypto_openssl.h"
@@ -121,7 +127,14 @@ class LinuxServices final : public NativeServices {
         browser_(scheduler_, session_, log_),
         fileEvents_(scheduler_, openingTimes_),
         openedFiles_(openingTimes_),
-        apps_(scheduler_, RunningAppsPlaces::ofThisSession()) {
+        bookmarks_(scheduler_),
+        apps_(scheduler_, RunningAppsPlaces::ofThisSession()),
+        powerSource_(system_, logind_, log_),
+        idle_(scheduler_, session_, log_),
+        calendar_(scheduler_),
+        outputs_(scheduler_),
+        player_(scheduler_),
+        assertions_(logind_, session_) {
     if (program != ProgramKind::command) camera_.prepare(ownProgram("brindle-camera-scan"));
   }
 
@@ -190,6 +203,12 @@ class LinuxServices final : public NativeServices {
   LinuxOpenedFiles openedFiles_;
   LinuxBookmarks bookmarks_;
   LinuxRunningApps apps_;
+  LinuxPowerSource powerSource_;
+  LinuxIdleTime idle_;
+  IcuCalendar calendar_;
+  LinuxAudioOutputs outputs_;
+  LinuxSoundPlayer player_;
+  LinuxPowerAssertions assertions_;
   Services services_{scheduler_,
                      bootClock_,
                      files_,
@@ -211,7 +230,9 @@ class LinuxServices final : public NativeServices {
                      sink_,
                      {http_, watchTransfer_, alertTransfer_, vaultTransfer_, power_, activity_,
                       machine_, links_, webSignIn_, appleSignIn_, push_, path_, browser_},
-                     {fileEvents_, openedFiles_, bookmarks_, apps_, watchWork_}};
+                     {fileEvents_, openedFiles_, bookmarks_, apps_, watchWork_},
+                     {powerSource_, idle_, calendar_, outputs_, player_, assertions_,
+                      folderOf(ownProgram()), BRINDLE_DISTRIBUTION}};
 };
 
 }  // namespace

@@ -5,12 +5,15 @@
 #include "app/app_paths.h"
 #include "app/native_services.h"
 #include "platform/memory/apple_sign_in_memory.h"
+#include "platform/memory/audio_output_memory.h"
 #include "platform/memory/background_transfer_memory.h"
 #include "platform/memory/bookmarks_memory.h"
 #include "platform/memory/browser_memory.h"
+#include "platform/memory/calendar_memory.h"
 #include "platform/memory/camera_memory.h"
 #include "platform/memory/file_events_memory.h"
 #include "platform/memory/flash_window_memory.h"
+#include "platform/memory/idle_time_memory.h"
 #include "platform/memory/keychain_memory.h"
 #include "platform/memory/login_item_memory.h"
 #include "platform/memory/machine_memory.h"
@@ -18,12 +21,15 @@
 #include "platform/memory/notifications_memory.h"
 #include "platform/memory/opened_files_memory.h"
 #include "platform/memory/opened_links_memory.h"
+#include "platform/memory/power_assertion_memory.h"
+#include "platform/memory/power_source_memory.h"
 #include "platform/memory/preferences_memory.h"
 #include "platform/memory/process_activity_memory.h"
 #include "platform/memory/push_registration_memory.h"
 #include "platform/memory/quit_sender_memory.h"
 #include "platform/memory/running_apps_memory.h"
 #include "platform/memory/screen_lock_memory.h"
+#include "platform/memory/sound_player_memory.h"
 #include "platform/memory/system_power_memory.h"
 #include "platform/memory/web_sign_in_memory.h"
 #include "platform/openssl/crypto_openssl.h"
@@ -60,7 +66,8 @@ class MemoryServices {
             log_,
             {http, watchTransfer, alertTransfer, vaultTransfer, power, activity, machine, links,
              webSignIn, appleSignIn, push, path, browser},
-            {fileEvents, openedFiles, bookmarks, apps, watchWork}};
+            {fileEvents, openedFiles, bookmarks, apps, watchWork},
+            {powerSource, idle, calendar, outputs, player, assertions}};
   }
 
   NativeTools tools = makeNativeTools();
@@ -97,6 +104,12 @@ class MemoryServices {
   MemoryOpenedFiles openedFiles;
   MemoryBookmarks bookmarks;
   MemoryRunningApps apps{scheduler};
+  MemoryPowerSource powerSource{scheduler};
+  MemoryIdleTime idle{scheduler};
+  MemoryCalendar calendar{scheduler};
+  MemoryAudioOutputs outputs{scheduler};
+  MemorySoundPlayer player{scheduler};
+  MemoryPowerAssertions assertions;
 
  private:
   LogSink& log_;

@@ -4,16 +4,19 @@
 
 #include "base/log.h"
 #include "platform/apple_sign_in.h"
+#include "platform/audio_output.h"
 #include "platform/background_transfer.h"
 #include "platform/bookmarks.h"
 #include "platform/boot_clock.h"
 #include "platform/browser.h"
+#include "platform/calendar.h"
 #include "platform/camera.h"
 #include "platform/crypto.h"
 #include "platform/file_events.h"
 #include "platform/files.h"
 #include "platform/flash_window.h"
 #include "platform/http.h"
+#include "platform/idle_time.h"
 #include "platform/image.h"
 #include "platform/keychain.h"
 #include "platform/login_item.h"
@@ -22,6 +25,8 @@
 #include "platform/notifications.h"
 #include "platform/opened_files.h"
 #include "platform/opened_links.h"
+#include "platform/power_assertion.h"
+#include "platform/power_source.h"
 #include "platform/preferences.h"
 #include "platform/process_activity.h"
 #include "platform/push_registration.h"
@@ -30,6 +35,7 @@
 #include "platform/running_apps.h"
 #include "platform/scheduler.h"
 #include "platform/screen_lock.h"
+#include "platform/sound_player.h"
 #include "platform/system_power.h"
 #include "platform/web_sign_in.h"
 #include "platform/worker_queue.h"
@@ -64,6 +70,20 @@ struct WatchingServices {
   std::string libraryFolder = {};
 };
 
+/// What else tells that something happens, and what answers it.
+struct TriggerServices {
+  PowerSource& powerSource;
+  IdleTime& idle;
+  Calendar& calendar;
+  AudioOutputs& outputs;
+  SoundPlayer& player;
+  PowerAssertions& assertions;
+  /// Where our sounds lie.
+  std::string sounds = {};
+  /// How this build is distributed; "direct": not through a store.
+  std::string distribution = "direct";
+};
+
 /// Every platform service, whichever backends were chosen. All of them outlive the application.
 struct Services {
   Scheduler& scheduler;
@@ -87,6 +107,7 @@ struct Services {
   LogSink& log;
   NetworkServices network;
   WatchingServices watching;
+  TriggerServices triggers;
 };
 
 }  // namespace brindle

@@ -1,0 +1,79 @@
+#pragma once
+
+#include <chrono>
+#include <utility>
+#include <vector>
+
+#include "platform/calendar.h"
+#include "platform/scheduler.h"
+
+namespace brindle {
+
+/// A time zone made of its changes of offset: UTC until told otherwise.
+class MemoryCalendar final : public Calendar {
+ public:
+  struct Change {
+    WallTime at;                  ///< from then on
+    std::chrono::minutes offset;  ///< local time is this far ahead of UTC
+  };
+  explicit MemoryCalendar(Scheduler& scheduler) : scheduler_(scheduler) {}
+
+  LocalTime local(WallTime at) const override {
+    using namespace std::chrono;
+    const WallTime shown = at + offsetAt(at);
+    const auto day = floor<days>(shown);
+    const hh_mm_ss time(floor<seconds>(shown - day));
+    return {year_month_day(day), static_cast<int>(weekday(day).c_encoding()) + 1,
+            static_cast<int>(time.hours().count()), static_cast<int>(time.minutes().count()),
+            static_cast<int>(time.seconds().count())};
+  }
+  std::optional<WallTime> at(std::chrono::year_month_day day, int hour, int minute) const override {
+    if (!day.ok()) return std::nullopt;
+    return whenShown(WallTime(std::chrono::sys_days(day)) + std::chrono::hours(hour) +
+                     std::chrono::minutes(minute));
+  }
+  std::optional<WallTime> addingDays(WallTime to, int days) const override {
+    return whenShown(to + offsetAt(to) + std::chrono::days(days));
+  }
+  [[nodiscard]] Subscription onChange(std::function<void()> changed) override {
+    return changes_.add(std::move(changed));
+  }
+  ServiceReport report() const override { return {"calendar", "memory", true, {}}; }
+
+  /// `before` is the offset until the first change; the changes are in order.
+  void setZone(std::chrono::minutes before, std::vector<Change> changes = {}) {
+    before_ = before;
+    zone_ = std::move(changes);
+    tell();
+  }
+  /// The clock was set: the scheduler's is set by the test.
+  void tell() {
+    scheduler_.post([this] { changes_.tell(); });
+  }
+
+ private:
+  std::chrono::minutes offsetAt(WallTime at) const {
+    std::chrono::minutes offset = before_;
+    for (const Change& each : zone_) {
+      if (each.at <= at) offset = each.offset;
+    }
+    return offset;
+  }
+  /// The first moment at which the clock shows this, or has jumped past it.
+  std::optional<WallTime> whenShown(WallTime shown) const {
+    std::chrono::minutes offset = before_;
+    for (const Change& each : zone_) {
+      if (shown - offset < each.at) return shown - offset;
+      if (shown - each.offset < each.at) return each.at;
+      offset = each.offset;
+    }
+    return shown - offset;
+  }
+
+  Scheduler& scheduler_;
+  std::chrono::minutes before_{0};
+  std::vector<Change> zone_;
+  Listeners<> changes_;
+};
+
+}  // namespace brindle
