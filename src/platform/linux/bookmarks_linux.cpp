@@ -3,6 +3,7 @@
 #include <cerrno>
 #include <cstdlib>
 #include <memory>
+#include <utility>
 
 #include "platform/linux/file_identity_look.h"
 
@@ -55,7 +56,7 @@ Result<ResolvedBookmark, Bookmarks::Problem> LinuxBookmarks::resolve(ByteView bo
   }
   const Problem problem = now ? Problem::gone : problemOf(now.error());
   if (problem == Problem::denied) return Failure(problem);
-  if (auto found = findMovedFile(*record, bounds_)) {
+  if (auto found = search(*record)) {
     return ResolvedBookmark{*std::move(found), true, {}};
   }
   return Failure(problem);
@@ -66,10 +67,20 @@ std::string LinuxBookmarks::lastPlace(ByteView bookmark) const {
   return record ? record->path : std::string();
 }
 
+std::optional<std::string> LinuxBookmarks::search(const BookmarkRecord& record) {
+  if (!std::exchange(ends_, true)) {
+    scheduler_.post(lifetime_.guard([this] {
+      ends_ = false;
+      search_.renew();
+    }));
+  }
+  return search_.find(record);
+}
+
 ServiceReport LinuxBookmarks::report() const {
   return {"bookmarks", "paths and file handles", true,
           "a moved item is found again among " + std::to_string(bounds_.entries) +
-              " names around its old place, in the same file system"};
+              " names around its old place, on the same mount"};
 }
 
 }  // namespace brindle

@@ -1,5 +1,7 @@
 #include "platform/linux/bookmarks_linux.h"
 
+#include <sched.h>
+#include <sys/mount.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -11,6 +13,7 @@
 #include "platform/memory/bookmarks_memory.h"
 #include "testing/child_process.h"
 #include "testing/temporary_folder.h"
+#include "testing/virtual_scheduler.h"
 
 namespace brindle {
 namespace {
@@ -35,11 +38,13 @@ struct LinuxItems {
     write(path);
   }
   TemporaryFolder folder;
-  LinuxBookmarks bookmarks{{.entries = 20'000, .milliseconds = 60'000}};
+  VirtualScheduler clock;
+  LinuxBookmarks bookmarks{clock, {.entries = 20'000, .milliseconds = 60'000}};
   std::string path = fs::canonical(folder.path()).string() + "/a/b/tax.txt";
   std::string move() {
     const std::string next = fs::canonical(folder / "c/d") / "other.txt";
     fs::rename(path, next);
+    clock.run();
     return next;
   }
   void remove(const std::string& gone) { fs::remove(gone); }
@@ -49,8 +54,10 @@ INSTANTIATE_TYPED_TEST_SUITE_P(Linux, BookmarksContract, LinuxItems);
 class LinuxBookmarksTest : public testing::Test, protected LinuxItems {
  protected:
   /// Where it leads, with "stale: " before; else the number of the problem.
-  std::string resolved(ByteView bookmark) {
-    const auto found = bookmarks.resolve(bookmark);
+  std::string resolved(ByteView bookmark) { return resolved(bookmark, bookmarks); }
+  std::string resolved(ByteView bookmark, LinuxBookmarks& with) {
+    const auto found = with.resolve(bookmark);
+    clock.run();
     if (!found) return std::to_string(static_cast<int>(found.error()));
     return (found->stale ? "stale: " : "") + found->path;
   }
@@ -83,10 +90,42 @@ TEST_F(LinuxBookmarksTest, TheSearchKeepsToItsBounds) {
   const Bytes file = bookmarks.create(path).value();
   for (int i = 0; i < 20; ++i) write(folder / ("a/b/" + std::to_string(i)));
   move();
-  bookmarks = LinuxBookmarks({.entries = 20, .milliseconds = 60'000});
-  EXPECT_EQ(resolved(file), number(Problem::gone));
-  bookmarks = LinuxBookmarks({.entries = 20'000, .milliseconds = 0});
-  EXPECT_EQ(resolved(file), number(Problem::gone));
+  LinuxBookmarks few(clock, {.entries = 20, .milliseconds = 60'000}),
+      late(clock, {.milliseconds = 0});
+  EXPECT_EQ(resolved(file, few), number(Problem::gone));
+  EXPECT_EQ(resolved(file, late), number(Problem::gone));
+}
+
+TEST_F(LinuxBookmarksTest, MissingItemsShareOneSearchAndTakeTurns) {
+  for (int i = 0; i < 30; ++i) write(folder / ("a/" + std::to_string(i)));
+  write(folder / "c/letter");
+  const Bytes lost = bookmarks.create(path).value();
+  const Bytes moved = bookmarks.create(folder / "c/letter").value();
+  fs::remove(path);
+  fs::rename(folder / "c/letter", folder / "c/d/letter");
+  LinuxBookmarks few(clock, {.entries = 20, .milliseconds = 60'000});
+  const auto found = [&] { return few.resolve(lost) || few.resolve(moved); };
+  EXPECT_FALSE(found()) << "the first leaves the other nothing";
+  EXPECT_FALSE(found()) << "within one turn of the loop";
+  clock.run();
+  EXPECT_TRUE(found()) << "the other goes first";
+}
+
+TEST_F(LinuxBookmarksTest, OtherMountsAreNotSearched) {
+  const Bytes file = bookmarks.create(path).value();
+  fs::rename(path, folder / "c/other.txt");
+  fs::create_directory(folder / "shown");
+  const int found = ChildProcess([&] {
+                      const std::string from = folder / "c", to = folder / "shown";
+                      if (unshare(CLONE_NEWUSER | CLONE_NEWNS) != 0 ||
+                          mount(from.c_str(), to.c_str(), nullptr, MS_BIND, nullptr) != 0 ||
+                          mount("none", from.c_str(), "tmpfs", 0, nullptr) != 0) {
+                        return 77;
+                      }
+                      return bookmarks.resolve(file) ? 1 : 0;
+                    }).wait();
+  if (found == 77) GTEST_SKIP() << "no mounts of our own here";
+  EXPECT_EQ(found, 0);
 }
 
 TEST_F(LinuxBookmarksTest, AFolderThatMayNotBeLookedIntoIsDenied) {
