@@ -128,7 +128,6 @@ class LinuxServices final : public NativeServices {
         fileEvents_(scheduler_, openingTimes_),
         openedFiles_(openingTimes_),
         bookmarks_(scheduler_),
-        bookmarks_(scheduler_),
         apps_(scheduler_, RunningAppsPlaces::ofThisSession()),
         powerSource_(system_, logind_, log_),
         idle_(scheduler_, session_, log_),
