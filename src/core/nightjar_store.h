@@ -55,6 +55,8 @@ class NightjarStore final : public ProofSink {
     const auto pending = pendingConfirm();
     return pending ? history_.find(*pending) : nullptr;
   }
+  /// An occurrence is being handled, which the next one may belong to.
+  bool handlingUnlock() const { return unlocks_.current() != nullptr; }
   EventList unresolved() const { return history_.unresolved(); }
   /// Seconds until the event's report goes, rounded up; nothing when none is waiting to.
   std::optional<std::int64_t> holdSecondsLeft(const Uuid& id) const {
