@@ -5,12 +5,13 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
-#include <algorithm>
-#include <array>
 #include <cctype>
 #include <memory>
 #include <set>
 #include <utility>
+
+#include "platform/file_step.h"
+#include "platform/linux/own_processes.h"
 
 namespace brindle {
 namespace {
@@ -32,10 +33,26 @@ struct CloseFolder {
 };
 using Folder = std::unique_ptr<DIR, CloseFolder>;
 
-std::string executableOf(const std::string& process) {
-  std::array<char, 4096> path;
-  const auto size = readlink((process + "/exe").c_str(), path.data(), path.size());
-  return size > 0 ? std::string(path.data(), static_cast<std::size_t>(size)) : std::string();
+std::optional<FileId> identify(const std::string& path) { return identify(AT_FDCWD, path.c_str()); }
+
+/// Whether the name of a process's program means here what it means there. Anybody may have mounts
+/// and users of one's own, in which any file can have the name of a system's program, and run one
+/// from a disk that is taken out afterwards, which leaves the name without the disk's place.
+bool isHere(const std::string& process, const std::string& program) {
+  for (const char* part : {"/ns/mnt", "/ns/user", "/root"}) {
+    if (identify(process + part) != identify(std::string("/proc/self") + part)) return false;
+  }
+  const auto runs = identify(process + "/exe");
+  const auto found = identify(program);
+  if (!runs || runs == found) return runs.has_value();
+  const auto folder = identify(folderOf(program));  // an update put another file there
+  return folder && folder->device == runs->device;
+}
+
+/// The program's own path, or else one that belongs to this process.
+std::string programOf(const std::string& process) {
+  std::string program = executableOf(process);
+  return isHere(process, program) ? program : process + "/exe";
 }
 
 /// Notes what this process holds of the files; several holders make an empty name.
@@ -48,7 +65,7 @@ void look(const std::string& process, const std::set<FileId>& wanted,
     if (std::isdigit(static_cast<unsigned char>(entry->d_name[0])) == 0) continue;
     const auto id = identify(dirfd(held.get()), entry->d_name);
     if (!id || !wanted.contains(*id)) continue;
-    std::string program = executableOf(process);
+    std::string program = programOf(process);
     const auto [at, first] = holders.try_emplace(*id, program);
     if (!first && at->second != program) at->second.clear();
   }
@@ -61,7 +78,13 @@ std::optional<WallTime> LinuxOpenedFiles::lastUsed(const std::string& path) {
   const auto lost = times_.lost();
   struct stat found {};
   if (!lost || lstat(path.c_str(), &found) != 0 || !S_ISREG(found.st_mode)) return std::nullopt;
-  const WallTime accessed = WallTime(std::chrono::seconds(found.st_atim.tv_sec)) +
+  // Anybody may set it, and to what no clock of ours can hold.
+  using std::chrono::seconds;
+  if (found.st_atim.tv_sec > std::chrono::ceil<seconds>(lost->to).time_since_epoch().count() ||
+      found.st_atim.tv_sec < 0) {
+    return std::nullopt;
+  }
+  const WallTime accessed = WallTime(seconds(found.st_atim.tv_sec)) +
                             std::chrono::duration_cast<WallTime::duration>(
                                 std::chrono::nanoseconds(found.st_atim.tv_nsec));
   // Times of access go by the kernel's coarse clock.
@@ -74,7 +97,7 @@ std::map<std::string, std::string> LinuxOpenedFiles::openers(std::span<const std
   std::set<FileId> wanted;
   std::map<FileId, std::string> holders;
   for (const std::string& path : paths) {
-    if (const auto id = identify(AT_FDCWD, path.c_str())) wanted.insert(*id);
+    if (const auto id = identify(path)) wanted.insert(*id);
   }
   const std::string us = std::to_string(getpid());
   const Folder processes(wanted.empty() ? nullptr : opendir("/proc"));
@@ -86,7 +109,7 @@ std::map<std::string, std::string> LinuxOpenedFiles::openers(std::span<const std
   }
   std::map<std::string, std::string> found;
   for (const std::string& path : paths) {
-    const auto id = identify(AT_FDCWD, path.c_str());
+    const auto id = identify(path);
     const auto holder = id ? holders.find(*id) : holders.end();
     if (holder != holders.end() && !holder->second.empty()) found.emplace(path, holder->second);
   }

@@ -2,7 +2,6 @@
 
 #include <algorithm>
 #include <array>
-#include <filesystem>
 #include <fstream>
 #include <string_view>
 
@@ -37,14 +36,8 @@ std::string scriptOf(const std::string& process) {
 
 std::optional<RunningProgram> programOf(const std::string& processes, const std::string& pid) {
   const std::string process = processes + "/" + pid;
-  std::error_code failed;
-  RunningProgram program{fs::read_symlink(process + "/exe", failed).string(), {}};
-  if (failed) return std::nullopt;
-  // An update replaced the program while it runs.
-  constexpr std::string_view deleted = " (deleted)";
-  if (program.executable.ends_with(deleted)) {
-    program.executable.erase(program.executable.size() - deleted.size());
-  }
+  RunningProgram program{executableOf(process), {}};
+  if (program.executable.empty()) return std::nullopt;
   if (isInterpreter(program.executable)) program.script = scriptOf(process);
   return program;
 }

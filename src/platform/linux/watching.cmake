@@ -7,5 +7,5 @@ brindle_library(brindle_linux_watching
   LINKS brindle_platform
   PRIVATE_LINKS brindle_posix PkgConfig::FMT Threads::Threads)
 brindle_test(file_events_linux_test
-  SOURCES file_events_linux_test.cpp
+  SOURCES file_events_linux_test.cpp opened_files_linux_test.cpp
   LINKS brindle_linux_watching brindle_linux_system brindle_testing brindle_memory)
