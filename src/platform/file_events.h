@@ -45,6 +45,8 @@ struct ObservedPaths {
 struct UnobservedPath {
   std::string path;
   std::string why;
+  bool partly = false;  ///< not all of its openings are seen; `why` says which
+  bool limit = false;   ///< the system lacks what it may have later: worth another stream then
   bool operator==(const UnobservedPath&) const = default;
 };
 

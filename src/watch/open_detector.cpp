@@ -118,7 +118,7 @@ bool OpenDetector::isLater(WallTime date, std::optional<WallTime> before) const 
   // A date beyond the window was written while the clock was ahead. Held on to, it would hide every
   // opening until that time comes.
   if (!before || *before > now_ + window) return true;
-  return date - *before > sameDate;
+  return date > *before + sameDate;  // a difference from a date long ago has no room
 }
 
 bool OpenDetector::isRecent(WallTime date) const {
@@ -136,7 +136,8 @@ void OpenDetector::forgetOld() {
   if (now_ >= forgot_ && now_ - forgot_ <= 2 * window) return;
   forgot_ = now_;
   std::erase_if(lastUsedBelow_, [this](const auto& each) { return each.second < now_ - window; });
-  if (lastUsedBelow_.empty()) lastUsedBelow_ = {};  // with its buckets
+  // With its buckets, which assigning `{}` would keep.
+  if (lastUsedBelow_.empty()) lastUsedBelow_ = std::unordered_map<Key, WallTime>();
   seenBefore_ = std::exchange(seen_, {});
 }
 

@@ -30,13 +30,15 @@ std::uint64_t maskOf(KernelWatch::Part part) {
       return FAN_CREATE | FAN_MOVED_TO | FAN_ONDIR;
     case KernelWatch::Part::itself:
       return FAN_MOVE_SELF | FAN_DELETE_SELF | FAN_ONDIR;
+    case KernelWatch::Part::rights:
+      return FAN_ATTRIB | FAN_EVENT_ON_CHILD | FAN_ONDIR;
     case KernelWatch::Part::file:
       return FAN_OPEN;
   }
   return 0;
 }
 
-constexpr std::array<std::pair<std::uint64_t, std::uint32_t>, 7> meanings{{
+constexpr std::array<std::pair<std::uint64_t, std::uint32_t>, 8> meanings{{
     {FAN_OPEN, KernelChange::opened},
     {FAN_CREATE, KernelChange::created},
     {FAN_DELETE, KernelChange::removed},
@@ -44,6 +46,7 @@ constexpr std::array<std::pair<std::uint64_t, std::uint32_t>, 7> meanings{{
     {FAN_MOVED_TO, KernelChange::movedHere},
     {FAN_MOVE_SELF | FAN_DELETE_SELF, KernelChange::selfGone},
     {FAN_Q_OVERFLOW, KernelChange::lost},
+    {FAN_ATTRIB, KernelChange::rights},
 }};
 
 /// The file system's identity and the handle, as they lie in an event.
@@ -95,12 +98,12 @@ class Fanotify final : public KernelWatch {
   /// folders that nobody knows any more.
   void forget(const FileKey&) override {}
 
-  void read(std::vector<KernelChange>& changes) override {
+  bool read(std::vector<KernelChange>& changes) override {
     const pid_t us = getpid();
     for (int turn = 0; turn < 16; ++turn) {
       const auto size =
           uninterrupted([&] { return ::read(group_.get(), buffer_.data(), buffer_.size()); });
-      if (size <= 0) return;
+      if (size <= 0) return false;
       auto left = static_cast<std::size_t>(size);
       for (const char* at = buffer_.data(); left >= sizeof(fanotify_event_metadata);) {
         fanotify_event_metadata event{};  // it lies less aligned than it wants to
@@ -111,6 +114,7 @@ class Fanotify final : public KernelWatch {
         at += event.event_len;
       }
     }
+    return true;
   }
   int descriptor() const override { return group_.get(); }
   std::string limit() const override { return limitOfTheSystem("fs.fanotify.max_user_marks"); }

@@ -29,8 +29,23 @@ int ObservedFiles::add(const std::string& path) {
     return key.error();
   }
   if (isGone(error)) gone_.insert(index);
-  if (key) inFolder_.emplace(*key, index);
+  if (key) {
+    inFolder_.emplace(*key, index);
+    note(index, error);
+  } else {
+    folderless_.insert(index);
+    unobserved_.add(path, key.error(), kernel_, "once another file has its name: ");
+  }
   return 0;
+}
+
+/// A file that may not be read is seen opened by its name in its folder all the same.
+void ObservedFiles::note(std::size_t index, int error) {
+  const std::string& path = files_[index].path;
+  if (error == 0 && !folderless_.contains(index)) unobserved_.remove(path);
+  if (error != 0 && !isGone(error)) {
+    unobserved_.add(path, error, kernel_, "by other names of the file: ");
+  }
 }
 
 int ObservedFiles::observeItself(std::size_t index) {
@@ -71,8 +86,9 @@ void ObservedFiles::changed(const KernelChange& change) {
 
 void ObservedFiles::settle() {
   for (const std::size_t index : std::exchange(touched_, {})) {
-    const bool changed =
-        isGone(observeItself(index)) ? gone_.insert(index).second : gone_.erase(index) > 0;
+    const int error = observeItself(index);
+    note(index, error);
+    const bool changed = isGone(error) ? gone_.insert(index).second : gone_.erase(index) > 0;
     if (changed) batch_.rootChanged(files_[index].path);
   }
 }

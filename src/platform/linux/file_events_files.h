@@ -8,6 +8,7 @@
 
 #include "platform/linux/file_events_batch.h"
 #include "platform/linux/file_events_kernel.h"
+#include "platform/linux/file_events_notes.h"
 
 namespace brindle {
 
@@ -15,9 +16,11 @@ namespace brindle {
 /// itself, which shows it opened by any other name.
 class ObservedFiles {
  public:
-  ObservedFiles(KernelWatch& kernel, FileEventBatch& batch) : kernel_(kernel), batch_(batch) {}
+  ObservedFiles(KernelWatch& kernel, FileEventBatch& batch, UnobservedPaths& unobserved)
+      : kernel_(kernel), batch_(batch), unobserved_(unobserved) {}
 
   /// The error's number when it cannot be observed; one whose folder is there, but not itself, is.
+  /// What can be observed in part is noted.
   int add(const std::string& path);
   void changed(const KernelChange& change);
   /// After all changes that came together: looks at the files whose names were touched.
@@ -31,13 +34,15 @@ class ObservedFiles {
     FileKey itself;  ///< of the last file with this name, also after that has moved away
   };
   int observeItself(std::size_t index);
+  void note(std::size_t index, int error);
   void forgetItself(std::size_t index);
 
   KernelWatch& kernel_;
   FileEventBatch& batch_;
+  UnobservedPaths& unobserved_;
   std::vector<File> files_;
   std::unordered_multimap<FileKey, std::size_t> inFolder_, themselves_;
-  std::set<std::size_t> touched_, gone_;
+  std::set<std::size_t> touched_, gone_, folderless_;
 };
 
 }  // namespace brindle

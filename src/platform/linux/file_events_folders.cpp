@@ -12,7 +12,8 @@ namespace {
 
 Descriptor openFolder(const std::string& path) {
   constexpr int how = O_RDONLY | O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC | O_NONBLOCK;
-  return Descriptor(uninterrupted([&] { return open(path.c_str(), how); }));
+  const char* const there = path.empty() ? "/" : path.c_str();
+  return Descriptor(uninterrupted([&] { return open(there, how); }));
 }
 
 bool isFolder(int in, const dirent& entry) {
@@ -36,8 +37,9 @@ bool ObservedFolders::Folder::within(const Folder* other) const {
 ObservedFolders::ObservedFolders(Parts parts, std::vector<std::string> exclusions)
     : parts_(std::move(parts)), exclusions_(std::move(exclusions)) {}
 
-int ObservedFolders::add(const std::string& root) {
+int ObservedFolders::add(const std::string& path) {
   std::vector<Place> below;
+  const std::string root = path == "/" ? "" : path;
   if (const int error = visit({nullptr, root}, Reason::setUp, below); error != 0) return error;
   roots_.push_back(root);
   for (Place& each : below) walk(std::move(each), Reason::setUp);
@@ -59,9 +61,10 @@ int ObservedFolders::visit(const Place& place, Reason reason, std::vector<Place>
   const std::string path = place.path();
   if (excluded(path)) return 0;
   Descriptor folder = openFolder(path);
-  if (!folder) return refuse(place, path, errno);
+  if (!folder) return refuse(place, errno, reason);
   const auto key = parts_.kernel.watch(folder.get(), KernelWatch::Part::contents);
-  if (!key) return refuse(place, path, key.error());
+  if (!key) return refuse(place, key.error(), reason);
+  if (reason != Reason::setUp) parts_.unobserved.remove(path);
   if (enter(*key, place, reason)) list(std::move(folder), folders_[*key], reason, below);
   return 0;
 }
@@ -107,26 +110,45 @@ void ObservedFolders::list(Descriptor folder, Folder& in, Reason reason,
 
 /// What is already in a folder that has just come may have been opened before it was observed. New
 /// files tell by their time of access, which even sparing systems keep for the first opening after
-/// a change.
+/// a change. A time still to come was set by somebody and says nothing.
 void ObservedFolders::missed(int folder, const std::string& path, const char* name) {
   struct stat found {};
   if (fstatat(folder, name, &found, AT_SYMLINK_NOFOLLOW) != 0 || !S_ISREG(found.st_mode)) return;
-  const WallTime accessed{std::chrono::seconds(found.st_atim.tv_sec)};
-  const bool justNow = accessed + std::chrono::seconds(2) >= parts_.batch.now();
+  const auto now = std::chrono::floor<std::chrono::seconds>(parts_.batch.now().time_since_epoch());
+  const auto accessed = found.st_atim.tv_sec;  // of any size: nothing is computed with it
+  const bool justNow = accessed >= now.count() - 2 && accessed <= now.count() + 1;
   parts_.batch.add(path + "/" + name, KernelChange::created | (justNow ? KernelChange::opened : 0));
 }
 
-int ObservedFolders::refuse(const Place& place, const std::string& path, int error) {
+int ObservedFolders::refuse(const Place& place, int error, Reason reason) {
   if (place.parent == nullptr || isGone(error)) return error;
-  if (refusedByFileSystem(error)) {
+  const std::string path = place.path();
+  if (!refusedByFileSystem(error)) {
+    parts_.unobserved.add(path, error, parts_.kernel);
+    if (!isLimit(error)) awaitRights(place);
+  } else if (std::ranges::find(refused_, path) == refused_.end()) {
     refused_.push_back(path);
-  } else {
-    parts_.unobserved.add(path, whyUnobserved(error, parts_.kernel.limit()));
+    if (reason != Reason::setUp) parts_.batch.rootChanged(path);
   }
   return error;
 }
 
+/// The folder that holds it tells when rights have changed, though not whose.
+void ObservedFolders::awaitRights(const Place& place) {
+  const Descriptor in = openFolder(place.parent->path());
+  const auto key = parts_.kernel.watch(in.get(), KernelWatch::Part::rights);
+  if (key && unread_.size() < UnobservedPaths::most) unread_.emplace(*key, place.name);
+}
+
+void ObservedFolders::lookAtUnread() {
+  for (const auto& [folder, name] : std::exchange(unread_, {})) {
+    const auto in = folders_.find(folder);
+    if (in != folders_.end()) walk({&in->second, name}, Reason::appeared);
+  }
+}
+
 void ObservedFolders::changed(const KernelChange& change) {
+  rightsChanged_ = rightsChanged_ || (change.what & KernelChange::rights) != 0;
   if ((change.what & KernelChange::forgotten) != 0) prune(change.object);
   const auto in = folders_.find(change.folder);
   if (in == folders_.end()) return;
@@ -138,6 +160,7 @@ void ObservedFolders::changed(const KernelChange& change) {
   const Place place{&parent, change.name};
   if ((change.what & (KernelChange::movedAway | KernelChange::removed)) != 0) {
     adrift_.push_back(change.object.empty() ? keyOf(place) : change.object);
+    parts_.unobserved.remove(place.path());
   }
   if ((change.what & (KernelChange::movedHere | KernelChange::created)) != 0) {
     walk(place, Reason::appeared);
@@ -151,6 +174,7 @@ void ObservedFolders::settle() {
     if (found == folders_.end() || !found->second.parent) continue;
     if (hasLeft(key, found->second)) prune(key);
   }
+  if (std::exchange(rightsChanged_, false)) lookAtUnread();
 }
 
 void ObservedFolders::lookAgain() {

@@ -1,8 +1,10 @@
 #pragma once
 
 #include <functional>
+#include <set>
 #include <string>
 #include <unordered_map>
+#include <utility>
 #include <vector>
 
 #include "platform/linux/file_events_batch.h"
@@ -29,19 +31,20 @@ class ObservedFolders {
   ObservedFolders& operator=(const ObservedFolders&) = delete;
 
   /// The folder and everything below it. The error's number when not even itself can be observed.
-  int add(const std::string& root);
+  int add(const std::string& path);
   void changed(const KernelChange& change);
   /// After all changes that came together: what was moved away and not to elsewhere is let go.
   void settle();
   /// After a loss of events.
   void lookAgain();
-  /// Folders below the watched ones whose file system wants another way of observing.
+  /// Folders below the watched ones whose file system wants another way of observing. One that
+  /// comes later changes the root: another way is only found when all is observed anew.
   const std::vector<std::string>& refused() const { return refused_; }
   std::size_t size() const { return folders_.size(); }
 
  private:
   struct Folder {
-    Folder* parent = nullptr;  ///< none: a root, named by its whole path
+    Folder* parent = nullptr;  ///< none: a root, named by its whole path, "/" by nothing
     std::string name;
     std::uint32_t children = 0;
     std::uint32_t round = 0;  ///< in which it was last found
@@ -65,7 +68,9 @@ class ObservedFolders {
   bool enter(const FileKey& key, const Place& place, Reason reason);
   void list(Descriptor folder, Folder& in, Reason reason, std::vector<Place>& below);
   void missed(int folder, const std::string& path, const char* name);
-  int refuse(const Place& place, const std::string& path, int error);
+  int refuse(const Place& place, int error, Reason reason);
+  void awaitRights(const Place& place);
+  void lookAtUnread();
   void move(Folder& folder, const Place& place);
   bool hasLeft(const FileKey& key, const Folder& folder);
   FileKey keyOf(const Place& place) const;
@@ -78,6 +83,9 @@ class ObservedFolders {
   std::vector<FileKey> adrift_;
   std::vector<std::string> refused_;
   std::vector<std::string> roots_;
+  std::set<std::pair<FileKey, std::string>>
+      unread_;  ///< may not be read: the folder, the name in it
+  bool rightsChanged_ = false;
   std::size_t visited_ = 0;
   std::uint32_t round_ = 0;
 };

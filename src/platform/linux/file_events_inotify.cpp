@@ -17,13 +17,15 @@ std::uint32_t maskOf(KernelWatch::Part part) {
       return IN_CREATE | IN_MOVED_TO | IN_ONLYDIR;
     case KernelWatch::Part::itself:
       return IN_MOVE_SELF | IN_DELETE_SELF | IN_ONLYDIR;
+    case KernelWatch::Part::rights:
+      return IN_ATTRIB | IN_ONLYDIR;
     case KernelWatch::Part::file:
       return IN_OPEN;
   }
   return 0;
 }
 
-constexpr std::array<std::pair<std::uint32_t, std::uint32_t>, 8> meanings{{
+constexpr std::array<std::pair<std::uint32_t, std::uint32_t>, 9> meanings{{
     {IN_OPEN, KernelChange::opened},
     {IN_CREATE, KernelChange::created},
     {IN_DELETE, KernelChange::removed},
@@ -32,6 +34,7 @@ constexpr std::array<std::pair<std::uint32_t, std::uint32_t>, 8> meanings{{
     {IN_MOVE_SELF | IN_DELETE_SELF | IN_UNMOUNT, KernelChange::selfGone},
     {IN_IGNORED, KernelChange::forgotten},
     {IN_Q_OVERFLOW, KernelChange::lost},
+    {IN_ATTRIB, KernelChange::rights},
 }};
 
 FileKey keyOf(int watch) { return {reinterpret_cast<const char*>(&watch), sizeof watch}; }
@@ -64,11 +67,11 @@ class Inotify final : public KernelWatch {
     std::memcpy(&watch, key.data(), sizeof watch);
     inotify_rm_watch(instance_.get(), watch);
   }
-  void read(std::vector<KernelChange>& changes) override {
+  bool read(std::vector<KernelChange>& changes) override {
     for (int turn = 0; turn < 16; ++turn) {
       const auto size =
           uninterrupted([&] { return ::read(instance_.get(), buffer_.data(), buffer_.size()); });
-      if (size <= 0) return;
+      if (size <= 0) return false;
       for (std::size_t at = 0; at < static_cast<std::size_t>(size);) {
         const auto& event = *reinterpret_cast<const inotify_event*>(buffer_.data() + at);
         auto change = translate(event, buffer_.data() + at + sizeof event);
@@ -76,6 +79,7 @@ class Inotify final : public KernelWatch {
         at += sizeof event + event.len;
       }
     }
+    return true;
   }
   int descriptor() const override { return instance_.get(); }
   std::string limit() const override { return limitOfTheSystem("fs.inotify.max_user_watches"); }

@@ -24,6 +24,7 @@ struct KernelChange {
   static constexpr std::uint32_t selfGone = 0x20;   ///< `object`, a folder, has moved or is removed
   static constexpr std::uint32_t forgotten = 0x40;  ///< `object` is not observed any more
   static constexpr std::uint32_t lost = 0x80;       ///< events were lost here
+  static constexpr std::uint32_t rights = 0x100;    ///< who may read it may have changed
 
   std::uint32_t what = 0;
   bool onFolder = false;
@@ -39,6 +40,7 @@ class KernelWatch {
     contents,  ///< of a folder: what is opened in it, made, moved and removed
     names,     ///< of a folder: what is made and moved to there
     itself,    ///< of a folder: whether it is moved or removed
+    rights,    ///< of a folder: who may read what is in it
     file       ///< whether it is opened, by whatever name
   };
   virtual ~KernelWatch() = default;
@@ -48,8 +50,8 @@ class KernelWatch {
   /// Where the kernel can forget something it still observes.
   virtual void forget(const FileKey& key) = 0;
   /// Appends what waits; openings by this process where they can be told apart, and openings of
-  /// folders, are left out. At most some thousands: `descriptor` says whether there is more.
-  virtual void read(std::vector<KernelChange>& changes) = 0;
+  /// folders, are left out. True when it took some thousands and there may be more.
+  [[nodiscard]] virtual bool read(std::vector<KernelChange>& changes) = 0;
   virtual int descriptor() const = 0;
   /// The setting that is exhausted when the kernel has no space for another watch.
   virtual std::string limit() const = 0;

@@ -129,6 +129,8 @@ const std::vector<Deed> deeds{
     {"rm -r tree", "", "tree", root, "tree/in/x", opened},
     {"mv tree gone; cat gone/in/x", "", "tree", root, "file", any},
     {"mkdir missing", "", "missing/file", root, "file", any},
+    {"mkdir elsewhere/far; touch -d 2100-01-01 elsewhere/far/x; mv elsewhere/far tree", "",
+     "tree/far/x", file_event::itemCreated, "tree/far/x", opened},
 };
 
 class FileEventsLinuxTest : public testing::TestWithParam<Way> {};
@@ -181,7 +183,6 @@ TEST_P(FileEventsLinuxTest, LostEventsAreOneScanAndTheObservationGoesOn) {
       "touch tree/late/x; touch -a -d '1 hour ago' tree/out/x; cat tree/out/x");
   burstOver.set_value();
   (*stream)->flush();
-  (*stream)->flush();
   EXPECT_TRUE(seen.has("/", file_event::mustScanSubDirs));
   EXPECT_TRUE(LinuxOpenedFiles(real.times).lastUsed(real.path("tree/out/x")))
       << "the time of access stands in for what was lost";
@@ -191,6 +192,30 @@ TEST_P(FileEventsLinuxTest, LostEventsAreOneScanAndTheObservationGoesOn) {
   EXPECT_TRUE(seen.has(real.path("tree/late/x"), opened));
   EXPECT_LE(seen.count(), before + 2);
   EXPECT_FALSE(seen.has(real.path("tree/gone/x"), any)) << "moved away meanwhile";
+}
+/// Root may read everything, but not as somebody in a user namespace of its own.
+TEST_P(FileEventsLinuxTest, WhatMayNotBeReadIsNamedAndObservedOnceItMay) {
+  RealFolder real(GetParam());
+  real.sh("chmod 0 tree/in other");
+  ChildProcess child([&real] {
+    if (geteuid() == 0 && unshare(CLONE_NEWUSER) != 0) return 77;
+    DeliveredEvents seen;
+    const auto stream =
+        real.all.open({{real.path("other")}, {real.path("tree")}, {}}, seen.deliver());
+    const std::vector<UnobservedPath> unread{
+        {real.path("other"), "by other names of the file: permission denied", true, false},
+        {real.path("tree/in"), "permission denied", false, false}};
+    if (!stream || (*stream)->unobserved() != unread) return 1;
+    real.sh("chmod 700 tree/in; cat tree/in/x; chmod 600 other; mv other new; mv new other");
+    (*stream)->flush();
+    if (!(*stream)->unobserved().empty()) return 2;
+    real.sh("echo y >tree/in/y");
+    (*stream)->flush();
+    return seen.has(real.path("tree/in/y"), opened) ? 0 : 3;
+  });
+  const int status = child.wait();
+  if (status == 77) GTEST_SKIP() << "no user namespace can be made here";
+  EXPECT_EQ(status, 0);
 }
 INSTANTIATE_TEST_SUITE_P(Ways, FileEventsLinuxTest, testing::Values(Way::best, Way::inotifyOnly));
 
@@ -213,7 +238,7 @@ TEST(FileEventsLinux, ThisProcessIsLeftOutAndMountsAreSeen) {
 struct Refusal final : KernelWatch {
   Result<FileKey, int> watch(int, Part) override { return Failure(EXDEV); }
   void forget(const FileKey&) override {}
-  void read(std::vector<KernelChange>&) override {}
+  bool read(std::vector<KernelChange>&) override { return false; }
   int descriptor() const override { return -1; }
   std::string limit() const override { return {}; }
 };
@@ -249,7 +274,8 @@ TEST(FileEventsLinux, AReachedLimitIsNamedAndTheRestStaysObserved) {
     LinuxFileEvents events(loop, times);
     const auto stream = events.open({{real.path("file")}, {real.path("tree")}, {}}, seen.deliver());
     if (!stream || (*stream)->unobserved().empty()) return 1;
-    if (!(*stream)->unobserved()[0].why.contains("fs.fanotify.max_user_marks")) return 2;
+    const UnobservedPath first = (*stream)->unobserved()[0];
+    if (!first.limit || !first.why.contains("fs.fanotify.max_user_marks")) return 2;
     real.sh("cat file");
     (*stream)->flush();
     return seen.has(real.path("file"), opened) ? 0 : 3;

@@ -11,9 +11,10 @@ Observation::Observation(std::unique_ptr<KernelWatch> kernel, FileEventBatch& ba
     : kernel_(std::move(kernel)),
       batch_(batch),
       unobserved_(unobserved),
-      folders_({*kernel_, batch, unobserved, [this] { kernel_->read(waiting_); }},
-               std::move(exclusions)),
-      files_(*kernel_, batch),
+      folders_(
+          {*kernel_, batch, unobserved, [this] { static_cast<void>(kernel_->read(waiting_)); }},
+          std::move(exclusions)),
+      files_(*kernel_, batch, unobserved),
       places_(*kernel_, batch),
       complete_(batch.now()) {}
 
@@ -35,24 +36,26 @@ ObservedPaths Observation::add(const ObservedPaths& paths) {
 /// False when another way of observing is to be tried.
 bool Observation::observed(const std::string& path, int error) {
   if (refusedByFileSystem(error)) return false;
-  if (error != 0) unobserved_.add(path, whyUnobserved(error, kernel_->limit()));
+  if (error != 0) unobserved_.add(path, error, *kernel_);
   return true;
 }
 
-void Observation::turn() {
-  kernel_->read(waiting_);
+bool Observation::turn() {
+  const bool more = kernel_->read(waiting_);
   // More may come to the end while these are looked at.
   for (std::size_t at = 0; at < waiting_.size(); ++at) {
     const KernelChange change = std::move(waiting_[at]);
     apply(change);
   }
-  // A burst's memory is given back.
-  if (waiting_.size() > 1024) waiting_ = {};
+  // A burst's memory is given back, which assigning `{}` would not do.
+  if (waiting_.size() > 1024) waiting_ = std::vector<KernelChange>();
   waiting_.clear();
   folders_.settle();
   files_.settle();
   if (std::exchange(lost_, false)) recover();
+  if (more || !waiting_.empty()) return true;
   complete_ = batch_.now();
+  return false;
 }
 
 void Observation::apply(const KernelChange& change) {
@@ -66,7 +69,7 @@ void Observation::apply(const KernelChange& change) {
 void Observation::recover() {
   folders_.lookAgain();
   files_.lookAgain();
-  batch_.mustScan("/", complete_);
+  giveUp();
 }
 
 }  // namespace brindle

@@ -19,8 +19,10 @@ class Observation {
 
   /// What the file systems refuse in this way, for another.
   ObservedPaths add(const ObservedPaths& paths);
-  /// Takes in what happened since the last turn; the batch has begun.
-  void turn();
+  /// Takes in what happened since the last turn; the batch has begun. True when more waits.
+  [[nodiscard]] bool turn();
+  /// More keeps coming than is taken in: everything is to be looked at.
+  void giveUp() { batch_.mustScan("/", complete_); }
   int descriptor() const { return kernel_->descriptor(); }
 
  private:

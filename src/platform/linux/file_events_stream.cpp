@@ -45,7 +45,7 @@ void LinuxFileEventStream::observe(std::unique_ptr<KernelWatch> kernel) {
 bool LinuxFileEventStream::start() {
   if (!wake_) return false;
   for (const std::string& path : allOf(left_)) {
-    unobserved_.add(path, "its file system does not tell of openings");
+    unobserved_.add({path, "its file system does not tell of openings"});
   }
   const SignalsBlocked blocked;
   try {
@@ -76,43 +76,57 @@ void LinuxFileEventStream::flush() {
 void LinuxFileEventStream::run() {
   pthread_setname_np(pthread_self(), "file events");
   // The set-up may have taken in something already.
-  for (bool busy = turn();; busy = turn()) {
-    wait(busy);
+  for (Turn last = turn();; last = turn()) {
+    wait(last);
     const std::lock_guard lock(mutex_);
     if (ending_) return;
   }
 }
 
-void LinuxFileEventStream::wait(bool busy) {
+void LinuxFileEventStream::wait(Turn last) {
   std::vector<pollfd> ready{{wake_.get(), POLLIN, 0}};
   const timespec pause{0, std::chrono::nanoseconds(busyPause).count()};
-  if (busy) ppoll(ready.data(), 1, &pause, nullptr);
+  if (last.busy) ppoll(ready.data(), 1, &pause, nullptr);
   ready.push_back({mounts_.descriptor(), POLLPRI, 0});
   for (const auto& each : observations_) ready.push_back({each->descriptor(), POLLIN, 0});
-  poll(ready.data(), ready.size(), -1);
+  poll(ready.data(), ready.size(), last.more ? 0 : -1);
   eventfd_t count = 0;
   eventfd_read(wake_.get(), &count);
   if ((ready[1].revents & POLLPRI) == 0) return;
   for (const std::string& path : mounts_.changed()) batch_.rootChanged(path);
 }
 
-/// Whether so much came that more is to be expected.
-bool LinuxFileEventStream::turn() {
+LinuxFileEventStream::Turn LinuxFileEventStream::turn() {
   std::uint64_t asked = 0;
+  bool flushing = false;
   {
     const std::lock_guard lock(mutex_);
-    if (ending_) return false;
+    if (ending_) return {};
     asked = flushesAsked_;
+    flushing = asked > flushesDone_;
   }
-  batch_.begin(wallTime());
-  for (const auto& each : observations_) each->turn();
-  auto events = batch_.take();
-  const bool busy = events.size() > 32;
-  if (!events.empty()) deliver_(std::move(events));
+  std::size_t told = 0;
+  bool more = takeIn(told);
+  for (int turns = 1; more && flushing && turns < turnsOfFlush; ++turns) more = takeIn(told);
+  if (more && flushing) {
+    for (const auto& each : observations_) each->giveUp();
+    deliver_(batch_.take());
+  }
   const std::lock_guard lock(mutex_);
   flushesDone_ = asked;
   answered_.notify_all();
-  return busy;
+  return {told > 32, more};
+}
+
+/// What the kernel has at hand; true when more waits. Adds to `told` how much it was.
+bool LinuxFileEventStream::takeIn(std::size_t& told) {
+  batch_.begin(wallTime());
+  bool more = false;
+  for (const auto& each : observations_) more = each->turn() || more;
+  auto events = batch_.take();
+  told += events.size();
+  if (!events.empty()) deliver_(std::move(events));
+  return more;
 }
 
 }  // namespace brindle

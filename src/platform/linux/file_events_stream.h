@@ -20,6 +20,9 @@ class LinuxFileEventStream final : public FileEventStream {
   /// Waits between two batches while many openings come, so that the opener is not interrupted for
   /// each of them.
   static constexpr std::chrono::microseconds busyPause{200};
+  /// Turns of some thousands of events each for a flush, many times what the kernel keeps. What
+  /// still waits then is looked at as if it were lost.
+  static constexpr int turnsOfFlush = 64;
 
   LinuxFileEventStream(OpeningTimes& times, FileEvents::Deliver deliver, ObservedPaths paths);
   ~LinuxFileEventStream() override;
@@ -34,9 +37,14 @@ class LinuxFileEventStream final : public FileEventStream {
   std::vector<UnobservedPath> unobserved() const override { return unobserved_.all(); }
 
  private:
+  struct Turn {
+    bool busy = false;  ///< so much came that more is to be expected
+    bool more = false;  ///< waits already
+  };
   void run();
-  void wait(bool busy);
-  bool turn();
+  void wait(Turn last);
+  Turn turn();
+  bool takeIn(std::size_t& told);
 
   FileEventBatch batch_;
   FileEvents::Deliver deliver_;
