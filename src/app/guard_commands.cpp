@@ -28,7 +28,7 @@ GuardCommands::GuardCommands(BrindleMacApp& app, bool running, Doctor doctor,
       running_(running),
       doctor_(std::move(doctor)),
       service_(store_, app.alertService(), std::move(openLink)),
-      watch_(store_, app.watching()) {}
+      watch_(store_, app.watching(), app.services().scheduler, running) {}
 
 void GuardCommands::need(RequestRef request, std::function<void(Need)> done) {
   app_.secrets().refresh(lifetime_.guard(

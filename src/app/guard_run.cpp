@@ -29,7 +29,7 @@ GuardRun::GuardRun(NativeServices& services, const AppPaths& paths, ServiceRepor
       log_(services_.log()),
       app_(withFlash(services_.services(), overFlash), paths.data, paths.temporary),
       doctor_(services_.services(), std::move(window),
-              [this] { return watchReport(app_.watching().known()); }),
+              [this] { return app_.watching().report(!app_.store().armed()); }),
       commands_(
           app_, /*running=*/true,
           [this](bool json, auto done) { doctor_.ask(json, std::move(done)); },
@@ -42,7 +42,10 @@ GuardRun::GuardRun(NativeServices& services, const AppPaths& paths, ServiceRepor
 
 void GuardRun::onQuit(std::function<void(int)> leave) {
   app_.appDelegate().quit = [this, leave = std::move(leave)](bool saved) {
-    if (!services_.answerQuit(true)) leave(saved ? exit_code::done : exit_code::failed);
+    app_.watching().list().finish([this, leave, saved](bool listSaved) {
+      const bool all = saved && listSaved;
+      if (!services_.answerQuit(true)) leave(all ? exit_code::done : exit_code::failed);
+    });
   };
 }
 

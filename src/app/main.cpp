@@ -78,13 +78,15 @@ int runGuard(const AppPaths& paths, bool atLogin) {
 
 int runDoctor(const AppPaths& paths, const Request& request) {
   const auto services = makeNativeServices(paths, ProgramKind::command);
-  Doctor doctor(services->services(), terminalAsWindow(),
-                [&] { return watchReport(watchedOnDisk(services->services(), paths.data)); });
+  WatchedOnDisk watched(services->services(), paths.data);
+  Doctor doctor(services->services(), terminalAsWindow(), [&] { return watched.report(); });
   int exitCode = exit_code::failed;
-  doctor.ask(request.json, [&](Reply reply) {
-    std::fputs(reply.text.c_str(), stdout);
-    exitCode = reply.exitCode;
-    services->scheduler().stop();
+  watched.look([&] {
+    doctor.ask(request.json, [&](Reply reply) {
+      std::fputs(reply.text.c_str(), stdout);
+      exitCode = reply.exitCode;
+      services->scheduler().stop();
+    });
   });
   services->scheduler().run();
   return exitCode;
@@ -99,8 +101,10 @@ int runHere(const AppPaths& paths, Request request, Conversation& conversation) 
   std::unique_ptr<CommandSession> session;
   bool saved = true;
   app.appDelegate().quit = [&](bool all) {
-    saved = all;
-    services->scheduler().stop();
+    app.watching().list().finish([&, all](bool listSaved) {
+      saved = all && listSaved;
+      services->scheduler().stop();
+    });
   };
   // A wrong try is photographed here as everywhere: nobody gets out of the picture by giving up.
   // The code of a link works once, so whoever followed it waits for the answer.

@@ -1,11 +1,19 @@
 #include "app/watch_commands.h"
 
+#include <chrono>
 #include <filesystem>
+#include <memory>
+#include <utility>
 
 #include "app/command_text.h"
 
 namespace brindle {
 namespace {
+
+using Removed = WatchList::Removed;
+
+/// One more try, and time for it.
+constexpr Duration longestSaving = std::chrono::seconds(4);
 
 Reply saying(std::string text, int exitCode = exit_code::done) {
   return {.text = std::move(text), .exitCode = exitCode};
@@ -58,26 +66,62 @@ void WatchCommands::run(const Request& request, CommandHandler::Done done) {
   }
   if (request.target == "add") return add(request.value, std::move(done));
   if (request.target == "remove") return remove(request.value, done);
+  list(request.json, done);
+}
+
+/// A guard has looked whether openings are seen; a command that does its work has not.
+void WatchCommands::list(bool json, const CommandHandler::Done& done) {
+  if (running_) return done(saying(listed(json)));
+  list_.lookWithin(longestLook,
+                   lifetime_.guard([this, json, done] { done(saying(listed(json))); }));
+}
+
+std::string WatchCommands::listed(bool json) {
   const auto items = watching_.items();
-  done(saying(request.json ? watchListJson(items) : watchListText(items)));
+  if (json) return watchListJson(items);
+  const std::string& problem = list_.problem();
+  return problem.empty() ? watchListText(items) : plainText(problem) + "\n";
 }
 
 void WatchCommands::add(const std::string& pathOrApp, CommandHandler::Done done) {
-  if (!pathOrApp.starts_with('/')) {
-    auto hint = "There is no file '" + plainText(pathOrApp) + "' here. ";
-    return list_.addApp(pathOrApp, answering(std::move(done), std::move(hint)));
-  }
+  const bool path = pathOrApp.starts_with('/');
   if (watching_.isApp(pathOrApp)) return list_.addApp(pathOrApp, answering(std::move(done)));
-  list_.addFileOrFolder(pathOrApp, answering(std::move(done)));
+  if (path) return list_.addFileOrFolder(pathOrApp, answering(std::move(done)));
+  auto hint = "There is no file '" + plainText(pathOrApp) + "' here. ";
+  list_.addApp(pathOrApp, answering(std::move(done), std::move(hint)));
 }
 
 WatchList::Added WatchCommands::answering(CommandHandler::Done done, std::string hint) {
   return lifetime_.guard([this, done = std::move(done), hint = std::move(hint)](
                              const Result<WatchList::AddedTarget, std::string>& added) {
     if (!added) return done(saying(hint + plainText(added.error()) + "\n", exit_code::failed));
-    done(saying(addedText(*added, list_.state(added->target.id)),
-                added->saved ? exit_code::done : exit_code::failed));
+    this->added(*added, done);
   });
+}
+
+void WatchCommands::added(const WatchList::AddedTarget& added, const CommandHandler::Done& done) {
+  const auto answer = [this, done, target = added.target](bool saved) {
+    done(saying(addedText({target, saved}, list_.state(target.id)),
+                saved ? exit_code::done : exit_code::failed));
+  };
+  if (added.saved || running_) return answer(added.saved);
+  whenSaved([this, done, answer, target = added.target](bool saved) {
+    if (saved) return answer(true);
+    list_.takeBack(target.id,
+                   [done, target] { done(saying(notAddedText(target), exit_code::failed)); });
+  });
+}
+
+void WatchCommands::whenSaved(std::function<void(bool saved)> done) {
+  const auto once = std::make_shared<std::function<void(bool)>>(std::move(done));
+  const auto answer = [once](bool saved) {
+    if (const auto first = std::exchange(*once, nullptr)) first(saved);
+  };
+  savingLimit_ = scheduler_.after(longestSaving, [answer] { answer(false); });
+  list_.whenSaved(lifetime_.guard([this, answer] {
+    savingLimit_.cancel();
+    answer(true);
+  }));
 }
 
 void WatchCommands::remove(const std::string& nameOrId, const CommandHandler::Done& done) {
@@ -92,9 +136,13 @@ void WatchCommands::remove(const std::string& nameOrId, const CommandHandler::Do
                        exit_code::failed));
   }
   const WatchTarget target = found[0].target;
-  list_.remove(target.id, lifetime_.guard([done, target](WatchList::Removed how) {
-    const bool well = how == WatchList::Removed::done || how == WatchList::Removed::decoyLeft;
-    done(saying(removedText(target, how), well ? exit_code::done : exit_code::failed));
+  const auto answer = [this, done, target](WatchList::Removed how) {
+    const bool failed = how == Removed::notSaved || how == Removed::notListed;
+    done(saying(removedText(target, how, running_), failed ? exit_code::failed : exit_code::done));
+  };
+  list_.remove(target.id, lifetime_.guard([this, answer](WatchList::Removed how) {
+    if (how != Removed::notSaved || running_) return answer(how);
+    whenSaved([answer](bool saved) { answer(saved ? Removed::done : Removed::notSaved); });
   }));
 }
 

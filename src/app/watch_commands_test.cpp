@@ -42,6 +42,22 @@ TEST_F(WatchCommandsTest, WhatIsNotWatchableOrMissingIsSaid) {
   EXPECT_NE(told.find("2 items, 1 missing, 1 not watchable; 'blind' not watchable: Its file"),
             std::string::npos)
       << told;
+  choosePin();
+  say("on");
+  const std::string guarded = say("doctor").text;
+  EXPECT_NE(guarded.find("2 items, 1 missing"), std::string::npos) << guarded;
+  EXPECT_EQ(guarded.find("blind"), std::string::npos) << "names are the owner's alone";
+}
+
+TEST_F(WatchCommandsTest, WhyNotIsSaidAsItIs) {
+  devices.apps.installed["own"] = {"com.corvane.brindle.links", "Brindle"};
+  EXPECT_EQ(watch("add", "own").text, "Brindle can't watch itself.\n");
+  EXPECT_EQ(watch("add", "x.txt").text,
+            "There is no file 'x.txt' here. That isn't an app Brindle can watch.\n");
+  command({.command = "tripwire", .target = "b", .value = folder});
+  ASSERT_TRUE(devices.files.remove(folder + "/b.rtf"));
+  EXPECT_EQ(watch("remove", "b.rtf").text,
+            "'b.rtf' isn't watched any more.\nIts decoy wasn't found, so none was deleted.\n");
 }
 
 }  // namespace

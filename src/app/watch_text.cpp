@@ -79,11 +79,13 @@ std::string watchListJson(const Items& items) {
   return text + "\n";
 }
 
-ServiceReport watchReport(const Items& items) {
-  ServiceReport report{"watched items", "watch list", true, counts(items)};
+ServiceReport watchReport(const Items& items, const std::string& problem, bool withNames) {
+  ServiceReport report{"watched items", "watch list", problem.empty(), counts(items)};
+  if (!problem.empty()) report.detail += "; " + plainText(problem);
   for (const WatchedItem& each : items) {
     if (each.state == WatchTargetState{}) continue;
     report.answered = false;
+    if (!withNames) continue;
     report.detail += "; " + inQuotes(each.target.displayName) + standing(each.state).substr(1);
   }
   return report;
@@ -102,7 +104,12 @@ std::string addedText(const WatchList::AddedTarget& added, const WatchTargetStat
   return text;
 }
 
-std::string removedText(const WatchTarget& target, WatchList::Removed how) {
+std::string notAddedText(const WatchTarget& target) {
+  return inQuotes(target.displayName) +
+         " can't be watched: the list of watched items can't be saved now.\n";
+}
+
+std::string removedText(const WatchTarget& target, WatchList::Removed how, bool running) {
   const std::string name = inQuotes(target.displayName);
   const std::string gone = name + " isn't watched any more.\n";
   switch (how) {
@@ -110,7 +117,10 @@ std::string removedText(const WatchTarget& target, WatchList::Removed how) {
       return target.kind == WatchTarget::Kind::tripwire ? "The tripwire " + name + " is gone.\n"
                                                         : gone;
     case WatchList::Removed::notSaved:
-      return gone + std::string(notSaved);
+      return running ? gone + std::string(notSaved)
+                     : "That can't be saved now, so " + name + " may still be watched.\n";
+    case WatchList::Removed::decoyNotFound:
+      return gone + "Its decoy wasn't found, so none was deleted.\n";
     case WatchList::Removed::decoyLeft:
       return gone +
              "What lies in its place isn't what Brindle put there any more, and was left alone.\n";

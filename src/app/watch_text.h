@@ -23,11 +23,16 @@ void writeWatchStatus(JsonWriter& out, const std::vector<WatchedItem>& items);
 std::string watchListText(const std::vector<WatchedItem>& items);
 std::string watchListJson(const std::vector<WatchedItem>& items);
 
-/// What `brindle doctor` says of them.
-ServiceReport watchReport(const std::vector<WatchedItem>& items);
+/// What `brindle doctor` says of them: only how many, where names are the owner's alone. `problem`
+/// is why the list could not be read.
+ServiceReport watchReport(const std::vector<WatchedItem>& items, const std::string& problem,
+                          bool withNames);
 
 /// How an addition ended that was none to be refused.
 std::string addedText(const WatchList::AddedTarget& added, const WatchTargetState& state);
-std::string removedText(const WatchTarget& target, WatchList::Removed how);
+/// One that was taken back.
+std::string notAddedText(const WatchTarget& target);
+/// `running`: a guard goes on trying to save.
+std::string removedText(const WatchTarget& target, WatchList::Removed how, bool running);
 
 }  // namespace brindle

@@ -1,6 +1,8 @@
 #pragma once
 
+#include <chrono>
 #include <functional>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -12,6 +14,9 @@
 
 namespace brindle {
 
+/// How long a command waits for the looks whether openings are seen.
+inline constexpr Duration longestLook = std::chrono::seconds(5);
+
 /// The watched items and their observation, put together. Main thread only.
 class Watching final : public WatchMonitoring {
  public:
@@ -21,10 +26,11 @@ class Watching final : public WatchMonitoring {
 
   /// Reads the list; before the guard store starts, which may observe at once.
   void prepare() { list_.load(); }
-  /// In a guard that is off: finds out what of the list could be observed.
-  void look() { list_.lookAgain(); }
+  /// In a guard that is off: finds out what of the list could be observed, and what became of it
+  /// while no guard ran.
+  void look();
 
-  void start() override { monitor_.start(); }
+  void start() override;
   void stop() override;
 
   WatchList& list() { return list_; }
@@ -32,16 +38,40 @@ class Watching final : public WatchMonitoring {
   std::vector<WatchedItem> known() const;
   /// Looks where each is at this moment.
   std::vector<WatchedItem> items();
+  /// What `brindle doctor` says, which nobody has to prove anything for.
+  ServiceReport report(bool withNames) const;
   bool isApp(const std::string& path) const { return services_.apps.identify(path).has_value(); }
 
  private:
+  void tellProblem();
+
   const WatchingServices services_;
+  Notifications& notifications_;
+  bool problemTold_ = false;
   WatchList list_;
   WatchMonitor monitor_;
   Subscription notices_;
 };
 
-/// For who only looks: the list as it lies on disk, which stays as it is.
-std::vector<WatchedItem> watchedOnDisk(const Services& services, const std::string& data);
+/// For who only looks: the list as it lies on disk, which stays as it is. Main thread only.
+class WatchedOnDisk {
+ public:
+  /// Reads the list and where its items are, blocking.
+  WatchedOnDisk(const Services& services, const std::string& data);
+
+  /// Whether openings of each are seen; `done` from the main loop, before long.
+  void look(std::function<void()> done);
+  ServiceReport report() const;
+
+ private:
+  std::optional<std::string> placeOf(const Uuid& id);
+  WatchedItem& item(const Uuid& id);
+
+  Bookmarks& bookmarks_;
+  WatchListFile file_;
+  std::vector<WatchedItem> items_;
+  const bool withNames_;
+  WatchListProbes probes_;
+};
 
 }  // namespace brindle

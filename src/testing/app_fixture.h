@@ -84,7 +84,7 @@ class AppFixture : public testing::Test {
   }();
   BrindleMacApp app{devices.services(), paths.data};
   Doctor doctor{devices.services(), {"guarded window", "none", false, "a test"}, [this] {
-                  return watchReport(app.watching().known());
+                  return app.watching().report(!app.store().armed());
                 }};
   GuardCommands commands{app, true, [this](bool json, auto done) { doctor.ask(json, done); }};
   bool started = false;

@@ -22,6 +22,7 @@ class SecurityScopedBookmarks {
 
   [[nodiscard]] Result<Created, Bookmarks::Problem> create(const std::string& path);
   [[nodiscard]] Result<Resolved, Bookmarks::Problem> resolve(ByteView bookmark);
+  std::string lastPlace(ByteView bookmark) const { return bookmarks_.lastPlace(bookmark); }
 
  private:
   Bookmarks& bookmarks_;

@@ -104,6 +104,8 @@ std::string_view decoyContent() {
 }
 
 DecoyWrite writeDecoy(Files& files, const std::string& path, const std::string& temporary) {
+  // Also where nothing can be written: that the name is taken is the better reason.
+  if (files.exists(path).value_or(false)) return DecoyWrite::nameTaken;
   // Giving the finished file its name is the one step that refuses to replace another.
   const std::string fresh = joinPath(folderOf(path), temporary);
   auto written = files.writeWhole(fresh, viewOf(decoyContent()));
@@ -141,7 +143,7 @@ DecoyRemoval removeDecoyFile(Files& files, const std::string& path) {
   const auto content = files.read(path);
   if (!content) {
     const bool gone = content.error().kind == FileError::Kind::notFound;
-    return gone ? DecoyRemoval::removed : DecoyRemoval::kept;
+    return gone ? DecoyRemoval::notThere : DecoyRemoval::kept;
   }
   const bool ours = textOf(*content) == decoyContent();
   return ours && files.remove(path) ? DecoyRemoval::removed : DecoyRemoval::kept;

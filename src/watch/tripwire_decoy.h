@@ -36,7 +36,7 @@ enum class DecoyLook { there, putBack, folderGone, nameTaken, failed };
                                        const std::string& fileName, const std::string& temporary);
 
 /// Removes the file if it is a decoy as it was written. `kept` is what somebody else put there.
-enum class DecoyRemoval { removed, kept };
+enum class DecoyRemoval { removed, kept, notThere };
 [[nodiscard]] DecoyRemoval removeDecoyFile(Files& files, const std::string& path);
 
 }  // namespace brindle

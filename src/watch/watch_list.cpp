@@ -21,10 +21,17 @@ WatchList::WatchList(WatchListServices services, std::string fileURL)
       file_(services.files, std::move(fileURL), std::move(services.localStamp), services.log),
       saving_(
           file_, services.worker, services.scheduler, [this] { return targets_; },
-          [this] { tell(Change::states); }) {}
+          [this] { tell(Change::states); }),
+      probes_(services.events, services.scheduler,
+              {[this](const Uuid& id) -> std::optional<std::string> {
+                 auto place = resolve(id);
+                 return place ? std::optional(std::move(place->path)) : std::nullopt;
+               },
+               [this](const Uuid& id, const std::string& why) { noteUnseen(id, why); }}) {}
 
 void WatchList::load() {
   targets_ = file_.load();
+  problem_ = file_.problem();
   tell(Change::targets);
 }
 
@@ -39,8 +46,10 @@ const WatchTarget* WatchList::find(const Uuid& id) const {
 }
 
 WatchTargetState WatchList::state(const Uuid& id) const {
-  const auto known = states_.find(id);
-  return known == states_.end() ? WatchTargetState{} : known->second;
+  const auto found = known_.find(id);
+  if (found == known_.end()) return {};
+  const WatchTargetKnown& known = found->second;
+  return {known.missing, known.unobserved.empty() ? known.unseen : known.unobserved};
 }
 
 Result<ResolvedBookmark, Problem> WatchList::resolve(const Uuid& id) {
@@ -62,30 +71,37 @@ Result<ResolvedBookmark, Problem> WatchList::resolve(const Uuid& id) {
 void WatchList::noteUsed(const Uuid& id, WallTime lastSeenUsedDate) {
   WatchTarget* target = findMutable(id);
   if (!target || target->lastSeenUsedDate == lastSeenUsedDate) return;
+  noteUnseen(id, {});
   target->lastSeenUsedDate = lastSeenUsedDate;
   saving_.changed();
 }
 
 void WatchList::noteUnwatchable(const Uuid& id, const std::string& why) {
-  if (!find(id) || state(id).unwatchable == why) return;
-  states_[id].unwatchable = why;
+  if (!find(id) || known_[id].unobserved == why) return;
+  known_[id].unobserved = why;
   tell(Change::states);
 }
 
-void WatchList::lookAgain() {
+void WatchList::noteUnseen(const Uuid& id, const std::string& why) {
+  if (!find(id) || known_[id].unseen == why) return;
+  known_[id].unseen = why;
+  tell(Change::states);
+}
+
+std::vector<Uuid> WatchList::lookable() {
+  std::vector<Uuid> items;
   for (const WatchTarget& target : targets_) {
-    const Uuid id = target.id;
-    const auto place = resolve(id);
-    if (!place) continue;
-    probes_[id] = events_.probe(place->path, lifetime_.guard([this, id](bool seen) {
-      noteUnwatchable(id, seen ? "" : openingsUnseen);
-    }));
+    if (target.kind == WatchTarget::Kind::app) continue;
+    noteUnwatchable(target.id, "");  // of an observation that is over
+    items.push_back(target.id);
   }
+  return items;
 }
 
 void WatchList::setMissing(const Uuid& id, bool missing) {
   if (state(id).missing == missing) return;
-  states_[id].missing = missing;
+  known_[id].missing = missing;
+  if (!missing) known_[id].missingTold = false;
   tell(Change::states);
 }
 

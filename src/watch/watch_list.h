@@ -14,6 +14,7 @@
 #include "watch/security_scoped_bookmarks.h"
 #include "watch/tripwire_decoy.h"
 #include "watch/watch_list_file.h"
+#include "watch/watch_list_probes.h"
 #include "watch/watch_list_saving.h"
 #include "watch/watch_list_services.h"
 #include "watch/watch_target.h"
@@ -35,6 +36,7 @@ class WatchList {
     done,
     notSaved,   ///< it is watched no more, but that is not on disk yet
     decoyLeft,  ///< what lies in the decoy's place is not what was put there, and was left alone
+    decoyNotFound,
     notListed
   };
   enum class Change {
@@ -44,14 +46,15 @@ class WatchList {
   /// This program itself, which is never watched; `ownDesktopID` where apps go by desktop files.
   static constexpr std::string_view ownBundleID = "com.corvane.brindle";
   static constexpr std::string_view ownDesktopID = "brindle";
-  /// Why a target is unwatchable whose opening by ourselves was not seen.
-  static constexpr const char* openingsUnseen = "Its file system doesn't tell who opens it.";
 
   /// `fileURL` is the path of "watch-list.json".
   WatchList(WatchListServices services, std::string fileURL);
 
   /// Reads the list, blocking, once, at launch and before anything else.
   void load();
+  /// Why the list that was kept could not be read, for the owner; empty when it could, or when
+  /// there is a new one.
+  const std::string& problem() const { return problem_; }
 
   const std::vector<WatchTarget>& targets() const { return targets_; }
   /// Null when there is no such target; valid until the list changes.
@@ -65,22 +68,31 @@ class WatchList {
   void createTripwire(const std::string& name, const std::string& folder, Added done);
   /// A tripwire's decoy goes too, once the list without it is on disk.
   void remove(const Uuid& id, std::function<void(Removed)> done);
+  /// Undoes an addition that could not be saved, for who does not go on trying.
+  void takeBack(const Uuid& id, std::function<void()> done);
 
   /// Where the file, folder or decoy is now; the access held by the result is the caller's to drop.
   /// Renews a stale bookmark. Without success the target stays and shows as missing.
   [[nodiscard]] Result<ResolvedBookmark, Bookmarks::Problem> resolve(const Uuid& id);
 
   /// A decoy was removed or renamed. Looks, and unless it is there puts it back; the owner is told
-  /// either way.
+  /// either way, once until it is back.
   void decoyGone(const Uuid& id, const std::string& folder, const std::string& fileName);
+  /// The same for every decoy that is not where it was when nobody watched.
+  void lookAfterDecoys();
   /// The last-used date of the item that was seen last.
   void noteUsed(const Uuid& id, WallTime lastSeenUsedDate);
-  /// Why openings of the item are not seen; empty when they are.
+  /// Why the observation under way does not see openings of the item; empty when it does.
   void noteUnwatchable(const Uuid& id, const std::string& why);
   /// Follows every bookmark and looks whether openings are seen; `states` change as answers come.
   /// Not while a stream observes: where openings by this program cannot be told apart, it would
   /// report itself.
-  void lookAgain();
+  void lookAgain() { probes_.begin(lookable()); }
+  /// The same for somebody who waits: what takes longer is said not to be watchable.
+  void lookWithin(Duration limit, std::function<void()> done) {
+    probes_.beginWithin(limit, lookable(), std::move(done));
+  }
+  void stopLooking() { probes_.stop(); }
 
   [[nodiscard]] Subscription onChange(std::function<void(Change)> changed) {
     return changes_.add(std::move(changed));
@@ -89,6 +101,8 @@ class WatchList {
   [[nodiscard]] Subscription onOwnerNotice(std::function<void(const LocalNotification&)> told) {
     return notices_.add(std::move(told));
   }
+  /// Once, when all changes so far are on disk; not while saving fails.
+  void whenSaved(std::function<void()> done) { saving_.whenRecorded(std::move(done)); }
   /// Once everything so far was written, or could not be. For quitting.
   void finish(std::function<void(bool saved)> done) { saving_.finish(std::move(done)); }
 
@@ -112,7 +126,8 @@ class WatchList {
   bool watches(const Adding& adding);
   void decoyWritten(const AddingRef& adding, DecoyWrite written);
 
-  std::string removedDecoyPath(const WatchTarget& target);
+  void drop(const Uuid& id);
+  std::string decoyPath(const WatchTarget& target);
   void removeDecoy(const std::string& path, std::function<void(Removed)> done);
   void judgeDecoy(const Uuid& id, const std::string& path, DecoyLook look);
   bool rebookmark(WatchTarget& target, const std::string& path);
@@ -121,6 +136,8 @@ class WatchList {
   WatchTarget* findMutable(const Uuid& id);
   std::string temporaryDecoyName();
   void setMissing(const Uuid& id, bool missing);
+  void noteUnseen(const Uuid& id, const std::string& why);
+  std::vector<Uuid> lookable();
   void tell(Change change);
   void tellOwner(const Uuid& id, const std::string& title, const std::string& body);
 
@@ -135,9 +152,10 @@ class WatchList {
   WatchListFile file_;
   WatchListSaving saving_;
   std::vector<WatchTarget> targets_;
-  std::map<Uuid, WatchTargetState> states_;
+  std::string problem_;
+  std::map<Uuid, WatchTargetKnown> known_;
   std::vector<AddingRef> adding_;
-  std::map<Uuid, Subscription> probes_;
+  WatchListProbes probes_;
   Listeners<Change> changes_;
   Listeners<const LocalNotification&> notices_;
   Lifetime lifetime_;

@@ -54,6 +54,13 @@ std::string problemText(Problem problem, const std::string& name) {
   return {};
 }
 
+/// The entries of this program that desktops have for one purpose each are this program, too.
+bool isOurs(std::string_view id) {
+  const std::string_view own = WatchList::ownBundleID;
+  return id == own || id == WatchList::ownDesktopID ||
+         (id.starts_with(own) && id.substr(own.size()).starts_with('.'));
+}
+
 /// What a look at an item tells; on the worker.
 enum class Sort { file, folder, denied };
 Sort sortOf(Files& files, const std::string& path) {
@@ -141,7 +148,8 @@ void WatchList::append(const AddingRef& adding) {
   // The same item may have been added twice at once.
   if (watches(*adding)) return refuse(adding->done, alreadyWatched(target.displayName));
   targets_.push_back(target);
-  if (!adding->seen) states_[target.id].unwatchable = openingsUnseen;
+  problem_.clear();
+  if (!adding->seen) known_[target.id].unseen = WatchListProbes::openingsUnseen;
   log_.notice("watch list: %{public}s added, %{public}ld items",
               WatchTarget::kindNames.of(target.kind), targets_.size());
   saving_.changed([adding](bool saved) { adding->done(AddedTarget{adding->target, saved}); });
@@ -151,7 +159,7 @@ void WatchList::append(const AddingRef& adding) {
 void WatchList::addApp(const std::string& pathOrId, Added done) {
   const auto app = apps_.identify(pathOrId);
   if (!app || app->id.empty()) return refuse(done, "That isn't an app Brindle can watch.");
-  if (app->id == ownBundleID || app->id == ownDesktopID) {
+  if (isOurs(app->id)) {
     return refuse(done, "Brindle can't watch itself.");
   }
   if (app->id == "com.apple.finder") {

@@ -15,6 +15,10 @@ constexpr std::string_view unreadableCopy = "watch-list.unreadable-";
 /// More copies within one second than this are no accident any more.
 constexpr int mostNamesTried = 1000;
 
+const std::string unreadable =
+    "The list of watched items can't be read, so nothing is watched besides unlocks.";
+std::string keptAs(const std::string& name) { return " It was kept as '" + name + "'."; }
+
 }  // namespace
 
 WatchListFile::WatchListFile(Files& files, std::string fileURL,
@@ -26,22 +30,23 @@ WatchListFile::WatchListFile(Files& files, std::string fileURL,
       log_(log) {}
 
 std::vector<WatchTarget> WatchListFile::load() {
+  auto targets = read();
+  // What cannot be set aside now is before the first save.
+  return aside_ == Aside::moveNoList && moveAside() ? readMissing() : targets;
+}
+
+std::vector<WatchTarget> WatchListFile::read() {
   const auto bytes = files_.read(fileURL_);
-  if (!bytes && bytes.error().kind == Kind::notFound) {
-    aside_ = Aside::nothing;
-    return {};
-  }
-  aside_ = Aside::moveUnreadable;
+  if (!bytes && bytes.error().kind == Kind::notFound) return readMissing();
   if (!bytes) {
     log_.notice("watch list could not be read (%{public}ld): kept as it is, nothing is watched",
                 bytes.error().code);
-    return {};
+    return nothingRead(Aside::moveUnreadable);
   }
   const auto saved = readWatchList(textOf(*bytes));
   if (!saved) {
     log_.notice("watch list is none: nothing is watched");
-    (void)moveAside();  // or else before the first save
-    return {};
+    return nothingRead(Aside::moveNoList);
   }
   auto targets = saved->readable();
   const std::size_t dropped = saved->targets.size() - targets.size();
@@ -50,6 +55,21 @@ std::vector<WatchTarget> WatchListFile::load() {
   log_.notice("watch list read: %{public}ld items, %{public}ld entries dropped", targets.size(),
               dropped);
   return targets;
+}
+
+std::vector<WatchTarget> WatchListFile::nothingRead(Aside aside) {
+  aside_ = aside;
+  problem_ = unreadable;
+  return {};
+}
+
+/// No list, or one that an earlier run set aside: its owner may not have read what was said then.
+std::vector<WatchTarget> WatchListFile::readMissing() {
+  aside_ = Aside::nothing;
+  for (const std::string& name : files_.list(folder_).value_or(std::vector<std::string>{})) {
+    if (name.starts_with(unreadableCopy)) problem_ = unreadable + keptAs(name);
+  }
+  return {};
 }
 
 /// Tries "<kind><stamp>.json", then the same with "-2", "-3" and so on while the name is taken.
@@ -90,7 +110,7 @@ FileResult<void> WatchListFile::copyAside(const std::string& to) {
 
 bool WatchListFile::keepAside() {
   if (aside_ == Aside::nothing) return true;
-  if (aside_ == Aside::moveUnreadable) return moveAside();
+  if (aside_ != Aside::copyPartial) return moveAside();
   std::string copy;
   const auto copied = giveAsideName(partialCopy, [this, &copy](const std::string& to) {
     copy = to;

@@ -19,13 +19,19 @@ class WatchListFile {
                 Log log);
 
   std::vector<WatchTarget> load();
+  /// As `load`, for who only looks: a document that is no list stays where it is.
+  std::vector<WatchTarget> read();
+  /// Why no list could be read, for the owner; empty when one could, or there never was one.
+  const std::string& problem() const { return problem_; }
   /// Whole and atomic; false leaves the document as it was.
   [[nodiscard]] bool save(std::span<const WatchTarget> targets);
 
  private:
   /// What has to be done before the document may be written over.
-  enum class Aside { nothing, copyPartial, moveUnreadable };
+  enum class Aside { nothing, copyPartial, moveUnreadable, moveNoList };
   bool keepAside();
+  std::vector<WatchTarget> nothingRead(Aside aside);
+  std::vector<WatchTarget> readMissing();
   bool moveAside();
   FileResult<void> copyAside(const std::string& to);
   template <class Give>
@@ -36,6 +42,7 @@ class WatchListFile {
   const std::string folder_;
   const std::function<std::string()> localStamp_;
   Log log_;
+  std::string problem_;
   /// Before anything was read, whatever lies there is worth keeping.
   Aside aside_ = Aside::copyPartial;
 };

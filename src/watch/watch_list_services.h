@@ -34,4 +34,12 @@ struct WatchTargetState {
   bool operator==(const WatchTargetState&) const = default;
 };
 
+/// What the list knows of a target in this run.
+struct WatchTargetKnown {
+  bool missing = false;
+  bool missingTold = false;  ///< the owner knows that the decoy is gone, until it was back
+  std::string unobserved;    ///< why the observation under way does not see its openings
+  std::string unseen;        ///< why an opening by ourselves was not seen
+};
+
 }  // namespace brindle

@@ -175,7 +175,12 @@ TEST_F(WatchListTest, WhatIsAddedIsWrittenAndThereAgain) {
   EXPECT_TRUE(lines.has("watch list: app added, 3 items")) << lines.all();
   list->lookAgain();
   clock.run();
-  EXPECT_FALSE(list->state(file.id).unwatchable.empty());
+  const std::string unseen = list->state(file.id).unwatchable;
+  EXPECT_FALSE(unseen.empty());
+  list->noteUnwatchable(file.id, "a limit is met");
+  EXPECT_EQ(list->state(file.id).unwatchable, "a limit is met");
+  list->noteUnwatchable(file.id, "");
+  EXPECT_EQ(list->state(file.id).unwatchable, unseen);
 }
 
 TEST_F(WatchListTest, DecoyNamesAreCheckedInOrder) {
@@ -202,6 +207,9 @@ TEST_F(WatchListTest, DecoyNamesAreCheckedInOrder) {
            {"Passwords.RTF", "added"}}) {
     EXPECT_EQ(tripwire(name), message) << name;
   }
+  files.failNext(FileOp::write, full);
+  EXPECT_THAT(tripwire("Taken"), HasSubstr("already a file")) << "wherever nothing can be written";
+  files.failNothing();
   EXPECT_EQ(content("/home/u/Plans/Passwords.RTF"), decoyContent());
   EXPECT_EQ(content("/home/u/Plans/Taken.rtf"), "mine");
   EXPECT_EQ(tripwire("a", "/home/u/Nowhere"),
@@ -255,6 +263,13 @@ TEST_F(WatchListTest, WhatIsNoListIsNeverWrittenOver) {
     clock.advance(2s);
     EXPECT_TRUE(list->saved());
     EXPECT_EQ(content(aside), text);
+    EXPECT_EQ(list->problem(), "") << "there is a new one";
+    ASSERT_TRUE(files.remove(listPath));
+    start();
+    EXPECT_EQ(list->problem(),
+              "The list of watched items can't be read, so nothing is watched besides unlocks. It "
+              "was kept as 'watch-list.unreadable-20260302-100000.json'.");
+    EXPECT_EQ(add("/home/u/Plans"), "added");
     ASSERT_TRUE(files.remove(aside));
   }
   EXPECT_TRUE(lines.has("watch list is none: nothing is watched"));
@@ -318,11 +333,35 @@ TEST_F(WatchListTest, ADecoyThatIsGoneIsPutBackAndToldOf) {
   ASSERT_TRUE(files.makeFolder(decoy));
   bookmarks.removed.clear();
   gone("/home/u/Plans", "Bank.rtf");
-  EXPECT_THAT(told, ElementsAre("Tripwire put back", "Tripwire missing", "Tripwire missing",
-                                "Tripwire missing"));
+  EXPECT_THAT(told, ElementsAre("Tripwire put back", "Tripwire missing", "Tripwire missing"))
+      << "once until it is back";
   EXPECT_TRUE(lines.has("tripwire gone: put back"));
-  EXPECT_EQ(lines.count("tripwire gone: could not be put back"), 3u);
+  EXPECT_EQ(lines.count("tripwire gone: could not be put back"), 2u);
   EXPECT_EQ(list->targets().size(), 1u) << "missing, and kept";
+}
+
+TEST_F(WatchListTest, ADecoyThatWentWhileNobodyWatchedIsPutBackAtTheNextStart) {
+  ASSERT_EQ(tripwire("Bank"), "added");
+  const std::string decoy = "/home/u/Plans/Bank.rtf";
+  for (const bool moved : {false, true}) {
+    start();
+    list->lookAfterDecoys();
+    clock.run();
+    EXPECT_THAT(told, IsEmpty()) << "nothing happened";
+    ASSERT_TRUE(files.remove(decoy));
+    moved ? (void)(bookmarks.moved[decoy] = "/home/u/b.rtf")
+          : (void)bookmarks.removed.insert(decoy);
+    start();
+    list->lookAfterDecoys();
+    worker.hold();
+    clock.run();
+    bookmarks.removed.clear();
+    bookmarks.moved.clear();
+    worker.release();
+    clock.run();
+    EXPECT_EQ(content(decoy), decoyContent());
+    EXPECT_THAT(std::exchange(told, {}), ElementsAre("Tripwire put back"));
+  }
 }
 
 TEST_F(WatchListTest, RemovingDeletesTheDecoyAndNeverAnotherFile) {
@@ -343,6 +382,17 @@ TEST_F(WatchListTest, RemovingDeletesTheDecoyAndNeverAnotherFile) {
   EXPECT_TRUE(lines.has("tripwire removed: what lies in its place was left alone"));
   EXPECT_TRUE(lines.has("watch list: tripwire removed, 0 items"));
   EXPECT_EQ(remove(all[2].id), Removed::notListed);
+  ASSERT_EQ(tripwire("Three"), "added");
+  ASSERT_TRUE(files.remove("/home/u/Plans/Three.rtf"));
+  EXPECT_EQ(remove(list->targets().front().id), Removed::decoyNotFound);
+  put(listPath, R"({"targets":[{"kind":"printer"}],"version":1})");
+  start();
+  files.failNext(FileOp::link, full);
+  EXPECT_EQ(tripwire("Four"), "added, not saved");
+  list->takeBack(list->targets().front().id, [] {});
+  clock.run();
+  EXPECT_EQ(content("/home/u/Plans/Four.rtf"), "none");
+  EXPECT_TRUE(list->saved() && list->targets().empty());
 }
 
 TEST_F(WatchListTest, MissingTargetsStayAndStaleBookmarksAreRenewed) {

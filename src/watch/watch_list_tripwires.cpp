@@ -5,26 +5,39 @@
 #include "watch/watch_list.h"
 
 namespace brindle {
+namespace {
+
+WatchList::Removed outcomeOf(DecoyRemoval removal) {
+  switch (removal) {
+    case DecoyRemoval::removed:
+      return WatchList::Removed::done;
+    case DecoyRemoval::kept:
+      return WatchList::Removed::decoyLeft;
+    case DecoyRemoval::notThere:
+      return WatchList::Removed::decoyNotFound;
+  }
+  return WatchList::Removed::decoyLeft;
+}
+
+}  // namespace
 
 void WatchList::remove(const Uuid& id, std::function<void(Removed)> done) {
   const WatchTarget* target = find(id);
   if (!target) {
     return scheduler_.post(lifetime_.guard([done = std::move(done)] { done(Removed::notListed); }));
   }
-  const std::string decoy = removedDecoyPath(*target);
+  const std::string decoy = decoyPath(*target);
+  const bool tripwire = target->kind == WatchTarget::Kind::tripwire;
   log_.notice("watch list: %{public}s removed, %{public}ld items",
               WatchTarget::kindNames.of(target->kind), targets_.size() - 1);
-  std::erase_if(targets_, [&id](const WatchTarget& each) { return each.id == id; });
-  states_.erase(id);
-  probes_.erase(id);
-  tell(Change::targets);
+  drop(id);
   const auto once = std::make_shared<std::function<void(Removed)>>(std::move(done));
   const auto answer = [once](Removed how) {
     if (const auto told = std::exchange(*once, nullptr)) told(how);
   };
-  saving_.changed([answer, last = decoy.empty()](bool saved) {
+  saving_.changed([answer, tripwire, last = decoy.empty()](bool saved) {
     if (!saved) return answer(Removed::notSaved);
-    if (last) answer(Removed::done);
+    if (last) answer(tripwire ? Removed::decoyNotFound : Removed::done);
   });
   // A decoy that went before the list did would be missed, and put back, after a crash between.
   if (!decoy.empty()) {
@@ -32,21 +45,47 @@ void WatchList::remove(const Uuid& id, std::function<void(Removed)> done) {
   }
 }
 
-/// Empty when there is nothing to be removed.
-std::string WatchList::removedDecoyPath(const WatchTarget& target) {
+void WatchList::drop(const Uuid& id) {
+  std::erase_if(targets_, [&id](const WatchTarget& each) { return each.id == id; });
+  known_.erase(id);
+  tell(Change::targets);
+}
+
+void WatchList::takeBack(const Uuid& id, std::function<void()> done) {
+  const WatchTarget* target = find(id);
+  const std::string decoy = target ? decoyPath(*target) : std::string();
+  drop(id);
+  saving_.changed();
+  if (decoy.empty()) return scheduler_.post(lifetime_.guard(std::move(done)));
+  removeDecoy(decoy, [done = std::move(done)](Removed) { done(); });
+}
+
+/// Where the decoy is, or was. Empty when there can be none.
+std::string WatchList::decoyPath(const WatchTarget& target) {
   if (target.kind != WatchTarget::Kind::tripwire) return {};
   const auto place = bookmarks_.resolve(target.bookmark);
-  return place ? place->place.path : std::string();
+  return place ? place->place.path : bookmarks_.lastPlace(target.bookmark);
 }
 
 void WatchList::removeDecoy(const std::string& path, std::function<void(Removed)> done) {
   const auto removal = std::make_shared<DecoyRemoval>();
   worker_.run([&files = files_, path, removal] { *removal = removeDecoyFile(files, path); },
               lifetime_.guard([this, removal, done = std::move(done)] {
-                const bool kept = *removal == DecoyRemoval::kept;
-                if (kept) log_.notice("tripwire removed: what lies in its place was left alone");
-                if (done) done(kept ? Removed::decoyLeft : Removed::done);
+                if (*removal == DecoyRemoval::kept) {
+                  log_.notice("tripwire removed: what lies in its place was left alone");
+                }
+                if (done) done(outcomeOf(*removal));
               }));
+}
+
+void WatchList::lookAfterDecoys() {
+  for (const WatchTarget& target : targets_) {
+    if (target.kind != WatchTarget::Kind::tripwire) continue;
+    const std::string before = bookmarks_.lastPlace(target.bookmark);
+    const auto place = resolve(target.id);
+    if (before.empty() || (place && place->path == before)) continue;
+    decoyGone(target.id, folderOf(before), target.decoyFileName);
+  }
 }
 
 void WatchList::decoyGone(const Uuid& id, const std::string& folder, const std::string& fileName) {
@@ -103,6 +142,8 @@ bool WatchList::rebookmark(WatchTarget& target, const std::string& path) {
 
 void WatchList::decoyMissing(const WatchTarget& target) {
   setMissing(target.id, true);
+  if (std::exchange(known_[target.id].missingTold, true)) return;
+  tell(Change::targets);  // who observes it looks for it from now on
   log_.notice("tripwire gone: could not be put back");
   tellOwner(target.id, "Tripwire missing",
             "Your tripwire '" + target.displayName + "' disappeared from '" + target.placeName +
