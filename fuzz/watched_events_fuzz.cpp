@@ -34,13 +34,13 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
                          [&](auto&&, auto&&, const auto& each) { each(paths[0]), each(paths[1]); },
                          [&] { return now; }});
   OpeningJudge judge(opened);
-  detector.watch(watched, {});
+  detector.watch(watched, {}, {});
   std::set<std::pair<std::string, WallTime>> found;
   for (; size >= 4; data += 4, size -= 4) {
     now += std::chrono::seconds(data[0] / 4);
     const std::string& path = paths[data[1] % std::size(paths)];
     opened.dates[path] = now + std::chrono::seconds(static_cast<std::int8_t>(data[2]) / 2);
-    if (data[1] >= 0xF0) detector.watch(watched, {});
+    if (data[1] >= 0xF0) detector.watch(watched, {}, {});
     if (data[1] % 16 == 0) opened.programs[path] = "/usr/bin/baloo_file";
     const FileEvent batch[] = {{path, data[3] * 0x101U},
                                {paths[data[3] % std::size(paths)], 0x8000}};

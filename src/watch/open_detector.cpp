@@ -17,21 +17,31 @@ DecoyGone goneFrom(const OpenDetector::Watched& decoy) {
 
 }  // namespace
 
-void OpenDetector::watch(std::vector<Watched> watched, std::vector<std::string> exclusions) {
+OpenDetector::Dates OpenDetector::datesNow(std::span<const Watched> watched) const {
+  Dates dates;
+  for (const Watched& each : watched) {
+    if (each.mode == Mode::folder) continue;
+    if (const auto date = at_.lastUsedDate(each.path)) dates.emplace(each.path, *date);
+  }
+  return dates;
+}
+
+void OpenDetector::watch(std::vector<Watched> watched, std::vector<std::string> exclusions,
+                         Dates before) {
   exact_.clear();
   folders_.clear();
   watched_ = std::move(watched);
   exclusions_ = std::move(exclusions);
-  const auto before = std::exchange(lastUsed_, {});
+  // What was remembered of an item says more: it was reported.
+  for (auto& [path, date] : lastUsed_) before.insert_or_assign(path, date);
+  lastUsed_.clear();
   for (const Watched& each : watched_) {
     if (each.mode == Mode::folder) {
       folders_.emplace(each.path, &each);
       continue;
     }
     if (!exact_.emplace(each.path, &each).second) continue;
-    const auto known = before.find(each.path);
-    const auto date = known != before.end() ? known->second : at_.lastUsedDate(each.path);
-    if (date) lastUsed_[each.path] = *date;
+    if (const auto known = before.find(each.path); known != before.end()) lastUsed_.insert(*known);
   }
   for (const std::string& left : exclusions_) folders_.emplace(left, nullptr);
 }

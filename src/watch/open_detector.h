@@ -64,11 +64,15 @@ class OpenDetector {
     bool nothing() const { return hits.empty() && gone.empty() && !rootsChanged && !scanned; }
   };
 
+  using Dates = std::unordered_map<std::string, WallTime>;
+
   explicit OpenDetector(Surroundings surroundings) : at_(std::move(surroundings)) {}
 
-  /// Watches these from now on. The dates of single items that were not watched before are read:
-  /// what was opened earlier is not news. What was found so far is not found again.
-  void watch(std::vector<Watched> watched, std::vector<std::string> exclusions);
+  /// The dates of single items, for `watch`. Also while another thread is at work here.
+  Dates datesNow(std::span<const Watched> watched) const;
+  /// Watches these from now on. Of single items that were not watched before, what was opened
+  /// `before` is not news. What was found so far is not found again.
+  void watch(std::vector<Watched> watched, std::vector<std::string> exclusions, Dates before);
   Found process(std::span<const FileEvent> batch);
 
  private:
@@ -92,7 +96,7 @@ class OpenDetector {
   Index folders_;  ///< folders by path; null for one that is left out
   WallTime now_{};
   /// Dates of single items, kept as long as they are watched.
-  std::unordered_map<std::string, WallTime> lastUsed_;
+  Dates lastUsed_;
   /// Dates of files in folders by the hash of their path, while they are inside the window; paths
   /// would take most of the memory. A path whose hash is there already was at worst opened right
   /// after another that was reported.

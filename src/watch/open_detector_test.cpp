@@ -35,7 +35,7 @@ class OpenDetectorTest : public ::testing::Test {
                     item(2, Kind::file, "/w/dir/file", Mode::file),
                     item(3, Kind::tripwire, "/w/bait.rtf", Mode::decoy),
                     item(4, Kind::file, "/w/old", Mode::file)},
-                   {"/w/dir/Library"});
+                   {"/w/dir/Library"}, {{"/w/old", now}});
   }
   /// What was opened, as "item path".
   std::vector<std::string> tell(std::vector<FileEvent> batch) {
@@ -92,7 +92,7 @@ TEST_F(OpenDetectorTest, OneOpeningIsFoundOnce) {
   EXPECT_EQ(open("/w/old", -501us).size(), 1);
   opened.dates["/w/dir/a"] = now;
   EXPECT_EQ(tell({{"/w/dir/a", itemXattrMod}, {"/w/dir/a", itemModified}}).size(), 1);
-  detector.watch({item(1, Kind::folder, "/w/dir", Mode::folder)}, {});
+  detector.watch({item(1, Kind::folder, "/w/dir", Mode::folder)}, {}, {});
   EXPECT_THAT(tell({{"/w/dir/a", itemXattrMod}}), IsEmpty()) << "after the list changed";
   for (int minute = 0; minute < 5; ++minute) {
     now += 61s;

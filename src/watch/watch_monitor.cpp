@@ -1,6 +1,9 @@
 #include "watch/watch_monitor.h"
 
+#include <algorithm>
 #include <utility>
+
+#include "watch/watched_paths.h"
 
 namespace brindle {
 namespace {
@@ -32,11 +35,7 @@ void WatchMonitor::start() {
   if (std::exchange(isRunning_, true)) return;
   lastFileHit_.forget();
   lastAppHit_.forget();
-  listChanges_ = list_.onChange([this](WatchList::Change change) {
-    if (change != WatchList::Change::targets) return;
-    attempt_ = 0;
-    requestRebuild();
-  });
+  listChanges_ = list_.onChange([this](WatchList::Change change) { listChanged(change); });
   if (options_.allowChanges) allowWatch_ = options_.allowChanges([this] { requestRebuild(); });
   requestRebuild();
 }
@@ -48,9 +47,11 @@ void WatchMonitor::stop() {
   apps_.watch({});
   rebuild_.cancel();
   retry_.cancel();
+  look_.cancel();
   rebuildPending_ = false;
   rebuiltAt_.reset();
   endStream(false);
+  accessing_.clear();
   log_.notice("watch: stopped, %{public}ld openings by known programs left out",
               reading_ ? reading_->judge().leftOut() : 0);
   reading_.reset();
@@ -77,26 +78,27 @@ void WatchMonitor::rebuild() {
   rebuild_.cancel();
   rebuiltAt_ = scheduler_.awakeTime();
   retry_.cancel();
-  endStream(true);
-  if (!watching()) return reading_.reset();
-  ++generation_;
+  look_.cancel();
+  if (!watching()) {
+    endStream(true);
+    accessing_.clear();
+    takeFound();
+    return reading_.reset();
+  }
   if (!reading_) reading_ = newReading();
+  const auto accessedBefore = std::exchange(accessing_, {});  // until the old stream has ended
   const Watched watched = resolveTargets();
   log_.notice("watch: %{public}ld files and folders, %{public}ld apps, %{public}ld missing",
               watched.size(), apps_.count(), missing_.size());
-  openStream(watched);
+  replaceStream(watched);
+  takeFound();
   retryLater();
 }
 
-/// What the old stream has seen counts, however late it comes; nothing of it comes later.
+/// What the stream has seen counts, however late it comes; nothing of it comes later.
 void WatchMonitor::endStream(bool deliverWhatIsDue) {
-  look_.cancel();
-  if (auto ending = std::move(source_)) {
-    if (deliverWhatIsDue) ending->flush();
-    ending.reset();
-    if (deliverWhatIsDue) takeFound();
-  }
-  accessing_.clear();
+  auto ending = std::move(source_);
+  if (ending && deliverWhatIsDue) ending->flush();
 }
 
 std::shared_ptr<WatchReading> WatchMonitor::newReading() const {
@@ -107,12 +109,43 @@ std::shared_ptr<WatchReading> WatchMonitor::newReading() const {
                                         OpeningJudge(opened_, options_.knownOpener));
 }
 
-FileEvents::Deliver WatchMonitor::deliverTo(const std::shared_ptr<WatchReading>& reading) {
+WatchMonitor::Opened WatchMonitor::openStream(const ObservedPaths& paths) {
+  ++generation_;
   // Made here, on the main thread; the stream's thread only hands copies to the scheduler.
   const Task wake = lifetime_.guard([this, generation = generation_] { woken(generation); });
-  return [reading, wake, &scheduler = scheduler_](const std::vector<FileEvent>& batch) {
-    if (reading->read(batch)) scheduler.post(wake);
+  const auto gate = std::make_shared<ReadingGate>();
+  const auto deliver = [gate, wake, &scheduler = scheduler_](const std::vector<FileEvent>& batch) {
+    if (gate->read(batch)) scheduler.post(wake);
   };
+  return {events_.open(paths, deliver), gate};
+}
+
+/// The new stream runs before the old one ends, so that no opening falls between them. One that
+/// both see is one: the item is quiet by then.
+void WatchMonitor::replaceStream(const Watched& watched) {
+  const ObservedPaths paths = observedPaths(watched, options_.busyFolders);
+  auto dates = reading_->detector().datesNow(watched);
+  std::optional<Opened> next;
+  if (!watched.empty()) next = openStream(paths);
+  if (source_ && next && next->lacksRoom()) {
+    // Two at once take twice of what the system limits.
+    next->gate->open(nullptr);
+    next.reset();
+    endStream(true);
+    next = openStream(paths);
+  }
+  endStream(true);
+  watched_ = watched;
+  reading_->detector().watch(watched, paths.exclusions, std::move(dates));
+  reading_->wakeAtNextBatch();
+  if (!next) return noteUnobserved({});
+  next->gate->open(reading_);
+  if (next->stream) source_ = *std::move(next->stream);
+  source_ ? lookAtUnobserved() : noteUnopened(next->stream.error());
+}
+
+bool WatchMonitor::Opened::lacksRoom() const {
+  return !stream || std::ranges::any_of((*stream)->unobserved(), &UnobservedPath::limit);
 }
 
 void WatchMonitor::woken(std::uint64_t generation) {
@@ -124,6 +157,18 @@ void WatchMonitor::woken(std::uint64_t generation) {
     lookAtUnobserved();
     retryLater();
   });
+}
+
+void WatchMonitor::listChanged(WatchList::Change change) {
+  if (change == WatchList::Change::targets) {
+    attempt_ = 0;
+    return requestRebuild();
+  }
+  // A decoy that could not be put back is looked for like whatever else is missing.
+  for (const auto& [id, path] : decoys_) {
+    if (list_.state(id).missing) missing_.insert(id);
+  }
+  retryLater();
 }
 
 void WatchMonitor::takeFound() {

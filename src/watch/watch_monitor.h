@@ -19,6 +19,7 @@
 #include "platform/scheduler.h"
 #include "watch/opening_judge.h"
 #include "watch/quiet_time.h"
+#include "watch/reading_gate.h"
 #include "watch/watch_list.h"
 #include "watch/watch_reading.h"
 #include "watch/watched_apps.h"
@@ -70,24 +71,40 @@ class WatchMonitor final : public WatchMonitoring {
  private:
   using Target = std::shared_ptr<const WatchTarget>;
   using Watched = std::vector<OpenDetector::Watched>;
+  /// A new stream, or why there is none; its batches wait at the gate.
+  struct Opened {
+    Result<std::unique_ptr<FileEventStream>, std::string> stream;
+    std::shared_ptr<ReadingGate> gate;
+    bool lacksRoom() const;
+  };
+  /// Why openings of an item are not seen.
+  struct Reason {
+    std::string why;
+    std::string part;     ///< below a watched folder; empty when it is the item itself
+    bool partly = false;  ///< others are seen
+    std::string text() const;
+  };
+  using Reasons = std::map<Uuid, Reason>;
 
   bool watching() const;
   void requestRebuild();
   void rebuild();
   void endStream(bool deliverWhatIsDue);
+  void listChanged(WatchList::Change change);
   Watched resolveTargets();
   void lookAtDecoy(const WatchTarget& target, const std::string& path);
   void lookAtDecoys();
-  void openStream(const Watched& watched);
+  void replaceStream(const Watched& watched);
+  Opened openStream(const ObservedPaths& paths);
   std::shared_ptr<WatchReading> newReading() const;
-  FileEvents::Deliver deliverTo(const std::shared_ptr<WatchReading>& reading);
   void woken(std::uint64_t generation);
   void takeFound();
   void report(const WatchHit& hit, QuietTime& quiet);
   void appOpened(const WatchedApps::Target& target);
   void lookAtUnobserved();
-  void noteUnobserved(const std::map<Uuid, std::string>& reasons);
-  void tellOwner(const std::map<Uuid, std::string>& reasons);
+  void noteUnopened(const std::string& why);
+  void noteUnobserved(const Reasons& reasons);
+  void tellOwner(const Reasons& reasons);
   void retryLater();
   void retry();
 
@@ -114,6 +131,7 @@ class WatchMonitor final : public WatchMonitoring {
   std::map<Uuid, std::string> decoys_;  ///< where each was at the last look
   std::set<Uuid> missing_;
   std::set<Uuid> unobserved_;  ///< targets that the list shows as not watchable because of us
+  bool limited_ = false;       ///< for want of what the system may have later
   std::string told_;           ///< what the owner was told of them last
 
   bool rebuildPending_ = false;

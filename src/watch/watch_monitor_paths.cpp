@@ -27,6 +27,12 @@ bool concerns(const UnobservedPath& unobserved, const OpenDetector::Watched& ite
   return unobserved.path == item.path;
 }
 
+/// Of a path inside the folder what comes after it.
+std::string below(const std::string& path, const std::string& folder) {
+  if (path == folder) return {};
+  return path.substr(folder.size() + (folder.ends_with('/') ? 0 : 1));
+}
+
 }  // namespace
 
 WatchMonitor::Watched WatchMonitor::resolveTargets() {
@@ -78,64 +84,70 @@ void WatchMonitor::lookAtDecoys() {
   }
 }
 
-void WatchMonitor::openStream(const Watched& watched) {
-  watched_ = watched;
-  const ObservedPaths paths = observedPaths(watched, options_.busyFolders);
-  if (watched.empty()) return noteUnobserved({});
-  reading_->detector().watch(watched, paths.exclusions);
-  reading_->wakeAtNextBatch();
-  auto stream = events_.open(paths, deliverTo(reading_));
-  if (stream) {
-    source_ = *std::move(stream);
-    return lookAtUnobserved();
-  }
-  std::map<Uuid, std::string> reasons;
-  for (const auto& each : watched) reasons.emplace(each.target->id, stream.error());
-  noteUnobserved(reasons);
-}
-
 void WatchMonitor::lookAtUnobserved() {
-  std::map<Uuid, std::string> reasons;
+  Reasons reasons;
+  limited_ = false;
   for (const UnobservedPath& unobserved : source_->unobserved()) {
+    limited_ = limited_ || unobserved.limit;
     for (const auto& item : watched_) {
-      if (concerns(unobserved, item)) reasons.emplace(item.target->id, unobserved.why);
+      if (!concerns(unobserved, item)) continue;
+      Reason reason{unobserved.why, below(unobserved.path, item.path), unobserved.partly};
+      reason.partly = reason.partly || !reason.part.empty();
+      const auto [known, isNew] = reasons.try_emplace(item.target->id, reason);
+      if (!isNew && !reason.partly) known->second = reason;
     }
   }
   noteUnobserved(reasons);
 }
 
-void WatchMonitor::noteUnobserved(const std::map<Uuid, std::string>& reasons) {
+void WatchMonitor::noteUnopened(const std::string& why) {
+  Reasons reasons;
+  for (const auto& each : watched_) reasons.emplace(each.target->id, Reason{why, {}});
+  limited_ = true;
+  noteUnobserved(reasons);
+}
+
+void WatchMonitor::noteUnobserved(const Reasons& reasons) {
   for (const Uuid& id : std::exchange(unobserved_, {})) {
     if (!reasons.contains(id)) list_.noteUnwatchable(id, "");
   }
-  for (const auto& [id, why] : reasons) {
+  for (const auto& [id, reason] : reasons) {
     unobserved_.insert(id);
-    list_.noteUnwatchable(id, why);
+    list_.noteUnwatchable(id, reason.text());
   }
+  limited_ = limited_ && !reasons.empty();
   tellOwner(reasons);
 }
 
+std::string WatchMonitor::Reason::text() const {
+  return part.empty() ? why : "a part of it, '" + part + "': " + why;
+}
+
 /// Once, until it is something else that cannot be seen.
-void WatchMonitor::tellOwner(const std::map<Uuid, std::string>& reasons) {
+void WatchMonitor::tellOwner(const Reasons& reasons) {
   std::string body;
   if (!reasons.empty()) {
-    const auto& [id, why] = *reasons.begin();
+    const auto& [id, reason] = *reasons.begin();
     const WatchTarget* target = list_.find(id);
-    body = "Brindle can't see openings of '" + (target ? target->displayName : "") + "'";
+    body = std::string("Brindle can't see ") + (reason.partly ? "all " : "") + "openings of '" +
+           (target ? target->displayName : "") + "'";
     if (reasons.size() > 1) body += " and " + std::to_string(reasons.size() - 1) + " more";
-    body += ": " + why + ". It tries again by itself.";
+    body += ": " + reason.text() + ".";
+    if (limited_) body += " It tries again by itself.";
   }
   if (std::exchange(told_, body) == body || body.empty()) return;
   log_.notice("watch: %{public}ld items not observed: %{public}s", reasons.size(),
-              reasons.begin()->second);
+              reasons.begin()->second.why);
   if (onOwnerNotice) onOwnerNotice({"watch-unobserved", "Some items aren't watched", body});
 }
 
+/// What may not be read is left alone: it would be so again.
 void WatchMonitor::retryLater() {
-  if (missing_.empty() && unobserved_.empty()) {
+  if (!isRunning_) return;
+  if (missing_.empty() && !limited_) {
     attempt_ = 0;
   } else if (!retry_.armed()) {
-    retry_ = scheduler_.after(retryAfter(unobserved_.empty(), attempt_++), [this] { retry(); });
+    retry_ = scheduler_.after(retryAfter(!limited_, attempt_++), [this] { retry(); });
   }
 }
 
@@ -143,7 +155,7 @@ void WatchMonitor::retryLater() {
 void WatchMonitor::retry() {
   const auto isThere = [this](const Uuid& id) { return list_.resolve(id).has_value(); };
   const auto missing = missing_;
-  if (!unobserved_.empty() || std::ranges::any_of(missing, isThere)) return rebuild();
+  if (limited_ || std::ranges::any_of(missing, isThere)) return rebuild();
   retryLater();
 }
 

@@ -161,7 +161,11 @@ TEST_F(WatchMonitorTest, ARebuildLosesNothingAndLeavesNothingBehind) {
   on();
   for (int i = 0; i < 1000; ++i) {
     clock.advance(3s);
-    open("/data/letter");
+    events.most = i % 4 < 2 ? 1 : 2;
+    events.whileOpening = [&] {
+      if (i % 3 == 0) open("/data/letter");
+    };
+    if (i % 3 != 0) open("/data/letter");
     if (i % 2 == 0) {
       events.happened("/home/u", rootChanged);
       clock.run();
@@ -173,6 +177,8 @@ TEST_F(WatchMonitorTest, ARebuildLosesNothingAndLeavesNothingBehind) {
     ASSERT_EQ(bookmarks.accessing, 3);
     ASSERT_LE(clock.pending(), 2);
   }
+  events.most = 2;
+  events.whileOpening = nullptr;
   EXPECT_EQ(events.opened.size(), 1001);
   const auto before = events.opened.size();
   for (int i = 0; i < 100; ++i) events.happened("/home/u", rootChanged), clock.advance(10ms);
@@ -199,6 +205,15 @@ TEST_F(WatchMonitorTest, WhatCannotBeWatchedIsSaidAndTriedAgainWhileTheRestIsWat
   EXPECT_EQ(list.state(ids[1]).unwatchable, "");
   open("/data/letter");
   EXPECT_THAT(seen(), ElementsAre("watched-file Letter"));
+  events.locked = {"/home/u/deep/a/b"};
+  allowance.tell();
+  clock.advance(1s);
+  EXPECT_EQ(list.state(ids[1]).unwatchable, "a part of it, 'a/b': permission denied");
+  EXPECT_EQ(told.back(),
+            "Brindle can't see all openings of 'Home': a part of it, 'a/b': permission denied.");
+  const auto streams = events.opened.size();
+  clock.advance(10min);
+  EXPECT_EQ(events.opened.size(), streams) << "not tried again and again";
   events.problem = "the limit fs.inotify.max_user_instances is reached";
   allowance.tell();
   clock.advance(1s);
@@ -224,6 +239,7 @@ TEST_F(WatchMonitorTest, ADecoyThatIsGoneIsLookedAfterHoweverItWent) {
   };
   goes([&] { events.happened(bait, itemRemoved); });
   goes([&] { events.happened("/home/u", rootChanged); });
+  goes([&] { events.happened(bait, itemRemoved | rootChanged); });
   goes([&] { events.happened("/", mustScanSubDirs); });
   EXPECT_TRUE(lines.has("watch: events were lost, everything was looked at"));
 }

@@ -19,10 +19,16 @@ class MemoryFileEvents final : public FileEvents {
 
   [[nodiscard]] Result<std::unique_ptr<FileEventStream>, std::string> open(
       const ObservedPaths& paths, Deliver deliver) override {
+    if (whileOpening) whileOpening();
     if (!problem.empty()) return Failure<std::string>(problem);
+    if (running() >= most) return Failure<std::string>("the limit of streams is reached");
     auto state = std::make_shared<State>(State{paths, std::move(deliver), {}, {}});
     for (const std::string& path : blind) {
-      if (observes(paths, path)) state->unobserved.push_back({path, "told to be blind"});
+      if (observes(paths, path))
+        state->unobserved.push_back({path, "told to be blind", false, true});
+    }
+    for (const std::string& path : locked) {
+      if (observes(paths, path)) state->unobserved.push_back({path, "permission denied"});
     }
     streams_.push_back(state);
     opened.push_back(paths);
@@ -57,9 +63,12 @@ class MemoryFileEvents final : public FileEvents {
         std::ranges::count_if(streams_, [](const auto& each) { return !each.expired(); }));
   }
 
-  std::string problem;                ///< not empty: no stream can be opened, for this reason
-  std::set<std::string> blind;        ///< paths whose openings are not seen
-  std::vector<ObservedPaths> opened;  ///< what each stream so far was asked for
+  std::string problem;                 ///< not empty: no stream can be opened, for this reason
+  std::set<std::string> blind;         ///< paths whose openings are not seen, for want of room
+  std::set<std::string> locked;        ///< paths that may not be read
+  std::size_t most = 1000;             ///< streams at a time
+  std::function<void()> whileOpening;  ///< runs while a stream is made
+  std::vector<ObservedPaths> opened;   ///< what each stream so far was asked for
 
  private:
   struct State {
@@ -81,7 +90,7 @@ class MemoryFileEvents final : public FileEvents {
     std::shared_ptr<State> state_;
   };
   static bool below(const std::string& path, const std::string& folder) {
-    return path == folder || path.starts_with(folder + "/");
+    return path == folder || folder == "/" || path.starts_with(folder + "/");
   }
   static bool observes(const ObservedPaths& paths, const std::string& path) {
     const auto holds = [&path](const std::string& folder) { return below(path, folder); };
