@@ -14,8 +14,11 @@ class IdleTime {
  public:
   virtual ~IdleTime() = default;
   /// `done` from the main loop, exactly once and within a second; none when it cannot be told.
+  /// Never when this object is gone first.
   virtual void read(std::function<void(std::optional<Duration>)> done) = 0;
-  /// Something here can tell. `onAvailable` is told when that changes.
+  /// Something here can tell. `onAvailable` is told when that changes, and when somebody else tells
+  /// from now on, who may have begun to count a moment ago: a time shorter than the last one then
+  /// is no touch.
   virtual bool available() const = 0;
   [[nodiscard]] virtual Subscription onAvailable(std::function<void()> changed) = 0;
   virtual ServiceReport report() const = 0;

@@ -2,6 +2,8 @@
 
 #include <cstdint>
 #include <functional>
+#include <optional>
+#include <string_view>
 
 #include "base/lifetime.h"
 #include "base/log.h"
@@ -12,7 +14,8 @@
 
 namespace brindle {
 
-/// Treats the first touch after an absence like an unlock. Main thread only.
+/// Treats the first touch after an absence like an unlock. Whether the guard is on and the screen
+/// locked is looked at with each tick, so nobody has to announce it. Main thread only.
 class IdleCheckIn {
  public:
   static constexpr std::string_view minutesKey = "checkIn.minutes";
@@ -36,20 +39,28 @@ class IdleCheckIn {
   /// Begins to follow the guard; without one it only keeps the setting.
   void follow(Guard guard);
 
-  std::int64_t minutes() const;  ///< 0: off
+  /// 0: off. What is stored beyond the longest counts as the longest.
+  std::int64_t minutes() const;
   /// False: out of range, or it could not be stored; it stays as it was.
   [[nodiscard]] bool setMinutes(std::int64_t minutes);
-  bool available() const { return parts_.idle.available(); }
+  /// Without an idle time nothing ticks, whatever is set.
+  bool available() const { return idle_.available(); }
   IdleCheckInRules::State state() const { return state_; }
 
  private:
   void reschedule();
   void tick();
-  void tick(std::optional<Duration> idle);
+  /// All but the idle time.
+  IdleCheckInRules::Inputs inputs() const;
+  void decide(const IdleCheckInRules::Inputs& inputs);
 
-  Parts parts_;
+  IdleTime& idle_;
+  Preferences& defaults_;
+  Scheduler& scheduler_;
+  Log log_;
   std::optional<Guard> store_;
   IdleCheckInRules::State state_ = IdleCheckInRules::State::watching;
+  bool reading_ = false;
   Timer timer_;
   Subscription availability_;
   Lifetime lifetime_;
