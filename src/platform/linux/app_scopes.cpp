@@ -1,23 +1,25 @@
 #include "platform/linux/app_scopes.h"
 
 #include <poll.h>
-#include <sys/inotify.h>
 #include <unistd.h>
 
-#include <array>
+#include <algorithm>
 #include <charconv>
-#include <cstring>
 #include <filesystem>
 #include <fstream>
 #include <sstream>
 
+#include "platform/file_step.h"
 #include "platform/files.h"
+#include "platform/linux/inotify_reading.h"
 
 namespace brindle {
 namespace {
 
 constexpr std::string_view prefix = "app-", scope = ".scope", service = ".service",
                            slice = ".slice";
+/// Of units in which a message bus starts the programs that it is asked for: "dbus-:1.2-NAME@0".
+constexpr std::string_view busPrefix = "dbus-";
 
 /// systemd.unit(5): bytes that a name may not have are written as "\x2d".
 std::string unescapedUnit(std::string_view text) {
@@ -35,10 +37,10 @@ std::string unescapedUnit(std::string_view text) {
   return out;
 }
 
-/// Without "app-", the kind of unit and the part that makes it unique.
+/// Without the prefix, the kind of unit and the part that makes it unique.
 std::string_view stemOf(std::string_view unit) {
-  if (!unit.starts_with(prefix)) return {};
-  unit.remove_prefix(prefix.size());
+  if (!unit.starts_with(prefix) && !unit.starts_with(busPrefix)) return {};
+  unit.remove_prefix(unit.find('-') + 1);
   if (unit.ends_with(scope)) {
     const auto dash = unit.rfind('-');
     return dash == unit.npos ? std::string_view() : unit.substr(0, dash);
@@ -81,12 +83,16 @@ std::string AppScopes::sessionFolder() {
 }
 
 AppScopes::AppScopes(MainLoop& loop, const std::string& folder, Started started)
-    : inotify_(inotify_init1(IN_CLOEXEC | IN_NONBLOCK)) {
+    : folder_(folder), inotify_(inotify_init1(IN_CLOEXEC | IN_NONBLOCK)) {
   if (!inotify_ || folder.empty()) return;
-  watch(folder);
-  if (works()) tellPresent(folder);
+  watch(folderOf(folder));
+  beside(nameOf(folder));
   started_ = std::move(started);
   watch_ = loop.watch(inotify_.get(), POLLIN, [this](std::uint32_t) { drain(); });
+}
+
+bool AppScopes::works() const {
+  return std::ranges::any_of(folders_, [this](const auto& each) { return each.second == folder_; });
 }
 
 void AppScopes::watch(const std::string& folder) {
@@ -102,11 +108,19 @@ void AppScopes::tellPresent(const std::string& folder) {
   }
 }
 
+// The service manager takes the folder away with the last application, and makes it again.
+void AppScopes::beside(const std::string& name) {
+  if (name != nameOf(folder_)) return;
+  watch(folder_);
+  tellPresent(folder_);
+}
+
 // A slice holds the units of one application that starts several; what was made in it before it
 // was watched is told as if it came now.
 void AppScopes::came(const std::string& folder, const std::string& name) {
-  if (!name.starts_with(prefix)) return;
-  if (name.ends_with(slice)) {
+  const bool isApp = name.starts_with(prefix);
+  if (!isApp && !name.starts_with(busPrefix)) return;
+  if (isApp && name.ends_with(slice)) {
     watch(joinPath(folder, name));
     tellPresent(joinPath(folder, name));
   } else if (started_) {
@@ -115,23 +129,15 @@ void AppScopes::came(const std::string& folder, const std::string& name) {
 }
 
 void AppScopes::drain() {
-  alignas(inotify_event) std::array<char, 4096> events;
-  for (;;) {
-    const auto size =
-        uninterrupted([&] { return ::read(inotify_.get(), events.data(), events.size()); });
-    if (size <= 0) break;
-    for (std::size_t at = 0; at < static_cast<std::size_t>(size);) {
-      inotify_event event{};
-      std::memcpy(&event, events.data() + at, sizeof event);
-      const auto folder = folders_.find(event.wd);
-      if ((event.mask & IN_IGNORED) != 0) {
-        folders_.erase(event.wd);
-      } else if (folder != folders_.end() && event.len > 0) {
-        came(std::string(folder->second), events.data() + at + sizeof event);
-      }
-      at += sizeof event + event.len;
+  readInotify(inotify_.get(), [this](const inotify_event& event, const std::string& name) {
+    const auto at = folders_.find(event.wd);
+    if ((event.mask & IN_IGNORED) != 0) {
+      folders_.erase(event.wd);
+    } else if (at != folders_.end() && !name.empty()) {
+      const std::string folder = at->second;
+      folder == folderOf(folder_) ? beside(name) : came(folder, name);
     }
-  }
+  });
 }
 
 }  // namespace brindle

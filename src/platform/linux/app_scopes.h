@@ -18,7 +18,7 @@ std::vector<std::string> appIdsOfUnit(std::string_view unit);
 
 /// Programs that the desktop starts as applications: each gets a unit of its own under the user's
 /// service manager, whose folder in the cgroup file system shows as it is made. Starts only, but on
-/// every display system.
+/// every display system; not of programs that a terminal or an older message bus starts.
 class AppScopes {
  public:
   using Started = std::function<void(const std::string& unit)>;
@@ -30,16 +30,19 @@ class AppScopes {
 
   /// Where the service manager of this user keeps its applications; empty without cgroup v2.
   static std::string sessionFolder();
-  /// False when there is no such folder, or it cannot be watched.
-  bool works() const { return !folders_.empty(); }
+  /// False while there is no such folder, or it cannot be watched.
+  bool works() const;
 
  private:
   void drain();
   void watch(const std::string& folder);
+  /// `name` is, or came, where the session's own folder belongs.
+  void beside(const std::string& name);
   void came(const std::string& folder, const std::string& name);
   /// Those that are there already when a slice is first seen.
   void tellPresent(const std::string& slice);
 
+  const std::string folder_;
   Descriptor inotify_;
   std::map<int, std::string> folders_;
   Started started_;

@@ -1,10 +1,8 @@
 #include "platform/linux/folder_watch.h"
 
 #include <poll.h>
-#include <sys/inotify.h>
 
-#include <array>
-#include <cstring>
+#include "platform/linux/inotify_reading.h"
 
 namespace brindle {
 
@@ -19,20 +17,11 @@ bool FolderWatch::add(const std::string& folder) {
 }
 
 void FolderWatch::drain() {
-  alignas(inotify_event) std::array<char, 4096> events;
   bool whole = false;
-  for (;;) {
-    const auto size =
-        uninterrupted([&] { return ::read(inotify_.get(), events.data(), events.size()); });
-    if (size <= 0) break;
-    for (std::size_t at = 0; at < static_cast<std::size_t>(size);) {
-      inotify_event event{};
-      std::memcpy(&event, events.data() + at, sizeof event);
-      // A file that was only just made has nothing in it yet.
-      whole = whole || (event.mask & IN_CREATE) == 0 || (event.mask & IN_ISDIR) != 0;
-      at += sizeof event + event.len;
-    }
-  }
+  readInotify(inotify_.get(), [&whole](const inotify_event& event, const char*) {
+    // A file that was only just made has nothing in it yet.
+    whole = whole || (event.mask & IN_CREATE) == 0 || (event.mask & IN_ISDIR) != 0;
+  });
   if (whole) changed_();
 }
 

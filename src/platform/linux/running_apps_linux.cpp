@@ -63,7 +63,6 @@ void LinuxRunningApps::stopUnlessObserved() {
 }
 
 bool LinuxRunningApps::startsShow() const {
-  if (scopes_ && scopes_->works()) return true;
   return windows_ && windows_->managed() && !places_.wayland;
 }
 
@@ -153,21 +152,25 @@ ServiceReport LinuxRunningApps::report() const {
   const X11Clients* const windows = windows_ ? windows_.get() : own.get();
   const bool managed = windows && windows->managed();
   const AppScopes scopes(loop_, places_.scopes, {});
-  const bool look = !scopes.works() && (!managed || places_.wayland);
+  const bool look = !managed || places_.wayland;
   std::string detail = managed   ? "starts and what comes to the front by the windows on X11"
                        : windows ? "no window manager on the X display lists windows"
                                  : "no X display answers";
   detail += scopes.works() ? "; starts by the desktop's application scopes"
                            : "; no application scopes here";
-  if (look) detail += "; starts by a look at the processes each second, short ones are missed";
+  if (look)
+    detail +=
+        "; while an app is watched, starts by a look at the processes each second, short ones "
+        "are missed";
   if (places_.wayland)
-    detail += "; what comes to the front is seen of X11 programs only (Wayland)" +
-              std::string(look ? "" : ", a start in a terminal is missed");
+    detail += "; what comes to the front is seen of X11 programs only (Wayland)";
   else if (!managed)
     detail += "; what comes to the front cannot be seen";
-  std::string backend = managed ? "X11" : "";
-  if (scopes.works()) backend += managed ? " and application scopes" : "application scopes";
-  if (look) backend += managed ? " and processes" : "processes";
+  std::string backend;
+  for (const auto& [used, name] :
+       {std::pair(managed, "X11"), {scopes.works(), "application scopes"}, {look, "processes"}}) {
+    if (used) backend += (backend.empty() ? "" : ", ") + std::string(name);
+  }
   const bool processes = !processIds(places_.processes).empty();
   return {"running apps", backend, !look || processes, detail};
 }

@@ -1,5 +1,8 @@
 #include "platform/linux/running_apps_linux.h"
 
+#include <sys/socket.h>
+#include <sys/un.h>
+
 #include <filesystem>
 #include <fstream>
 
@@ -169,6 +172,18 @@ TEST(LinuxRunningAppsTest, WindowsLeadToApplicationsByClassUnitAndProgram) {
   EXPECT_TRUE(desktop.until([&] { return desktop.loop.clock.pending() == 1; }));
 }
 
+TEST(LinuxRunningAppsTest, TheEndOfADisplayThatOnlyReadingShowsIsNoticed) {
+  X11Desktop desktop;
+  const auto subscription = desktop.apps.observe([](const std::string&, What) {});
+  for (int each = 3; each < 100; ++each) {
+    sockaddr_un peer{};
+    socklen_t size = sizeof peer;
+    const bool named = getpeername(each, reinterpret_cast<sockaddr*>(&peer), &size) == 0;
+    if (named && std::string(peer.sun_path + 1).contains("X11-unix")) shutdown(each, SHUT_RD);
+  }
+  EXPECT_TRUE(desktop.until([&] { return desktop.loop.clock.pending() == 1; }));
+}
+
 TEST(LinuxRunningAppsTest, WithoutADisplayUnitsOrElseProcessesTellOfStarts) {
   Desktop desktop;
   for (const bool units : {true, false}) {
@@ -177,7 +192,7 @@ TEST(LinuxRunningAppsTest, WithoutADisplayUnitsOrElseProcessesTellOfStarts) {
     std::vector<std::string> told;
     auto subscription = apps.observe([&](const std::string& id, What) { told.push_back(id); });
     EXPECT_TRUE(apps.report().answered);
-    EXPECT_EQ(desktop.loop.clock.pending(), units ? 0u : 1u);
+    EXPECT_EQ(desktop.loop.clock.pending(), 1u) << "a look at what is in no unit";
     EXPECT_FALSE(apps.frontmost());
     if (units) {
       for (const char* unit :
@@ -188,6 +203,12 @@ TEST(LinuxRunningAppsTest, WithoutADisplayUnitsOrElseProcessesTellOfStarts) {
       }
       EXPECT_TRUE(runUntil(desktop.loop, [&] { return told.size() == 3; }));
       EXPECT_EQ(told, (std::vector<std::string>{"kde-paint", "org.example.Notes", "scripted"}));
+      fs::remove_all(desktop.folder / "units");
+      fs::create_directories(desktop.folder /
+                             "units/app-dbus.slice/dbus-:1.2-org.example.Draw@0.service");
+      EXPECT_TRUE(runUntil(desktop.loop, [&] { return told.size() == 4; }))
+          << "the folder made anew";
+      EXPECT_EQ(told.back(), "org.example.Draw");
     } else {
       desktop.process("91", "paint", "");
       desktop.process("92", "shared", "");

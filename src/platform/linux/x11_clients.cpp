@@ -47,6 +47,9 @@ class X11Clients::Connection {
     activeWindow_ = atom("_NET_ACTIVE_WINDOW");
     process_ = atom("_NET_WM_PID");
     check_ = atom("_NET_SUPPORTING_WM_CHECK");
+    XSetIOErrorExitHandler(
+        connection(), [](Display*, void* self) { static_cast<Connection*>(self)->broken_ = true; },
+        this);
     XSelectInput(connection(), root(), PropertyChangeMask);
     for (const Window window : windows()) known_[window] = processOf(window);
     front_ = frontWindow();
@@ -57,7 +60,13 @@ class X11Clients::Connection {
 
   bool managed() {
     const ErrorsIgnored ignored;
-    const bool answered = watch_ && !valuesOf(connection(), root(), check_, XA_WINDOW).empty();
+    bool answered = false;
+    if (watch_) {
+      // What a window manager that was killed has left names a window that is no more.
+      const auto check = valuesOf(connection(), root(), check_, XA_WINDOW);
+      answered =
+          !check.empty() && valuesOf(connection(), check.front(), check_, XA_WINDOW) == check;
+    }
     drainSoon();
     return answered;
   }
@@ -106,10 +115,8 @@ class X11Clients::Connection {
   }
 
   void ready(std::uint32_t events) {
+    if ((events & (POLLHUP | POLLERR)) != 0) broken_ = true;
     drain();
-    if ((events & (POLLHUP | POLLERR)) == 0) return;
-    watch_.end();
-    lost_();
   }
 
   void drain() {
@@ -118,7 +125,10 @@ class X11Clients::Connection {
       const ErrorsIgnored ignored;
       while (watch_ && XPending(connection()) > 0) take(news);
     }
+    const bool lost = broken_ && watch_;
+    if (lost) watch_.end();
     for (const News& one : news) told_(one.client, one.what);
+    if (lost) lost_();
   }
 
   void take(std::vector<News>& news) {
@@ -166,6 +176,9 @@ class X11Clients::Connection {
   using What = RunningApps::What;
 
   MainLoop& loop_;
+  /// Nothing comes any more. A server beyond a network shows its end as something to read that is
+  /// never there: only Xlib, which tries, can tell.
+  bool broken_ = false;
   DisplayOwner display_;
   Told told_;
   std::function<void()> lost_;
