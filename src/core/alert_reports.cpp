@@ -6,7 +6,7 @@ namespace brindle {
 
 AlertReports::AlertReports(const Parts& parts)
     : parts_(parts),
-      hold_(parts.scheduler, parts.clock, [this](const Uuid& event) { released(event); }),
+      hold_(parts.scheduler, parts.clock, [this](const Uuid& event) { ranOut(event); }),
       retry_(parts.scheduler, [this](const Uuid& event) { report(event); }) {}
 
 void AlertReports::hold(const UnlockEvent& event, Duration delay, Duration elapsed) {
@@ -44,6 +44,12 @@ void AlertReports::settle(const Uuid& event) {
   parts_.collaborators.alertWatch.cancel(event);
 }
 
+void AlertReports::ranOut(const Uuid& id) {
+  const EventRef event = parts_.history.find(id);
+  released(id);
+  if (event && !event->attemptOnly) parts_.collaborators.alarm.unconfirmed(*event);
+}
+
 void AlertReports::released(const Uuid& id) {
   const EventRef event = parts_.history.find(id);
   if (!event) return;
@@ -54,7 +60,6 @@ void AlertReports::released(const Uuid& id) {
   parts_.collaborators.unlockLog.record(id, event->date, outcome,
                                         event->wrongPINs + event->wrongAnswers);
   if (const auto notice = noticeOfUnconfirmed(*event)) parts_.collaborators.push.send(*notice);
-  if (!event->attemptOnly) parts_.collaborators.alarm.unconfirmed(*event);
   report(id);
 }
 

@@ -52,6 +52,7 @@ class AlertReports {
   bool underWay() const { return !alertTask_.empty(); }
 
  private:
+  void ranOut(const Uuid& event);
   void released(const Uuid& event);
   void report(const Uuid& event);
   void reported(const Uuid& event, HandOver how);

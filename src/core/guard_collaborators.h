@@ -53,10 +53,9 @@ class WatchMonitoring {
 class AlarmSounding {
  public:
   virtual ~AlarmSounding() = default;
-  /// Something happened; the owner's settings decide whether it sounds for this at once.
-  virtual void occurred(const UnlockEvent& event) = 0;
   /// Nobody confirmed the event in time.
   virtual void unconfirmed(const UnlockEvent& event) = 0;
+  /// The owner has proved themself for it, or the guard went off.
   virtual void stop() = 0;
 };
 

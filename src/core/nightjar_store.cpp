@@ -202,12 +202,12 @@ void NightjarStore::switchOn(ArmSource source) {
 
 void NightjarStore::turnOff() {
   turnOffRequested_ = false;
+  collaborators_.alarm.stop();
   if (!armed()) return;
   arming_ = Arming{};
   unlocks_.stopAsking();
   changed();
   collaborators_.watch.stop();
-  collaborators_.alarm.stop();
   collaborators_.alertWatch.guardOff();
   collaborators_.push.send(noticeOfTurnOff());
 }
@@ -264,6 +264,7 @@ void NightjarStore::proved(const OwnerProof& proof) {
   attempts_.proved();
   switch (proof.purpose()) {
     case OwnerPurpose::confirmUnlock:
+      collaborators_.alarm.stop();  // it may outlast the event that it sounds for
       if (const auto pending = pendingConfirm()) unlocks_.confirm(*pending);
       break;
     case OwnerPurpose::turnOff:
@@ -302,8 +303,16 @@ void NightjarStore::ownerCheckClosed() {
   publish();
 }
 
-bool NightjarStore::thatWasMe(const Uuid& id, const OwnerProof&) { return unlocks_.confirm(id); }
-bool NightjarStore::keepInHistory(const Uuid& id, const OwnerProof&) { return unlocks_.keep(id); }
+bool NightjarStore::thatWasMe(const Uuid& id, const OwnerProof&) {
+  collaborators_.alarm.stop();
+  return unlocks_.confirm(id);
+}
+
+bool NightjarStore::keepInHistory(const Uuid& id, const OwnerProof&) {
+  collaborators_.alarm.stop();  // whoever says so is the owner, and here
+  return unlocks_.keep(id);
+}
+
 bool NightjarStore::deleteEvent(const Uuid& id, const OwnerProof&) { return unlocks_.remove(id); }
 
 void NightjarStore::deletePhotos(const OwnerProof&) { unlocks_.removeFiles(); }

@@ -210,8 +210,13 @@ TEST_F(NightjarStoreTest, EachUnlockHasItsOwnHoldAndItsOwnAnswer) {
 
   EXPECT_TRUE(store->thatWasMe(newest, action));
   EXPECT_FALSE(store->thatWasMe(newest, action));
+  others.calls.clear();
   EXPECT_TRUE(store->keepInHistory(last()->id, action));
-  EXPECT_EQ(others.count("report"), 2) << "not the owner: no reason to wait";
+  EXPECT_EQ(others.count("report"), 1) << "not the owner: no reason to wait";
+  EXPECT_EQ(others.count("alarm unconfirmed"), 0) << "but the owner is here";
+  EXPECT_EQ(others.count("stop"), 1);
+  prove(OwnerPurpose::confirmUnlock);
+  EXPECT_EQ(others.count("stop"), 2) << "the alarm may outlast what awaits an answer";
   ASSERT_EQ(store->unresolved().size(), 1u);
   EXPECT_EQ(store->unresolved()[0]->id, earlier);
   prove(OwnerPurpose::turnOff);

@@ -64,7 +64,6 @@ class NoWatchMonitor final : public WatchMonitoring {
 
 class NoAlarm final : public AlarmSounding {
  public:
-  void occurred(const UnlockEvent&) override {}
   void unconfirmed(const UnlockEvent&) override {}
   void stop() override {}
 };

@@ -56,7 +56,6 @@ Uuid UnlockHandling::begin(std::optional<Trigger> trigger) {
   parts_.photos.take(event.id, PhotoUse::occurrence);
   parts_.reports.hold(event, parts_.alertDelay());
   parts_.extras.begin(event.id, false);
-  parts_.collaborators.alarm.occurred(event);
   if (event.trigger) parts_.collaborators.push.send(noticeOf(*event.trigger));
   notifier_.occurred(event);
   return event.id;
@@ -81,7 +80,6 @@ bool UnlockHandling::confirm(const Uuid& id) {
   settle(*event);
   parts_.collaborators.unlockLog.record(id, event->date, UnlockLogging::Outcome::confirmed,
                                         event->wrongPINs + event->wrongAnswers);
-  parts_.collaborators.alarm.stop();
 
   std::vector<FileName> gone = event->files();
   if (auto tries = attemptsOf(*parts_.history.find(id))) {

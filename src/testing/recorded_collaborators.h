@@ -82,7 +82,6 @@ class RecordedCollaborators final : public AlertWatching,
   }
   std::optional<std::string> refusal() const override { return turnOnRefusal; }
   void start() override { told("watch start"); }
-  void occurred(const UnlockEvent&) override {}
   void unconfirmed(const UnlockEvent&) override { told("alarm unconfirmed"); }
   void stop() override { told("stop"); }  // the watch monitor's, and the alarm's
   void record(const Uuid&, WallTime, Outcome outcome, std::int64_t wrongTries) override {
