@@ -12,7 +12,7 @@
 #include "platform/linux/bookmarks_linux.h"
 #include "platform/linux/boot_clock_linux.h"
 #include "platform/linux/browser_linux.h"
-#include "platform/linux/calendar_icu.h"
+#include "platform/linux/calendar_linux.h"
 #include "platform/linux/camera_gstreamer.h"
 #include "platform/linux/courier_launcher.h"
 #include "platform/linux/file_events_linux.h"
@@ -205,7 +205,7 @@ class LinuxServices final : public NativeServices {
   LinuxRunningApps apps_;
   LinuxPowerSource powerSource_;
   LinuxIdleTime idle_;
-  IcuCalendar calendar_;
+  LinuxCalendar calendar_;
   LinuxAudioOutputs outputs_;
   LinuxSoundPlayer player_;
   LinuxPowerAssertions assertions_;

@@ -26,8 +26,8 @@ class Calendar {
   virtual ~Calendar() = default;
   virtual LocalTime local(WallTime at) const = 0;
   /// When the clock shows this time on that day. A time that is skipped gives the next one that
-  /// exists, a time that comes twice the first of both. None: the day does not exist here, or is
-  /// out of range.
+  /// exists, even if that is on the next day; a time that comes twice gives the first of both.
+  /// None: there is no such day or time, or this zone skipped the whole day.
   virtual std::optional<WallTime> at(std::chrono::year_month_day day, int hour,
                                      int minute) const = 0;
   /// The same time of day so many days later (or earlier), by the same rules.

@@ -5,6 +5,7 @@
 #include <vector>
 
 #include "platform/calendar.h"
+#include "platform/local_clock.h"
 #include "platform/scheduler.h"
 
 namespace brindle {
@@ -18,22 +19,13 @@ class MemoryCalendar final : public Calendar {
   };
   explicit MemoryCalendar(Scheduler& scheduler) : scheduler_(scheduler) {}
 
-  LocalTime local(WallTime at) const override {
-    using namespace std::chrono;
-    const WallTime shown = at + offsetAt(at);
-    const auto day = floor<days>(shown);
-    const hh_mm_ss time(floor<seconds>(shown - day));
-    return {year_month_day(day), static_cast<int>(weekday(day).c_encoding()) + 1,
-            static_cast<int>(time.hours().count()), static_cast<int>(time.minutes().count()),
-            static_cast<int>(time.seconds().count())};
-  }
+  LocalTime local(WallTime at) const override { return local_clock::shownAs(at + offsetAt(at)); }
   std::optional<WallTime> at(std::chrono::year_month_day day, int hour, int minute) const override {
-    if (!day.ok()) return std::nullopt;
-    return whenShown(WallTime(std::chrono::sys_days(day)) + std::chrono::hours(hour) +
-                     std::chrono::minutes(minute));
+    return local_clock::at(day, hour, minute, [this](WallTime when) { return offsetAt(when); });
   }
   std::optional<WallTime> addingDays(WallTime to, int days) const override {
-    return whenShown(to + offsetAt(to) + std::chrono::days(days));
+    return local_clock::whenShownOnItsDay(to + offsetAt(to) + std::chrono::days(days),
+                                          [this](WallTime when) { return offsetAt(when); });
   }
   [[nodiscard]] Subscription onChange(std::function<void()> changed) override {
     return changes_.add(std::move(changed));
@@ -58,16 +50,6 @@ class MemoryCalendar final : public Calendar {
       if (each.at <= at) offset = each.offset;
     }
     return offset;
-  }
-  /// The first moment at which the clock shows this, or has jumped past it.
-  std::optional<WallTime> whenShown(WallTime shown) const {
-    std::chrono::minutes offset = before_;
-    for (const Change& each : zone_) {
-      if (shown - offset < each.at) return shown - offset;
-      if (shown - each.offset < each.at) return each.at;
-      offset = each.offset;
-    }
-    return shown - offset;
   }
 
   Scheduler& scheduler_;

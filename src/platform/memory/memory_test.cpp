@@ -6,6 +6,7 @@
 #include "platform/contract/background_transfer_contract.h"
 #include "platform/contract/boot_clock_contract.h"
 #include "platform/contract/browser_contract.h"
+#include "platform/contract/calendar_contract.h"
 #include "platform/contract/camera_contract.h"
 #include "platform/contract/crypto_contract.h"
 #include "platform/contract/files_contract.h"
@@ -31,6 +32,7 @@
 #include "platform/memory/background_transfer_memory.h"
 #include "platform/memory/boot_clock_memory.h"
 #include "platform/memory/browser_memory.h"
+#include "platform/memory/calendar_memory.h"
 #include "platform/memory/camera_memory.h"
 #include "platform/memory/crypto_memory.h"
 #include "platform/memory/files_memory.h"
@@ -98,6 +100,19 @@ struct ClockBackend {
   MemoryBootClock clock{scheduler, [this] { return scheduler.slept(); }};
 };
 INSTANTIATE_TYPED_TEST_SUITE_P(Memory, BootClockContract, ClockBackend);
+
+struct MemoryZone : Loop {
+  MemoryCalendar calendar{scheduler};
+  void enter(const ContractZone& zone) {
+    std::vector<MemoryCalendar::Change> changes;
+    for (const auto& [at, offset] : zone.changes) {
+      changes.push_back({at, std::chrono::minutes(offset)});
+    }
+    calendar.setZone(std::chrono::minutes(zone.before), std::move(changes));
+  }
+  void tell() { calendar.tell(); }
+};
+INSTANTIATE_TYPED_TEST_SUITE_P(Memory, CalendarContract, MemoryZone);
 
 struct MemoryCameras : Loop {
   MemoryCamera works{scheduler}, missing{scheduler};
