@@ -134,7 +134,7 @@ class LinuxServices final : public NativeServices {
         calendar_(scheduler_),
         outputs_(scheduler_),
         player_(scheduler_),
-        assertions_(logind_, session_) {
+        assertions_(logind_, session_, log_) {
     if (program != ProgramKind::command) camera_.prepare(ownProgram("brindle-camera-scan"));
   }
 
