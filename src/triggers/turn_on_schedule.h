@@ -1,10 +1,11 @@
 #pragma once
 
 #include <functional>
+#include <optional>
 #include <string>
+#include <utility>
 #include <vector>
 
-#include "base/lifetime.h"
 #include "base/log.h"
 #include "core/arm_source.h"
 #include "platform/preferences.h"
@@ -14,12 +15,16 @@
 namespace brindle {
 
 /// Turns the guard on at the times the owner chose, also when the machine slept through one; never
-/// off. Main thread only.
+/// off. No start fires twice, even if the clock or the zone is set back over it. Main thread only.
 class TurnOnSchedule {
  public:
   static constexpr std::string_view timesKey = "schedule.times";
   static constexpr std::string_view lastCheckedKey = "schedule.lastChecked";
   static constexpr std::string_view unreadableKey = "schedule.times.unreadable";
+  /// The starts that fired, by their keys, one a line, the latest last.
+  static constexpr std::string_view firedKey = "schedule.fired";
+  /// So many of them are known: more than a year of two starts a day.
+  static constexpr std::size_t mostFired = 1000;
 
   TurnOnSchedule(Preferences& defaults, Calendar& calendar, Scheduler& scheduler, Log log);
 
@@ -32,26 +37,42 @@ class TurnOnSchedule {
   void start();
   /// As `start`, for a command's own process: reads, and neither checks nor waits.
   void load();
-  /// The machine woke, the clock was set, the zone changed, or the timer fired.
+  /// The machine woke, the clock was set, the zone changed, or the timer fired. Nothing before
+  /// `start`.
   void check();
 
   const std::vector<ScheduleTime>& times() const { return times_; }
-  /// Checks by the old times first. False, and they stay as they were: they could not be stored.
+  /// Checks by the old times first, so that a time that was added does not fire for a start that
+  /// had passed; without `start`, what the old times missed is left to the guard. False, and they
+  /// stay as they were: they could not be stored.
   [[nodiscard]] bool setTimes(std::vector<ScheduleTime> times);
   /// The earliest next start of all.
   std::optional<WallTime> next() const;
 
  private:
+  using Changes = std::vector<std::pair<std::string, std::optional<PreferenceValue>>>;
+
+  void loadTimes();
+  void keepUnreadable(PreferenceValue original);
+  std::optional<Occurrence> startDue(const ScheduleTime& time, WallTime after, WallTime now) const;
+  std::optional<Occurrence> latestDue(WallTime after, WallTime now) const;
+  void fire(const Occurrence& occurrence, WallTime now);
+  void noteFired(const std::string& key);
+  void passOver(const std::vector<ScheduleTime>& times);
+  Changes checked() const;
   void rearm();
 
   Preferences& defaults_;
   Calendar& calendar_;
   Scheduler& scheduler_;
   Log log_;
+  bool started_ = false;
   std::vector<ScheduleTime> times_;
+  /// As stored, and ahead of it while nothing can be stored.
+  std::optional<WallTime> lastChecked_;
+  std::vector<std::string> fired_;
   Timer timer_;
   Subscription clock_;
-  Lifetime lifetime_;
 };
 
 }  // namespace brindle
