@@ -140,14 +140,21 @@ class Fanotify final : public KernelWatch {
   std::vector<char> buffer_;
 };
 
-}  // namespace
-
-Result<std::unique_ptr<KernelWatch>, int> openFanotify() {
-  constexpr unsigned how =
-      FAN_CLASS_NOTIF | FAN_REPORT_DFID_NAME_TARGET | FAN_CLOEXEC | FAN_NONBLOCK;
+Result<std::unique_ptr<KernelWatch>, int> openGroup(unsigned told) {
+  const unsigned how = FAN_CLASS_NOTIF | told | FAN_CLOEXEC | FAN_NONBLOCK;
   Descriptor group(fanotify_init(how, O_RDONLY | O_CLOEXEC));
   if (!group) return Failure(errno);
   return std::make_unique<Fanotify>(std::move(group));
+}
+
+}  // namespace
+
+Result<std::unique_ptr<KernelWatch>, int> openFanotify() {
+  return openGroup(FAN_REPORT_DFID_NAME_TARGET);
+}
+
+Result<std::unique_ptr<KernelWatch>, int> openFanotifyForFolders() {
+  return openGroup(FAN_REPORT_DFID_NAME);
 }
 
 std::string limitOfTheSystem(const std::string& name) {

@@ -159,7 +159,11 @@ void ObservedFolders::changed(const KernelChange& change) {
   }
   const Place place{&parent, change.name};
   if ((change.what & (KernelChange::movedAway | KernelChange::removed)) != 0) {
-    adrift_.push_back(change.object.empty() ? keyOf(place) : change.object);
+    if (change.object.empty()) {
+      left_.emplace(&parent, change.name);
+    } else {
+      adrift_.push_back(change.object);
+    }
     parts_.unobserved.remove(place.path());
   }
   if ((change.what & (KernelChange::movedHere | KernelChange::created)) != 0) {
@@ -168,6 +172,7 @@ void ObservedFolders::changed(const KernelChange& change) {
 }
 
 void ObservedFolders::settle() {
+  findLeft();
   for (const FileKey& key : std::exchange(adrift_, {})) {
     const auto found = folders_.find(key);
     // A root that moves stays observed until the list is made anew.
@@ -194,12 +199,13 @@ bool ObservedFolders::hasLeft(const FileKey& key, const Folder& folder) {
   return found && *found != key;
 }
 
-/// By looking through all: only inotify does not name what was moved.
-FileKey ObservedFolders::keyOf(const Place& place) const {
-  const auto found = std::ranges::find_if(folders_, [&place](const auto& each) {
-    return each.second.parent == place.parent && each.second.name == place.name;
-  });
-  return found == folders_.end() ? FileKey() : found->first;
+/// By looking through all, once for many. The parents are only compared: they may be gone.
+void ObservedFolders::findLeft() {
+  const auto left = std::exchange(left_, {});
+  if (left.empty()) return;
+  for (const auto& [key, folder] : folders_) {
+    if (left.contains({folder.parent, folder.name})) adrift_.push_back(key);
+  }
 }
 
 /// Nothing may be left whose parent is gone.

@@ -73,13 +73,15 @@ class ObservedFolders {
   void lookAtUnread();
   void move(Folder& folder, const Place& place);
   bool hasLeft(const FileKey& key, const Folder& folder);
-  FileKey keyOf(const Place& place) const;
+  void findLeft();
   void prune(const FileKey& key);
   bool excluded(const std::string& path) const;
 
   Parts parts_;
   std::vector<std::string> exclusions_;
   std::unordered_map<FileKey, Folder> folders_;
+  /// May have left: by place where the kernel does not say which folder it was.
+  std::set<std::pair<const Folder*, std::string>> left_;
   std::vector<FileKey> adrift_;
   std::vector<std::string> refused_;
   std::vector<std::string> roots_;

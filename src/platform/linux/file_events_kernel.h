@@ -60,6 +60,8 @@ class KernelWatch {
 /// fanotify(7) as an ordinary user may use it: events name folder, name and object. The error's
 /// number where the kernel (before 5.17) or a sandbox does not offer it, or EMFILE.
 Result<std::unique_ptr<KernelWatch>, int> openFanotify();
+/// The same without the objects, for folders only: whoever opens a file waits less for it.
+Result<std::unique_ptr<KernelWatch>, int> openFanotifyForFolders();
 /// inotify(7), on every Linux. It cannot tell this process's own openings from others'.
 Result<std::unique_ptr<KernelWatch>, int> openInotify();
 

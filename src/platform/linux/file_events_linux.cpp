@@ -21,12 +21,16 @@ struct Kernel {
   std::string name;
   Result<std::unique_ptr<KernelWatch>, int> (*open)();
   std::string groups;  ///< the setting that limits how many can be open
+  LinuxFileEventStream::Kind kind;
 };
-const std::array<Kernel, 2> kernels{{{"fanotify", openFanotify, "fs.fanotify.max_user_groups"},
-                                     {"inotify", openInotify, "fs.inotify.max_user_instances"}}};
+using Kind = LinuxFileEventStream::Kind;
+const std::array<Kernel, 3> kernels{
+    {{"fanotify", openFanotify, "fs.fanotify.max_user_groups", Kind::files},
+     {"fanotify", openFanotifyForFolders, "fs.fanotify.max_user_groups", Kind::folders},
+     {"inotify", openInotify, "fs.inotify.max_user_instances", Kind::both}}};
 
 std::span<const Kernel> kernelsOf(LinuxFileEvents::Way way) {
-  return std::span(kernels).subspan(way == LinuxFileEvents::Way::best ? 0 : 1);
+  return std::span(kernels).subspan(way == LinuxFileEvents::Way::best ? 0 : 2);
 }
 
 }  // namespace
@@ -36,9 +40,9 @@ Result<std::unique_ptr<FileEventStream>, std::string> LinuxFileEvents::open(
   auto stream = std::make_unique<LinuxFileEventStream>(times_, std::move(deliver), paths);
   std::string problem;
   for (const Kernel& kernel : kernelsOf(way_)) {
-    if (!stream->wantsMore()) break;
+    if (!stream->wantsMore(kernel.kind)) continue;
     if (auto watch = kernel.open()) {
-      stream->observe(std::move(*watch));
+      stream->observe(std::move(*watch), kernel.kind);
     } else {
       problem = kernel.name + ": " + why(watch.error(), kernel.groups);
     }
@@ -53,7 +57,7 @@ ServiceReport LinuxFileEvents::report() const {
   for (const Kernel& kernel : kernelsOf(way_)) {
     if (const auto watch = kernel.open()) {
       return {"file events", kernel.name, true, problems + "at most " + (*watch)->limit()};
-    } else {
+    } else if (!problems.starts_with(kernel.name)) {
       problems += kernel.name + ": " + why(watch.error(), kernel.groups) + "; ";
     }
   }

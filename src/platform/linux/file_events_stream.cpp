@@ -3,6 +3,8 @@
 #include <poll.h>
 #include <sys/eventfd.h>
 
+#include <algorithm>
+#include <iterator>
 #include <system_error>
 #include <utility>
 
@@ -34,12 +36,15 @@ LinuxFileEventStream::LinuxFileEventStream(OpeningTimes& times, FileEvents::Deli
   batch_.begin(wallTime());
 }
 
-void LinuxFileEventStream::observe(std::unique_ptr<KernelWatch> kernel) {
+void LinuxFileEventStream::observe(std::unique_ptr<KernelWatch> kernel, Kind kind) {
   observations_.push_back(
       std::make_unique<Observation>(std::move(kernel), batch_, unobserved_, left_.exclusions));
-  auto refused = observations_.back()->add(left_);
-  refused.exclusions = left_.exclusions;
-  left_ = std::move(refused);
+  ObservedPaths paths;
+  if (kind != Kind::folders) paths.files = std::exchange(left_.files, {});
+  if (kind != Kind::files) paths.folders = std::exchange(left_.folders, {});
+  auto refused = observations_.back()->add(paths);
+  std::ranges::move(refused.files, std::back_inserter(left_.files));
+  std::ranges::move(refused.folders, std::back_inserter(left_.folders));
 }
 
 bool LinuxFileEventStream::start() {

@@ -27,9 +27,13 @@ class LinuxFileEventStream final : public FileEventStream {
   LinuxFileEventStream(OpeningTimes& times, FileEvents::Deliver deliver, ObservedPaths paths);
   ~LinuxFileEventStream() override;
 
+  enum class Kind { files, folders, both };
   /// Whether some of the paths are not observed yet, for another kernel to try.
-  bool wantsMore() const { return !left_.files.empty() || !left_.folders.empty(); }
-  void observe(std::unique_ptr<KernelWatch> kernel);
+  bool wantsMore(Kind kind = Kind::both) const {
+    return (kind != Kind::folders && !left_.files.empty()) ||
+           (kind != Kind::files && !left_.folders.empty());
+  }
+  void observe(std::unique_ptr<KernelWatch> kernel, Kind kind = Kind::both);
   bool observesAnything() const { return !observations_.empty(); }
   /// False when the system has no thread for it.
   bool start();
