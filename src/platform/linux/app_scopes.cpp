@@ -96,7 +96,8 @@ bool AppScopes::works() const {
 }
 
 void AppScopes::watch(const std::string& folder) {
-  const int watched = inotify_add_watch(inotify_.get(), folder.c_str(), IN_CREATE | IN_ONLYDIR);
+  constexpr std::uint32_t what = IN_CREATE | IN_DELETE | IN_ONLYDIR;
+  const int watched = inotify_add_watch(inotify_.get(), folder.c_str(), what);
   if (watched >= 0) folders_[watched] = folder;
 }
 
@@ -113,6 +114,13 @@ void AppScopes::beside(const std::string& name) {
   if (name != nameOf(folder_)) return;
   watch(folder_);
   tellPresent(folder_);
+}
+
+// The cgroup file system does not end the watch of a folder that goes.
+void AppScopes::left(const std::string& folder) {
+  std::erase_if(folders_, [&](const auto& each) {
+    return each.second == folder && inotify_rm_watch(inotify_.get(), each.first) == 0;
+  });
 }
 
 // A slice holds the units of one application that starts several; what was made in it before it
@@ -135,6 +143,7 @@ void AppScopes::drain() {
       folders_.erase(event.wd);
     } else if (at != folders_.end() && !name.empty()) {
       const std::string folder = at->second;
+      if ((event.mask & IN_DELETE) != 0) return left(joinPath(folder, name));
       folder == folderOf(folder_) ? beside(name) : came(folder, name);
     }
   });

@@ -38,6 +38,7 @@ class AppScopes {
   void watch(const std::string& folder);
   /// `name` is, or came, where the session's own folder belongs.
   void beside(const std::string& name);
+  void left(const std::string& folder);
   void came(const std::string& folder, const std::string& name);
   /// Those that are there already when a slice is first seen.
   void tellPresent(const std::string& slice);
