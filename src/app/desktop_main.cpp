@@ -94,7 +94,7 @@ int runDesktop(QApplication& qt, NativeServices& services, const AppPaths& paths
   run.onQuit([&qt](int exitCode) { qt.exit(exitCode); });
   run.start([&] {
     windows = std::make_unique<WindowManager>(windowParts(run, services));
-    flash->follow(&windows->guardedWindow());
+    flash->follow(windows->covers());
     run.app().appDelegate().openFullWindow = [&] { windows->openFullWindow(); };
     run.app().appDelegate().askForQuitProof = [&] {
       windows->askForQuit([](const OwnerProof&) {});
@@ -103,7 +103,7 @@ int runDesktop(QApplication& qt, NativeServices& services, const AppPaths& paths
   running = &run.app().appDelegate();
   const int exitCode = QApplication::exec();
   running = nullptr;
-  flash->follow(nullptr);
+  flash->follow({});
   return exitCode;
 }
 

@@ -83,7 +83,10 @@ class RecordedCollaborators final : public AlertWatching,
   std::optional<std::string> refusal() const override { return turnOnRefusal; }
   void start() override { told("watch start"); }
   void unconfirmed(const UnlockEvent&) override { told("alarm unconfirmed"); }
-  void stop() override { told("stop"); }  // the watch monitor's, and the alarm's
+  void stop() override {  // the watch monitor's, and the alarm's
+    told("stop");
+    if (onStop) onStop();
+  }
   void record(const Uuid&, WallTime, Outcome outcome, std::int64_t wrongTries) override {
     static constexpr std::array names{"confirmed", "unconfirmed", "wrong-pin"};
     told(std::string("log ") + names[static_cast<std::size_t>(outcome)] + " " +
@@ -112,6 +115,7 @@ class RecordedCollaborators final : public AlertWatching,
 
   std::vector<std::string> calls;
   std::deque<HandOver> handOvers;  ///< the coming answers; nothing owed after them
+  std::function<void()> onStop;
   bool reportsHang = false;
   std::set<Uuid> heldReports;
   bool vaultTakes = false;

@@ -1,25 +1,31 @@
 #include "ui/cover_flash.h"
 
-#include "ui/guarded_window.h"
+#include <algorithm>
+#include <utility>
+
+#include "ui/cover_window.h"
 
 namespace brindle {
 
-void CoverFlash::follow(GuardedWindow* window) {
-  window_ = window;
-  if (window_) window_->setLit(lit_);
+void CoverFlash::follow(std::vector<CoverWindow*> windows) {
+  windows_ = std::move(windows);
+  setLit(lit_);
 }
 
 bool CoverFlash::show() {
-  lit_ = true;
   const bool shown = plain_.show();
-  if (window_) window_->setLit(true);
-  return shown || (window_ && window_->shown());
+  setLit(true);
+  return shown || std::ranges::any_of(windows_, &CoverWindow::shown);
 }
 
 void CoverFlash::hide() {
-  lit_ = false;
   plain_.hide();
-  if (window_) window_->setLit(false);
+  setLit(false);
+}
+
+void CoverFlash::setLit(bool lit) {
+  lit_ = lit;
+  for (CoverWindow* window : windows_) window->setLit(lit);
 }
 
 }  // namespace brindle

@@ -10,47 +10,16 @@
 namespace brindle {
 namespace {
 
-constexpr int formWidth = 420;
-
 QString translated(const char* text) { return QCoreApplication::translate("brindle", text); }
-
-QLabel* centred(const QString& text, int points, bool bold) {
-  auto* label = new QLabel(text);
-  QFont font = label->font();
-  font.setPointSize(points);
-  font.setBold(bold);
-  label->setFont(font);
-  label->setAlignment(Qt::AlignHCenter);
-  label->setWordWrap(true);
-  return label;
-}
 
 }  // namespace
 
-GuardedForm::GuardedForm(NightjarStore& store, OwnerGate& gate) : store_(store), gate_(gate) {
-  setObjectName("guardedForm");
-  setLit(false);
-  layout_ = new QVBoxLayout(this);
-  layout_->setAlignment(Qt::AlignCenter);
-  layout_->setSpacing(14);
-  QLabel* title = centred(shown("This Mac is guarded."), 30, true);
-  title->setWordWrap(false);
-  layout_->addWidget(title);
-  what_ = centred({}, 13, false);
-  layout_->addWidget(what_);
-  remaining_ = centred({}, 11, false);
-  layout_->addWidget(remaining_);
+GuardedForm::GuardedForm(NightjarStore& store, OwnerGate& gate)
+    : CoverForm(brindle::shown("This Mac is guarded.")), store_(store), gate_(gate) {
+  what_ = addText(13);
+  remaining_ = addText(11);
   QObject::connect(&seconds_, &QTimer::timeout, this, &GuardedForm::showRemaining);
   seconds_.start(std::chrono::seconds(1));
-}
-
-void GuardedForm::setLit(bool lit) {
-  setStyleSheet(QString("#guardedForm QLabel { color: %1; }"
-                        "#guardedForm QLabel#message { color: %2; }"
-                        "#guardedForm QLineEdit { padding: 8px; font-size: 18px; }"
-                        "#guardedForm QPushButton { padding: 8px; }"
-                        "#guardedForm QPushButton:flat { color: %1; }")
-                    .arg(lit ? "#202020" : "#f2f2f2", lit ? "#a03000" : "#ffc46b"));
 }
 
 void GuardedForm::showRemaining() {
@@ -70,7 +39,7 @@ void GuardedForm::refresh() {
   askedAsProved_ = store_.provedSinceAsked();
   if (asking_) asking_->deleteLater();
   asking_ = askedAsProved_ ? choice(event->id) : question();
-  layout_->addWidget(asking_, 0, Qt::AlignHCenter);
+  column().addWidget(asking_, 0, Qt::AlignHCenter);
   setFocusProxy(asking_);
   asking_->setFocus();
 }
@@ -122,31 +91,21 @@ void GuardedForm::keep(const OwnerProof& proof) {
 
 GuardedWindow::GuardedWindow(NightjarStore& store, OwnerGate& gate, const ScreenLock& screen,
                              ScreenCover::Hold hold)
-    : store_(store), gate_(gate), screen_(screen), hold_(std::move(hold)) {
+    : CoverWindow(screen, std::move(hold)), store_(store), gate_(gate) {
   changes_ = store_.onChange([this] { follow(); });
   follow();
 }
 
-void GuardedWindow::setLit(bool lit) {
-  lit_ = lit;
-  if (cover_) cover_->setLit(lit);
-  if (form_) form_->setLit(lit);
-}
-
 void GuardedWindow::follow() {
   if (!store_.pendingConfirm()) {
-    if (cover_) cover_->hide();
-    cover_.reset();
+    hide();
     form_ = nullptr;
     return;
   }
-  if (!cover_) {
+  if (!form_) {
     form_ = new GuardedForm(store_, gate_);
-    cover_ = std::make_unique<ScreenCover>(
-        form_, [this] { return screen_.screenLocked(); }, hold_);
     form_->refresh();
-    setLit(lit_);
-    cover_->show();
+    show(form_);
   }
   form_->refresh();
 }

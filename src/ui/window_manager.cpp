@@ -8,9 +8,17 @@ WindowManager::WindowManager(Parts parts)
       gate_(parts_.window.settings.gate),
       guarded_(store_, gate_, parts_.screen, parts_.holdCovers),
       menuBar_(store_, [this](MenuContent::Action action) { chosen(action); }) {
+  if (parts_.alarm) {
+    alarmStop_.emplace(*parts_.alarm, store_, gate_, parts_.screen, parts_.holdCovers);
+  }
   changes_ = store_.onChange([this] { follow(); });
   if (!menuBar_.available()) openFullWindow();  // then the window is the only way in
   follow();
+}
+
+std::vector<CoverWindow*> WindowManager::covers() {
+  if (!alarmStop_) return {&guarded_};
+  return {&guarded_, &*alarmStop_};
 }
 
 void WindowManager::openFullWindow(KeyWindow::Page page) {

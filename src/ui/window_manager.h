@@ -3,7 +3,10 @@
 #include <QPointer>
 #include <functional>
 #include <memory>
+#include <optional>
+#include <vector>
 
+#include "ui/alarm_stop.h"
 #include "ui/guarded_window.h"
 #include "ui/key_window.h"
 #include "ui/menu_bar.h"
@@ -18,6 +21,7 @@ class WindowManager {
   struct Parts {
     KeyWindow::Parts window;
     const ScreenLock& screen;
+    AlarmEngine* alarm = nullptr;  ///< none where nothing sounds
     /// Asks the application to quit; it decides, with proof while the guard is on.
     std::function<void()> requestQuit;
     ScreenCover::Hold holdCovers = {};
@@ -25,7 +29,8 @@ class WindowManager {
   explicit WindowManager(Parts parts);
 
   void openFullWindow(KeyWindow::Page page = KeyWindow::Page::guard);
-  GuardedWindow& guardedWindow() { return guarded_; }
+  /// Those that lie above everything else.
+  std::vector<CoverWindow*> covers();
   /// Asks for a proof to quit; `given` once it came.
   void askForQuit(ProofForm::Proved given);
 
@@ -38,6 +43,7 @@ class WindowManager {
   OwnerGate& gate_;
   std::unique_ptr<KeyWindow> window_;
   GuardedWindow guarded_;
+  std::optional<AlarmStop> alarmStop_;  ///< behind the guarded window, which goes first
   MenuBar menuBar_;
   QPointer<OwnerCheckDialog> turnOffCheck_;
   QPointer<OwnerCheckDialog> quitCheck_;

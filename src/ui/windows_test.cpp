@@ -8,10 +8,14 @@
 #include "owner/fingerprint_check.h"
 #include "owner/keychain_items.h"
 #include "owner/keychain_marks.h"
+#include "platform/memory/audio_output_memory.h"
 #include "platform/memory/crypto_memory.h"
 #include "platform/memory/keychain_memory.h"
 #include "platform/memory/login_item_memory.h"
+#include "platform/memory/power_assertion_memory.h"
+#include "platform/memory/sound_player_memory.h"
 #include "testing/guard_fixture.h"
+#include "ui/alarm_stop.h"
 #include "ui/guarded_window.h"
 #include "ui/key_window.h"
 
@@ -136,6 +140,41 @@ TEST_F(WindowsTest, IntrudersEventIsKeptWhenTheOwnerSaysSo) {
   EXPECT_FALSE(guarded->shown());
   ASSERT_TRUE(store->event(id));
   EXPECT_TRUE(store->event(id)->resolved);
+}
+
+TEST_F(WindowsTest, AlarmIsStoppedByProofInTheOneWindowThatAsks) {
+  MemoryAudioOutputs outputs(scheduler);
+  MemorySoundPlayer player(scheduler);
+  MemoryPowerAssertions assertions;
+  AlarmEngine alarm({defaults, outputs, player, assertions, scheduler, Log(lines), "alarm.wav"});
+  alarm.resume(true);
+  others.onStop = [&alarm] { alarm.stop(); };
+  unlockGuarded();
+  AlarmStop stop(alarm, *store, *gate, screen);
+  alarm.start(alarm_reason::powerUnplugged);
+  settle();
+  EXPECT_TRUE(guarded->shown() && !stop.shown());
+  enterPin(pinText);
+  EXPECT_FALSE(guarded->shown() || stop.shown() || alarm.sounding());
+
+  alarm.start(alarm_reason::powerUnplugged);
+  settle();
+  EXPECT_TRUE(stop.shown() && seen<QLabel>("The power adapter was unplugged."));
+  enterPin("1111");
+  EXPECT_TRUE(stop.shown() && last()->attemptOnly);
+  unlockAndSettle();
+  settle();
+  EXPECT_TRUE(guarded->shown() && !stop.shown());
+  press("It wasn't me");
+  enterPin(pinText);
+  EXPECT_FALSE(guarded->shown() || stop.shown() || alarm.sounding());
+
+  alarm.start(alarm_reason::lidClosed);
+  settle();
+  for (QWidget* top : QApplication::topLevelWidgets()) top->close();
+  EXPECT_TRUE(stop.shown());
+  enterPin(pinText);
+  EXPECT_FALSE(stop.shown() || alarm.sounding());
 }
 
 TEST_F(WindowsTest, HistoryOpensOnlyWithProofAndForgetsBehindAClosedDoor) {
