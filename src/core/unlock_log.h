@@ -1,29 +1,18 @@
 #pragma once
 
-#include <cstdint>
 #include <functional>
+#include <memory>
 #include <string>
+#include <string_view>
 #include <vector>
 
-#include "base/lifetime.h"
-#include "base/log.h"
-#include "core/guard_collaborators.h"
+#include "core/unlock_log_file.h"
 #include "platform/calendar.h"
-#include "platform/files.h"
 #include "platform/preferences.h"
 #include "platform/scheduler.h"
 #include "platform/worker_queue.h"
 
 namespace brindle {
-
-struct UnlockLogEntry {
-  using Outcome = UnlockLogging::Outcome;
-  Uuid id;  ///< of the event
-  WallTime at{};
-  Outcome outcome = Outcome::unconfirmed;
-  std::int64_t wrongTries = 0;
-  bool operator==(const UnlockLogEntry&) const = default;
-};
 
 /// How the unlocks of the last 30 days ended, apart from the history, whose events the owner may
 /// delete one by one. Main thread only; the file is written on a worker.
@@ -38,7 +27,7 @@ class UnlockLog final : public UnlockLogging {
     Preferences& defaults;
     Calendar& calendar;
     Scheduler& scheduler;
-    std::function<std::string()> stamp;  ///< for the name of a copy that is kept aside
+    std::function<std::string()> stamp;  ///< for the name of a file that is kept aside
     Log log;
   };
   UnlockLog(Parts parts, std::string file);
@@ -47,12 +36,17 @@ class UnlockLog final : public UnlockLogging {
   void load();
   /// Oldest first.
   const std::vector<UnlockLogEntry>& entries() const { return entries_; }
+  /// Told of each record and of `setIncludeOwn`, from inside them.
   [[nodiscard]] Subscription onChange(std::function<void()> changed) {
     return changes_.add(std::move(changed));
   }
+  /// Whether the owner wants to see their own unlocks, too.
   bool includeOwn() const;
+  /// False: it could not be stored and is as it was.
   [[nodiscard]] bool setIncludeOwn(bool include);
 
+  /// Replaces what was recorded of the event before. A list that cannot be saved is kept, and saved
+  /// with the next record.
   void record(const Uuid& event, WallTime at, Outcome outcome, std::int64_t wrongTries) override;
 
  private:
@@ -60,10 +54,9 @@ class UnlockLog final : public UnlockLogging {
   void save();
 
   Parts parts_;
-  std::string file_;
+  std::shared_ptr<UnlockLogFile> file_;  ///< the worker's, once loaded
   std::vector<UnlockLogEntry> entries_;
   Listeners<> changes_;
-  Lifetime lifetime_;
 };
 
 }  // namespace brindle
