@@ -42,8 +42,7 @@ struct FreeText {
 };
 
 /// The system leaves "/private" out of what it resolves, and tells events with it.
-Result<std::string, Bookmarks::Problem> realPath(NSURL* url) {
-  const std::string path = mac::stringOf(url.path);
+Result<std::string, Bookmarks::Problem> realPath(const std::string& path) {
   const std::unique_ptr<char, FreeText> real(::realpath(path.c_str(), nullptr));
   if (real) return real.get();
   const int error = errno;
@@ -63,8 +62,11 @@ std::shared_ptr<void> beginAccess(NSURL* url) {
 class MacBookmarks final : public Bookmarks {
  public:
   Result<Bytes, Problem> create(const std::string& path) override {
-    NSString* text = mac::textOf(path);
-    if (!text || text.length == 0) return Failure(Problem::gone);
+    // Of what a symbolic link leads to: the link stays behind when that moves.
+    const auto real = realPath(path);
+    if (!real) return Failure(real.error());
+    NSString* text = mac::textOf(*real);
+    if (!text) return Failure(Problem::other);
     NSURL* url = [NSURL fileURLWithPath:text];
     if (NSData* scoped = bookmarkOf(url, NSURLBookmarkCreationWithSecurityScope, nullptr)) {
       return mac::bytesOf(scoped);
@@ -79,20 +81,18 @@ class MacBookmarks final : public Bookmarks {
   }
 
   Result<ResolvedBookmark, Problem> resolve(ByteView bookmark) override {
-    const bool unscoped = isUnscoped(bookmark);
-    NSURLBookmarkResolutionOptions options =
-        NSURLBookmarkResolutionWithoutUI | NSURLBookmarkResolutionWithoutMounting;
-    if (!unscoped) options |= NSURLBookmarkResolutionWithSecurityScope;
     BOOL stale = NO;
     NSError* error = nil;
-    NSURL* url = [NSURL URLByResolvingBookmarkData:dataIn(bookmark)
-                                           options:options
-                                     relativeToURL:nil
-                               bookmarkDataIsStale:&stale
-                                             error:&error];
+    std::shared_ptr<void> access;
+    NSURL* url = nil;
+    if (!isUnscoped(bookmark)) {
+      url = resolved(bookmark, NSURLBookmarkResolutionWithSecurityScope, &stale, &error);
+      if (url) access = beginAccess(url);
+    }
+    // A scope belongs to the program as it was signed then; the place is no secret of its own.
+    if (!url) url = resolved(bookmark, 0, &stale, &error);
     if (!url) return Failure(problemOf(error));
-    std::shared_ptr<void> access = unscoped ? nullptr : beginAccess(url);
-    auto path = realPath(url);
+    auto path = realPath(mac::stringOf(url.path));
     if (!path) return Failure(path.error());
     return ResolvedBookmark{*std::move(path), stale ? true : false, std::move(access)};
   }
@@ -105,9 +105,7 @@ class MacBookmarks final : public Bookmarks {
     if (!text) return {};
     // The folder as `resolve` would give it; one that is gone stays as it was called.
     const std::string path = mac::stringOf(text);
-    NSString* above = mac::textOf(folderOf(path));
-    if (!above) return path;
-    const auto folder = realPath([NSURL fileURLWithPath:above]);
+    const auto folder = realPath(folderOf(path));
     return folder ? joinPath(*folder, nameOf(path)) : path;
   }
 
@@ -116,6 +114,15 @@ class MacBookmarks final : public Bookmarks {
   }
 
  private:
+  static NSURL* resolved(ByteView bookmark, NSURLBookmarkResolutionOptions options, BOOL* stale,
+                         NSError* __autoreleasing* error) {
+    return [NSURL URLByResolvingBookmarkData:dataIn(bookmark)
+                                     options:options | NSURLBookmarkResolutionWithoutUI |
+                                             NSURLBookmarkResolutionWithoutMounting
+                               relativeToURL:nil
+                         bookmarkDataIsStale:stale
+                                       error:error];
+  }
   static NSData* bookmarkOf(NSURL* url, NSURLBookmarkCreationOptions options,
                             NSError* __autoreleasing* error) {
     return [url bookmarkDataWithOptions:options

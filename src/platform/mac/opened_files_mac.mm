@@ -8,6 +8,7 @@
 #include <array>
 #include <set>
 #include <utility>
+#include <vector>
 
 #include "platform/mac/last_used_attribute.h"
 #include "platform/mac/mac_backends.h"

@@ -11,11 +11,17 @@ namespace {
 
 using Changed = std::function<void(const std::string& id, RunningApps::What what)>;
 
-/// Nothing for a program without an identifier.
+/// A program that is no bundle goes by its name: that it came to the front has to be told, or going
+/// back to the application before it would be none.
+std::string identifierOf(NSRunningApplication* app) {
+  const std::string id = mac::stringOf(app.bundleIdentifier);
+  return id.empty() ? mac::stringOf(app.localizedName) : id;
+}
+
 std::string identifierIn(NSNotification* notification) {
   id app = notification.userInfo[NSWorkspaceApplicationKey];
   if (![app isKindOfClass:NSRunningApplication.class]) return {};
-  return mac::stringOf(static_cast<NSRunningApplication*>(app).bundleIdentifier);
+  return identifierOf(static_cast<NSRunningApplication*>(app));
 }
 
 id<NSObject> observeWorkspace(NSNotificationName name, RunningApps::What what,
@@ -43,7 +49,7 @@ NSBundle* bundleAround(const std::string& path) {
 
 NSBundle* bundleNamed(const std::string& id) {
   NSString* text = mac::textOf(id);
-  if (!text) return nil;
+  if (!text || text.length == 0) return nil;
   NSURL* url = [NSWorkspace.sharedWorkspace URLForApplicationWithBundleIdentifier:text];
   return url ? [NSBundle bundleWithURL:url] : nil;
 }
@@ -78,8 +84,7 @@ class MacRunningApps final : public RunningApps {
   }
 
   std::optional<std::string> frontmost() const override {
-    const std::string id =
-        mac::stringOf(NSWorkspace.sharedWorkspace.frontmostApplication.bundleIdentifier);
+    const std::string id = identifierOf(NSWorkspace.sharedWorkspace.frontmostApplication);
     return id.empty() ? std::nullopt : std::optional(id);
   }
 
