@@ -36,6 +36,10 @@ class ChildProcess {
     if (pid_ > 0) kill(pid_, SIGKILL);
     wait();
   }
+  /// It answers nothing from now on, and does not end.
+  void hang() const {
+    if (pid_ > 0) kill(pid_, SIGSTOP);
+  }
   /// Its exit status once it has ended; -1 when it did not end by itself.
   int wait() {
     int status = -1;

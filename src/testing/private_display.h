@@ -24,6 +24,7 @@ class PrivateDisplay {
   }
   ~PrivateDisplay() { ::unsetenv("DISPLAY"); }
   void kill() { server_.reset(); }
+  void hang() const { server_->hang(); }
 
  private:
   TemporaryFolder folder_;
