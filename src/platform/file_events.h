@@ -61,7 +61,8 @@ class FileEventStream {
   virtual std::vector<UnobservedPath> unobserved() const = 0;
 };
 
-/// Observation of files and folders from now on. Streams are made and ended on the main thread.
+/// Observation of files and folders from now on. Streams are made and ended on the main thread, and
+/// may run side by side; an opening that both observe is told by both.
 class FileEvents {
  public:
   /// Batches in order, one at a time, on a thread of the stream's own: it must not block for long.
