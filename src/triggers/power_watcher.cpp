@@ -30,9 +30,9 @@ void PowerWatcher::look() {
 }
 
 // A new reading of the lid, as everything else, is told by the source.
-void PowerWatcher::setPollsLid(bool polls) {
-  if (polls == std::exchange(pollsLid_, polls)) return;
-  poll_ = polls ? scheduler_.every(1s, [this] { source_.refresh(); }) : Timer();
+void PowerWatcher::setPollsLid(bool pollsLid) {
+  if (pollsLid == std::exchange(pollsLid_, pollsLid)) return;
+  poll_ = pollsLid ? scheduler_.every(1s, [this] { source_.refresh(); }) : Timer();
 }
 
 }  // namespace brindle

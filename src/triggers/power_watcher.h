@@ -23,7 +23,7 @@ class PowerWatcher {
 
  private:
   void look();
-  void setPollsLid(bool polls);
+  void setPollsLid(bool pollsLid);
 
   PowerSource& source_;
   Scheduler& scheduler_;
