@@ -72,8 +72,11 @@ void WatchCommands::run(const Request& request, CommandHandler::Done done) {
 /// A guard has looked whether openings are seen; a command that does its work has not.
 void WatchCommands::list(bool json, const CommandHandler::Done& done) {
   if (running_) return done(saying(listed(json)));
-  list_.lookWithin(longestLook,
-                   lifetime_.guard([this, json, done] { done(saying(listed(json))); }));
+  list_.lookWithin(longestLook, lifetime_.guard([this, json, done](std::size_t late) {
+    std::string text = listed(json);
+    if (late > 0 && !json) text += "But " + notLookedAt(late) + ".\n";
+    done(saying(std::move(text)));
+  }));
 }
 
 std::string WatchCommands::listed(bool json) {

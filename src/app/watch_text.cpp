@@ -79,6 +79,10 @@ std::string watchListJson(const Items& items) {
   return text + "\n";
 }
 
+std::string notLookedAt(std::size_t items) {
+  return fmt::format("there was no time to see whether openings of {} are seen", items);
+}
+
 ServiceReport watchReport(const Items& items, const std::string& problem, bool withNames) {
   ServiceReport report{"watched items", "watch list", problem.empty(), counts(items)};
   if (!problem.empty()) report.detail += "; " + plainText(problem);

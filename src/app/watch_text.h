@@ -1,5 +1,6 @@
 #pragma once
 
+#include <cstddef>
 #include <string>
 #include <vector>
 
@@ -22,6 +23,9 @@ void writeWatchStatus(JsonWriter& out, const std::vector<WatchedItem>& items);
 
 std::string watchListText(const std::vector<WatchedItem>& items);
 std::string watchListJson(const std::vector<WatchedItem>& items);
+
+/// That whether openings of so many items are seen was not found out.
+std::string notLookedAt(std::size_t items);
 
 /// What `brindle doctor` says of them: only how many, where names are the owner's alone. `problem`
 /// is why the list could not be read.

@@ -106,10 +106,11 @@ WatchedOnDisk::WatchedOnDisk(const Services& services, const std::string& data)
     : bookmarks_(services.watching.bookmarks),
       file_(services.files, joinPath(data, std::string(listName)), localStamp, Log(services.log)),
       withNames_(isOff(services.files, data)),
-      probes_(
-          services.watching.events, services.scheduler,
-          {[this](const Uuid& id) { return placeOf(id); },
-           [this](const Uuid& id, const std::string& why) { item(id).state.unwatchable = why; }}) {
+      probes_(services.watching.events, services.scheduler,
+              {[this](const Uuid& id) { return placeOf(id); },
+               [this](const Uuid& id, bool seen) {
+                 item(id).state.unwatchable = seen ? "" : WatchListProbes::openingsUnseen;
+               }}) {
   for (const WatchTarget& target : file_.read()) items_.push_back({target, {}, {}});
 }
 
@@ -118,7 +119,10 @@ void WatchedOnDisk::look(std::function<void()> done) {
   for (const auto& [target, state, path] : items_) {
     if (target.kind != WatchTarget::Kind::app) all.push_back(target.id);
   }
-  probes_.beginWithin(longestLook, std::move(all), std::move(done));
+  probes_.beginWithin(longestLook, std::move(all), [this, done = std::move(done)](auto late) {
+    late_ = late;
+    done();
+  });
 }
 
 WatchedItem& WatchedOnDisk::item(const Uuid& id) {
@@ -133,7 +137,9 @@ std::optional<std::string> WatchedOnDisk::placeOf(const Uuid& id) {
 }
 
 ServiceReport WatchedOnDisk::report() const {
-  return watchReport(items_, file_.problem(), withNames_);
+  ServiceReport report = watchReport(items_, file_.problem(), withNames_);
+  if (late_ > 0) report.detail += "; " + notLookedAt(late_);
+  return report;
 }
 
 }  // namespace brindle

@@ -70,6 +70,7 @@ class WatchedOnDisk {
   Bookmarks& bookmarks_;
   WatchListFile file_;
   std::vector<WatchedItem> items_;
+  std::size_t late_ = 0;  ///< items of which the look has not ended
   const bool withNames_;
   WatchListProbes probes_;
 };

@@ -27,7 +27,7 @@ WatchList::WatchList(WatchListServices services, std::string fileURL)
                  auto place = resolve(id);
                  return place ? std::optional(std::move(place->path)) : std::nullopt;
                },
-               [this](const Uuid& id, const std::string& why) { noteUnseen(id, why); }}) {}
+               [this](const Uuid& id, bool seen) { noteSeen(id, seen); }}) {}
 
 void WatchList::load() {
   targets_ = file_.load();
@@ -49,7 +49,8 @@ WatchTargetState WatchList::state(const Uuid& id) const {
   const auto found = known_.find(id);
   if (found == known_.end()) return {};
   const WatchTargetKnown& known = found->second;
-  return {known.missing, known.unobserved.empty() ? known.unseen : known.unobserved};
+  const bool unseen = known.unobserved.empty() && known.unseen;
+  return {known.missing, unseen ? WatchListProbes::openingsUnseen : known.unobserved};
 }
 
 Result<ResolvedBookmark, Problem> WatchList::resolve(const Uuid& id) {
@@ -71,7 +72,7 @@ Result<ResolvedBookmark, Problem> WatchList::resolve(const Uuid& id) {
 void WatchList::noteUsed(const Uuid& id, WallTime lastSeenUsedDate) {
   WatchTarget* target = findMutable(id);
   if (!target || target->lastSeenUsedDate == lastSeenUsedDate) return;
-  noteUnseen(id, {});
+  noteSeen(id, true);
   target->lastSeenUsedDate = lastSeenUsedDate;
   saving_.changed();
 }
@@ -82,9 +83,9 @@ void WatchList::noteUnwatchable(const Uuid& id, const std::string& why) {
   tell(Change::states);
 }
 
-void WatchList::noteUnseen(const Uuid& id, const std::string& why) {
-  if (!find(id) || known_[id].unseen == why) return;
-  known_[id].unseen = why;
+void WatchList::noteSeen(const Uuid& id, bool seen) {
+  if (!find(id) || known_[id].unseen != seen) return;
+  known_[id].unseen = !seen;
   tell(Change::states);
 }
 

@@ -88,8 +88,8 @@ class WatchList {
   /// Not while a stream observes: where openings by this program cannot be told apart, it would
   /// report itself.
   void lookAgain() { probes_.begin(lookable()); }
-  /// The same for somebody who waits: what takes longer is said not to be watchable.
-  void lookWithin(Duration limit, std::function<void()> done) {
+  /// The same for somebody who waits, who learns how many took longer.
+  void lookWithin(Duration limit, WatchListProbes::Over done) {
     probes_.beginWithin(limit, lookable(), std::move(done));
   }
   void stopLooking() { probes_.stop(); }
@@ -136,7 +136,7 @@ class WatchList {
   WatchTarget* findMutable(const Uuid& id);
   std::string temporaryDecoyName();
   void setMissing(const Uuid& id, bool missing);
-  void noteUnseen(const Uuid& id, const std::string& why);
+  void noteSeen(const Uuid& id, bool seen);
   std::vector<Uuid> lookable();
   void tell(Change change);
   void tellOwner(const Uuid& id, const std::string& title, const std::string& body);

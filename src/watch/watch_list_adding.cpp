@@ -149,7 +149,7 @@ void WatchList::append(const AddingRef& adding) {
   if (watches(*adding)) return refuse(adding->done, alreadyWatched(target.displayName));
   targets_.push_back(target);
   problem_.clear();
-  if (!adding->seen) known_[target.id].unseen = WatchListProbes::openingsUnseen;
+  if (!adding->seen) known_[target.id].unseen = true;
   log_.notice("watch list: %{public}s added, %{public}ld items",
               WatchTarget::kindNames.of(target.kind), targets_.size());
   saving_.changed([adding](bool saved) { adding->done(AddedTarget{adding->target, saved}); });

@@ -1,22 +1,16 @@
 #include "watch/watch_list_probes.h"
 
 namespace brindle {
-namespace {
 
-constexpr const char* tooSlow = "It couldn't be looked at in time.";
-
-}  // namespace
-
-void WatchListProbes::begin(std::vector<Uuid> items, std::function<void()> over) {
+void WatchListProbes::begin(std::vector<Uuid> items) {
   stop();
   waiting_.assign(items.begin(), items.end());
-  over_ = std::move(over);
   scheduler_.post(round_.guard([this] { fill(); }));
 }
 
-void WatchListProbes::beginWithin(Duration limit, std::vector<Uuid> items,
-                                  std::function<void()> over) {
-  begin(std::move(items), std::move(over));
+void WatchListProbes::beginWithin(Duration limit, std::vector<Uuid> items, Over over) {
+  begin(std::move(items));
+  over_ = std::move(over);
   limit_ = scheduler_.after(limit, [this] { late(); });
 }
 
@@ -33,7 +27,7 @@ void WatchListProbes::fill() {
   if (waiting_.empty()) {
     if (!running_.empty()) return;
     limit_.cancel();
-    if (const auto over = std::exchange(over_, nullptr)) over();
+    if (const auto over = std::exchange(over_, nullptr)) over(0);
     return;
   }
   if (running_.size() >= atOnce) return;
@@ -50,14 +44,15 @@ void WatchListProbes::fill() {
 
 void WatchListProbes::answered(const Uuid& id, bool seen) {
   running_.erase(id);
-  asks_.found(id, seen ? "" : openingsUnseen);
+  asks_.found(id, seen);
   fill();
 }
 
 void WatchListProbes::late() {
-  for (const auto& [id, probe] : std::exchange(running_, {})) asks_.found(id, tooSlow);
-  for (const Uuid& id : std::exchange(waiting_, {})) asks_.found(id, tooSlow);
-  fill();
+  const std::size_t unanswered = waiting_.size() + running_.size();
+  const auto over = std::exchange(over_, nullptr);
+  stop();
+  if (over) over(unanswered);
 }
 
 }  // namespace brindle

@@ -16,25 +16,28 @@
 namespace brindle {
 
 /// Opens items and looks whether that is seen, a few at a time: each look takes one of the system's
-/// few observers, and up to a second where nothing is seen. Main thread only.
+/// few observers for some milliseconds, and for a second where nothing is seen. Main thread only.
 class WatchListProbes {
  public:
   static constexpr std::size_t atOnce = 16;
-  /// Why an item is not watchable whose opening by ourselves was not seen.
+  /// Why an item is not watchable whose opening was not seen.
   static constexpr const char* openingsUnseen = "Its file system doesn't tell who opens it.";
   struct Asks {
     /// Where the item is when its turn comes; none: it is not looked at.
     std::function<std::optional<std::string>(const Uuid&)> place;
-    /// `why` openings of the item are not seen, for a person; empty when they are.
-    std::function<void(const Uuid&, const std::string& why)> found;
+    std::function<void(const Uuid&, bool seen)> found;
   };
   WatchListProbes(FileEvents& events, Scheduler& scheduler, Asks asks)
       : events_(events), scheduler_(scheduler), asks_(std::move(asks)) {}
 
-  /// Instead of what is under way; `over` from the main loop when all have answered.
-  void begin(std::vector<Uuid> items, std::function<void()> over = {});
-  /// As `begin`, for somebody who waits: what has not answered within `limit` says so.
-  void beginWithin(Duration limit, std::vector<Uuid> items, std::function<void()> over);
+  /// How many have not answered.
+  using Over = std::function<void(std::size_t late)>;
+
+  /// Instead of what is under way.
+  void begin(std::vector<Uuid> items);
+  /// As `begin`, for somebody who waits: `over` from the main loop when all have answered, or at
+  /// the limit, and then the others are given up.
+  void beginWithin(Duration limit, std::vector<Uuid> items, Over over);
   /// Nothing of them is heard any more.
   void stop();
 
@@ -48,7 +51,7 @@ class WatchListProbes {
   const Asks asks_;
   std::deque<Uuid> waiting_;
   std::map<Uuid, Subscription> running_;
-  std::function<void()> over_;
+  Over over_;
   Timer limit_;
   Lifetime round_;
 };

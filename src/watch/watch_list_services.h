@@ -39,7 +39,7 @@ struct WatchTargetKnown {
   bool missing = false;
   bool missingTold = false;  ///< the owner knows that the decoy is gone, until it was back
   std::string unobserved;    ///< why the observation under way does not see its openings
-  std::string unseen;        ///< why an opening by ourselves was not seen
+  bool unseen = false;       ///< an opening by ourselves was not seen
 };
 
 }  // namespace brindle
