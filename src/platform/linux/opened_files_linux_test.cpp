@@ -30,9 +30,7 @@ TEST(LinuxOpenedFilesTest, ATimeOfAccessThatNoClockCanHoldIsNone) {
   const std::string file = "/dev/shm/brindle-test-" + std::to_string(getpid());
   OpeningTimes times;
   times.lost({WallTime{}, WallTime{std::chrono::hours(1'000'000)}});
-  ASSERT_EQ(bash("touch " + file), 0);
-  EXPECT_TRUE(LinuxOpenedFiles(times).lastUsed(file));
-  ASSERT_EQ(bash("touch -a -d @9300000000000000 " + file), 0);
+  ASSERT_EQ(bash("touch " + file + "; touch -a -d @9300000000000000 " + file), 0);
   EXPECT_FALSE(LinuxOpenedFiles(times).lastUsed(file));
   std::filesystem::remove(file);
 }

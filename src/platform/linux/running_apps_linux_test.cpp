@@ -1,7 +1,6 @@
 #include "platform/linux/running_apps_linux.h"
 
 #include <sys/socket.h>
-#include <sys/un.h>
 
 #include <filesystem>
 #include <fstream>
@@ -175,12 +174,7 @@ TEST(LinuxRunningAppsTest, WindowsLeadToApplicationsByClassUnitAndProgram) {
 TEST(LinuxRunningAppsTest, TheEndOfADisplayThatOnlyReadingShowsIsNoticed) {
   X11Desktop desktop;
   const auto subscription = desktop.apps.observe([](const std::string&, What) {});
-  for (int each = 3; each < 100; ++each) {
-    sockaddr_un peer{};
-    socklen_t size = sizeof peer;
-    const bool named = getpeername(each, reinterpret_cast<sockaddr*>(&peer), &size) == 0;
-    if (named && std::string(peer.sun_path + 1).contains("X11-unix")) shutdown(each, SHUT_RD);
-  }
+  for (int each = 3; each < 100; ++each) shutdown(each, SHUT_RD);  // the only socket here
   EXPECT_TRUE(desktop.until([&] { return desktop.loop.clock.pending() == 1; }));
 }
 
