@@ -18,10 +18,12 @@ add_custom_target(bundle ALL
     $<TARGET_FILE:brindle> $<TARGET_FILE:brindle-keeper> $<TARGET_FILE:brindle-desktop> $<TARGET_FILE:brindle-unseal> ${programs}
   COMMAND ${CMAKE_COMMAND} -E copy_directory
     ${BRINDLE_SAMPLE_FRAMES} ${bundle}/Contents/Resources/sample_frames
+  COMMAND ${CMAKE_COMMAND} -E copy
+    ${BRINDLE_SOUNDS}/alarm.wav ${BRINDLE_SOUNDS}/chirp.wav ${bundle}/Contents/Resources
   COMMAND plutil -lint ${bundle}/Contents/Info.plist ${packaging}/Brindle-dev.entitlements
   COMMAND ${sign} ${programs}/brindle-keeper
   COMMAND ${sign} ${programs}/brindle-unseal
   COMMAND ${sign} ${programs}/brindle
   COMMAND ${sign} ${bundle}
-  DEPENDS brindle brindle-keeper brindle-desktop brindle-unseal
+  DEPENDS alarm_sounds brindle brindle-keeper brindle-desktop brindle-unseal
   COMMENT "Putting Brindle.app together" VERBATIM)
