@@ -36,6 +36,7 @@ class AudioOutputs {
   struct State {
     AudioOutput output;
     SavedVolume volume;
+    bool operator==(const State&) const = default;
   };
   /// `gone`: there is no such device any more; `refused`: it did not take all of it, or nobody
   /// answered.
@@ -48,7 +49,8 @@ class AudioOutputs {
   /// not have is left out.
   virtual void write(const SavedVolume& volume, std::function<void(Written)> done) = 0;
   /// Told from the main loop when another output became the default one, a volume or mute changed,
-  /// by whomever, or the sound server came or went. May be told when nothing differs.
+  /// by whomever (`write` as well), or the sound server came or went. May be told when nothing
+  /// differs.
   [[nodiscard]] virtual Subscription onChange(std::function<void()> changed) = 0;
   virtual ServiceReport report() const = 0;
 };

@@ -1,34 +1,22 @@
 #pragma once
 
-#include "base/lifetime.h"
-#include "platform/scheduler.h"
+#include "platform/linux/pulse_connection.h"
 #include "platform/sound_player.h"
 
 namespace brindle {
 
-/// Plays by the PulseAudio protocol, which PipeWire speaks as well.
+/// Plays by the PulseAudio protocol, which PipeWire speaks as well. Connected while something
+/// sounds; outlives what it plays.
 class LinuxSoundPlayer final : public SoundPlayer {
  public:
-  explicit LinuxSoundPlayer(Scheduler& scheduler) : scheduler_(scheduler) {}
+  explicit LinuxSoundPlayer(MainLoop& loop);
 
   [[nodiscard]] std::unique_ptr<Playing> play(
-      const Sound&, std::function<void(const SoundFailure&)> failed) override {
-    auto silence = std::make_unique<Silence>();
-    scheduler_.post(silence->lifetime.guard([failed = std::move(failed)] {
-      failed({SoundFailure::Kind::unplayable, "nothing plays sounds yet"});
-    }));
-    return silence;
-  }
-  ServiceReport report() const override {
-    return {"sound player", "PulseAudio", false, "nothing plays sounds yet"};
-  }
+      const Sound& sound, std::function<void(const SoundFailure&)> failed) override;
+  ServiceReport report() const override { return connection_.report(); }
 
  private:
-  struct Silence final : Playing {
-    bool running() const override { return false; }
-    Lifetime lifetime;
-  };
-  Scheduler& scheduler_;
+  PulseConnection connection_;
 };
 
 }  // namespace brindle

@@ -9,7 +9,7 @@
 
 namespace brindle {
 
-/// Outputs that a test plugs in, turns down and pulls out.
+/// Outputs that a test plugs in, turns down and pulls out, of a server that may be slow or away.
 class MemoryAudioOutputs final : public AudioOutputs {
  public:
   explicit MemoryAudioOutputs(Scheduler& scheduler) : scheduler_(scheduler) {}
@@ -18,12 +18,19 @@ class MemoryAudioOutputs final : public AudioOutputs {
     ++reads_;
     scheduler_.post([this, done = std::move(done)] {
       const auto found = outputs_.find(default_);
-      if (!answers_ || found == outputs_.end()) return done(std::nullopt);
-      done(found->second);
+      std::optional<State> now;
+      if (answers_ && found != outputs_.end()) now = found->second;
+      answer(heldReads_, [done, now] { done(now); });
     });
   }
   void write(const SavedVolume& volume, std::function<void(Written)> done) override {
-    scheduler_.post([this, volume, done = std::move(done)] { done(take(volume)); });
+    if (beforeWrite) beforeWrite(volume);
+    scheduler_.post([this, volume, done = std::move(done)] {
+      const auto before = outputs_;
+      const Written written = take(volume);
+      if (outputs_ != before) tell();
+      answer(heldWrites_, [done, written] { done(written); });
+    });
   }
   [[nodiscard]] Subscription onChange(std::function<void()> changed) override {
     return changes_.add(std::move(changed));
@@ -50,6 +57,13 @@ class MemoryAudioOutputs final : public AudioOutputs {
     answers_ = answers;
     tell();
   }
+  /// Nobody is told of changes.
+  void setTells(bool tells) { tells_ = tells; }
+  /// What is done from now on is answered when one of the two below says so, which end this.
+  void setSlow() { slow_ = true; }
+  void answerReads() { answerAll(heldReads_); }
+  void answerWrites() { answerAll(heldWrites_); }
+  std::function<void(const SavedVolume&)> beforeWrite;
   const SavedVolume& volume(const std::string& device) { return outputs_[device].volume; }
   const std::vector<SavedVolume>& written() const { return written_; }
   int reads() const { return reads_; }
@@ -69,7 +83,16 @@ class MemoryAudioOutputs final : public AudioOutputs {
     if (now.muted && volume.muted) now.muted = volume.muted;
     return Written::done;
   }
+  void answer(std::vector<Task>& held, Task task) {
+    if (!slow_) return task();
+    held.push_back(std::move(task));
+  }
+  void answerAll(std::vector<Task>& held) {
+    slow_ = false;
+    for (const Task& each : std::exchange(held, {})) each();
+  }
   void tell() {
+    if (!tells_) return;
     scheduler_.post([this] { changes_.tell(); });
   }
 
@@ -77,7 +100,8 @@ class MemoryAudioOutputs final : public AudioOutputs {
   std::map<std::string, State> outputs_;
   std::string default_;
   std::vector<SavedVolume> written_;
-  bool answers_ = true;
+  bool answers_ = true, tells_ = true, slow_ = false;
+  std::vector<Task> heldReads_, heldWrites_;
   int reads_ = 0;
   Listeners<> changes_;
 };
