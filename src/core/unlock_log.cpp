@@ -45,7 +45,8 @@ void UnlockLog::prune() {
   const WallTime now = parts_.scheduler.wallTime();
   const WallTime oldest = parts_.calendar.addingDays(now, -daysKept).value_or(now - timeKept);
   std::erase_if(entries_, [oldest](const UnlockLogEntry& each) { return each.at < oldest; });
-  std::ranges::stable_sort(entries_, {}, &UnlockLogEntry::at);
+  std::ranges::sort(entries_, {},
+                    [](const UnlockLogEntry& each) { return std::pair(each.at, each.id); });
 }
 
 void UnlockLog::save() {

@@ -34,10 +34,9 @@ std::optional<WallTime> nextStart(const ScheduleTime& time, const Calendar& cale
 std::optional<ScheduleStart> lastStart(const ScheduleTime& time, const Calendar& calendar,
                                        WallTime after, WallTime now) {
   if (!time.isOn || time.weekdays.empty() || after >= now) return std::nullopt;
-  // Where the clock is set back over midnight, tomorrow has been before. And a start of the day
-  // before the first may have been moved over midnight into it.
+  // Where the clock is set back over midnight, tomorrow has begun before.
   const sys_days last = sys_days(calendar.local(now).day) + days(1);
-  const sys_days first = sys_days(calendar.local(after).day) - days(1);
+  const sys_days first = calendar.local(after).day;
   for (sys_days day = last; day >= first; day -= days(1)) {
     const auto start = startOn(time, calendar, day);
     if (!start || *start > now) continue;

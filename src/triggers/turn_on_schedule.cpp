@@ -132,15 +132,11 @@ void TurnOnSchedule::passOver(const std::vector<ScheduleTime>& times) {
 
 bool TurnOnSchedule::setTimes(std::vector<ScheduleTime> times) {
   check();
-  const auto before = fired_;
   if (!started_) passOver(times);
   // With the last check, which may not have been stored when it was made.
   Changes changes = checked();
   changes.emplace_back(timesKey, writeScheduleTimes(times));
-  if (!defaults_.change(changes)) {
-    fired_ = before;
-    return false;
-  }
+  if (!defaults_.change(changes)) return false;
   times_ = std::move(times);
   if (started_) rearm();
   return true;

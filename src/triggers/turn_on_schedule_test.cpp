@@ -88,12 +88,26 @@ TEST_F(TurnOnScheduleTest, ATimeThatIsAddedDoesNotFireForAStartThatHadPassed) {
   launch(calendar);
   ASSERT_EQ(fired.size(), 1U) << "the old one is left to the guard";
   EXPECT_EQ(fired[0].windowID, (Uuid{{1}}));
-  ASSERT_TRUE(schedule->setTimes({daily(3, 11, 0)}));
+  time.advance(2h);
+  ASSERT_TRUE(schedule->setTimes({daily(3, 16, 0)}));
   preferences.setFailing(true);
   EXPECT_FALSE(schedule->setTimes({}));
-  time.run();
+  schedule->check();
   EXPECT_EQ(fired.size(), 1U);
-  EXPECT_EQ(schedule->times(), std::vector{daily(3, 11, 0)});
+  EXPECT_EQ(schedule->times(), std::vector{daily(3, 16, 0)});
+}
+
+TEST_F(TurnOnScheduleTest, WhereTheClockChangesAtMidnightEachDayKeepsItsStart) {
+  // On the 3rd from 00:01 back to 23:01, on the 5th from 23:00 to midnight.
+  calendar.setZone(0min, {{utc(2026, 3, 3, 0, 1), -60min}, {utc(2026, 3, 6, 0, 0), 0min}});
+  begin({daily(1, 0, 0)});
+  time.advance(24h);
+  time.sleepFor(4h + 31min);
+  ASSERT_TRUE(schedule->setTimes({daily(2, 23, 30)}));
+  time.advance(96h);
+  std::string days;
+  for (const Occurrence& each : fired) days += each.key.substr(each.key.size() - 2) + " ";
+  EXPECT_EQ(days, "02 03 03 04 05 06 ");
 }
 
 TEST_F(TurnOnScheduleTest, NoStartFiresTwice) {
