@@ -51,7 +51,8 @@ class LinuxAudioOutputs::Call {
   };
   using Done = std::function<void(const Answer&)>;
 
-  Call(LinuxAudioOutputs& owner, std::optional<SavedVolume> wanted, Done done)
+  /// Nothing wanted of "@DEFAULT_SINK@" is a look at it.
+  Call(LinuxAudioOutputs& owner, SavedVolume wanted, Done done)
       : owner_(owner),
         wanted_(std::move(wanted)),
         done_(std::move(done)),
@@ -65,8 +66,7 @@ class LinuxAudioOutputs::Call {
     owner_.connection_.whenReady(lifetime_.guard([this](pa_context* context) {
       context_ = context;
       if (!context) return end({});
-      const char* name = wanted_ ? wanted_->device.c_str() : "@DEFAULT_SINK@";
-      ask(pa_context_get_sink_info_by_name(context, name, &Call::onSink, this));
+      ask(pa_context_get_sink_info_by_name(context, wanted_.device.c_str(), &Call::onSink, this));
     }));
   }
   /// No answer will come.
@@ -86,25 +86,25 @@ class LinuxAudioOutputs::Call {
     call.volume_ = sink->volume;
   }
   void sinkRead() {
-    if (!found_ || (!wanted_ && found_->output.id == standIn)) return end({Written::gone, {}});
-    if (!wanted_) return end({Written::done, found_});
-    const pa_cvolume next = mixed(volume_, wanted_->levels);
+    if (!found_ || found_->output.id == standIn) return end({Written::gone, {}});
+    const pa_cvolume next = mixed(volume_, wanted_.levels);
     if (pa_cvolume_equal(&next, &volume_)) return setMute();
     const auto set = [](pa_context*, int success, void* self) {
       auto& call = *static_cast<Call*>(self);
       success ? call.setMute() : call.failed();
     };
-    ask(pa_context_set_sink_volume_by_name(context_, wanted_->device.c_str(), &next, set, this));
+    ask(pa_context_set_sink_volume_by_name(context_, wanted_.device.c_str(), &next, set, this));
   }
   void setMute() {
-    if (!wanted_->muted || wanted_->muted == found_->volume.muted) return end({Written::done, {}});
+    if (!found_ || !wanted_.muted || wanted_.muted == found_->volume.muted) return done();
     const auto set = [](pa_context*, int success, void* self) {
       auto& call = *static_cast<Call*>(self);
-      success ? call.end({Written::done, {}}) : call.failed();
+      success ? call.done() : call.failed();
     };
-    ask(pa_context_set_sink_mute_by_name(context_, wanted_->device.c_str(), *wanted_->muted, set,
+    ask(pa_context_set_sink_mute_by_name(context_, wanted_.device.c_str(), *wanted_.muted, set,
                                          this));
   }
+  void done() { end({Written::done, found_}); }
   void failed() {
     const bool gone = pa_context_errno(context_) == PA_ERR_NOENTITY;
     end({gone ? Written::gone : Written::refused, {}});
@@ -118,7 +118,7 @@ class LinuxAudioOutputs::Call {
   }
 
   LinuxAudioOutputs& owner_;
-  std::optional<SavedVolume> wanted_;
+  SavedVolume wanted_;
   Done done_;
   Subscription kept_;
   Timer deadline_;
@@ -149,8 +149,9 @@ LinuxAudioOutputs::LinuxAudioOutputs(MainLoop& loop)
 LinuxAudioOutputs::~LinuxAudioOutputs() = default;
 
 void LinuxAudioOutputs::readDefault(std::function<void(std::optional<State>)> done) {
-  enqueue(std::make_unique<Call>(
-      *this, std::nullopt, [done = std::move(done)](const auto& answer) { done(answer.found); }));
+  enqueue(
+      std::make_unique<Call>(*this, SavedVolume{"@DEFAULT_SINK@", {}, {}},
+                             [done = std::move(done)](const auto& answer) { done(answer.found); }));
 }
 
 void LinuxAudioOutputs::write(const SavedVolume& volume, std::function<void(Written)> done) {
