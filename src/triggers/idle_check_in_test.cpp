@@ -89,6 +89,27 @@ TEST(IdleCheckInTest, TicksAsTheStateAsksAndNotAtAllWithoutMinutesOrIdleTime) {
   EXPECT_EQ(machine.scheduler.pending(), 0u);
 }
 
+TEST(IdleCheckInTest, WhatIsTrueWhenTheAnswerComesCounts) {
+  Machine machine;
+  machine.follow();
+  EXPECT_TRUE(machine.checkIn.setMinutes(1));
+  machine.scheduler.advance(75s);
+  ASSERT_EQ(machine.checkIn.state(), State::away);
+  machine.idle.setDelay(900ms, true);
+  machine.idle.touch();
+  machine.scheduler.advance(3s);
+  EXPECT_EQ(machine.checkIn.state(), State::away) << "no answer decides nothing";
+  machine.idle.setDelay(900ms);
+  machine.scheduler.advance(1200ms);
+  machine.locked = true;
+  machine.scheduler.advance(1s);
+  EXPECT_EQ(machine.checkIn.state(), State::watching);
+  EXPECT_TRUE(machine.returns.empty());
+  machine.locked = false;
+  machine.idle.setDelay(40s);
+  EXPECT_EQ(machine.readsInAMinute(), 2) << "a read under way is not asked again";
+}
+
 /// Anything in any order, beside what the owner is promised, said without states and ticks: who
 /// touches a machine that was left on, unlocked and untouched is reported once, within a second.
 std::string play(std::uint64_t seed) {
@@ -98,7 +119,7 @@ std::string play(std::uint64_t seed) {
   const Duration minutes = 1min * (1 + dice() % 2);
   if (!machine.checkIn.setMinutes(minutes / 1min)) return "not stored";
   Duration touched{0}, applies{0};  // the last touch; since when it applies
-  for (int step = 0; step < 12; ++step) {
+  for (int step = 0; step < 10; ++step) {
     const auto now = machine.scheduler.awakeTime();
     const bool applied = machine.on && !machine.locked;
     const auto reports = machine.returns.size();
