@@ -23,74 +23,57 @@ struct UnlockLogTest : testing::Test {
   MemoryPreferences preferences;
   MemoryCalendar calendar{time};
   RecordingLog lines;
-  const std::string path = "/owner/Brindle/unlock-log.json";
+  const std::string folder = "/owner/Brindle/", path = folder + "unlock-log.json";
+  UnlockLog log{{files, work, preferences, calendar, time, [] { return "now"; }, Log(lines)}, path};
 
-  UnlockLog launch() {
-    return {{files, work, preferences, calendar, time, [] { return "now"; }, Log(lines)}, path};
-  }
-  std::string stored() {
+  std::string stored(const std::string& where) {
     time.run();
-    const auto bytes = files.read(path);
+    const auto bytes = files.read(where);
     return bytes ? std::string(textOf(*bytes)) : "";
   }
 };
 
-TEST_F(UnlockLogTest, ALaterOutcomeReplacesTheFirstAndTheFileIsAsItAlwaysWas) {
-  UnlockLog log = launch();
+TEST_F(UnlockLogTest, ALaterOutcomeReplacesTheFirstAndADamagedFileIsKeptAside) {
+  log.record({{1}}, time.wallTime(), Outcome::unconfirmed, 0);
+  log.record({{2}}, time.wallTime() - std::chrono::milliseconds(500), Outcome::wrongPIN, 3);
+  log.record({{1}}, time.wallTime(), Outcome::confirmed, 1);
+  std::string text =
+      R"([{"id":"02000000-0000-0000-0000-000000000000","at":794134799.5,"outcome":"wrong-pin",)"
+      R"("wrongTries":3},{"id":"01000000-0000-0000-0000-000000000000","at":794134800,)"
+      R"("outcome":"confirmed","wrongTries":1}])";
+  EXPECT_EQ(stored(path), text);
+  const auto before = log.entries();
   log.load();
-  const Uuid one{{0x6f}}, two{{0x0a}};
-  log.record(one, time.wallTime(), Outcome::unconfirmed, 0);
-  log.record(two, time.wallTime() - std::chrono::milliseconds(500), Outcome::wrongPIN, 3);
-  log.record(one, time.wallTime(), Outcome::confirmed, 1);
-  EXPECT_EQ(stored(), R"([{"id":"0A000000-0000-0000-0000-000000000000","at":794134799.5,)"
-                      R"("outcome":"wrong-pin","wrongTries":3},)"
-                      R"({"id":"6F000000-0000-0000-0000-000000000000","at":794134800,)"
-                      R"("outcome":"confirmed","wrongTries":1}])");
-  UnlockLog next = launch();
-  next.load();
-  EXPECT_EQ(next.entries(), log.entries());
-}
+  EXPECT_EQ(log.entries(), before);
 
-TEST_F(UnlockLogTest, WhatIsOlderThanThirtyDaysOfTheCalendarGoes) {
-  calendar.setZone(std::chrono::hours(1), {{utc(2026, 3, 20, 1, 0), std::chrono::hours(2)}});
-  UnlockLog log = launch();
-  const WallTime now = utc(2026, 4, 1, 7, 0);
-  time.setWallTime(now);
-  using std::chrono::hours;
-  for (const auto& [age, kept] : {std::pair(hours(29 * 24), 1U),
-                                  {hours(31 * 24), 0U},
-                                  {hours(30 * 24 - 1), 1U},
-                                  {hours(30 * 24), 0U}}) {
-    log.record({{1}}, now - age, Outcome::confirmed, 0);
-    EXPECT_EQ(log.entries().size(), kept) << age.count();
-  }
-  log.record({{2}}, now, Outcome::unconfirmed, 0);
-  time.run();
-  time.setWallTime(now + std::chrono::days(31));
-  log.load();
-  EXPECT_TRUE(log.entries().empty());
-}
-
-TEST_F(UnlockLogTest, ADamagedFileIsKeptAsideAndAFailedSaveKeepsTheList) {
-  UnlockLog log = launch();
-  log.record({{1}}, time.wallTime(), Outcome::confirmed, 0);
-  std::string damaged = stored();
-  damaged.replace(damaged.find("confirmed"), 9, "forgotten");
-  ASSERT_TRUE(files.writeWhole(path, viewOf(damaged)));
+  text.replace(text.find("wrong-pin"), 9, "forgotten");
+  ASSERT_TRUE(files.writeWhole(path, viewOf(text)));
   log.load();
   EXPECT_TRUE(log.entries().empty());
   files.failAll({FileError::Kind::noSpace, 28});
   log.record({{2}}, time.wallTime(), Outcome::confirmed, 0);
-  EXPECT_EQ(log.entries().size(), 1U);
   time.run();
   files.failNothing();
-  EXPECT_EQ(stored(), damaged);
+  EXPECT_EQ(stored(path), text);
   log.record({{3}}, time.wallTime(), Outcome::confirmed, 0);
-  EXPECT_EQ(stored(), writeUnlockLog(log.entries()));
   EXPECT_EQ(log.entries().size(), 2U);
-  const auto aside = files.read("/owner/Brindle/unlock-log.unreadable-now.json");
-  ASSERT_TRUE(aside) << lines.all();
-  EXPECT_EQ(textOf(*aside), damaged);
+  EXPECT_EQ(stored(path), writeUnlockLog(log.entries()));
+  EXPECT_EQ(stored(folder + "unlock-log.unreadable-now.json"), text) << lines.all();
+}
+
+TEST_F(UnlockLogTest, WhatIsOlderThanThirtyDaysOfTheCalendarGoes) {
+  using std::chrono::hours;
+  calendar.setZone(hours(1), {{utc(3, 20, 1), hours(2)}});
+  time.setWallTime(utc(4, 1, 7));
+  for (const auto& [at, kept] :
+       {std::pair(utc(3, 2, 8), 1U), {utc(3, 2, 7), 0U}, {utc(3, 3, 7), 1U}, {utc(3, 1, 7), 0U}}) {
+    log.record({{1}}, at, Outcome::confirmed, 0);
+    EXPECT_EQ(log.entries().size(), kept) << lines.all();
+  }
+  log.record({{2}}, time.wallTime(), Outcome::unconfirmed, 0);
+  time.advance(hours(31 * 24));
+  log.load();
+  EXPECT_TRUE(log.entries().empty());
 }
 
 }  // namespace

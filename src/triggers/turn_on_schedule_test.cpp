@@ -32,7 +32,7 @@ struct TurnOnScheduleTest : testing::Test {
   std::vector<std::string> told;
   std::unique_ptr<TurnOnSchedule> schedule;
 
-  TurnOnScheduleTest() { time.setWallTime(utc(2026, 3, 1, 20, 0)); }
+  TurnOnScheduleTest() { time.setWallTime(utc(3, 1, 20)); }
   void launch(Calendar& zone) {
     schedule = std::make_unique<TurnOnSchedule>(preferences, zone, time, Log(lines));
     schedule->arm = [this](const Occurrence& due) { fired.push_back(due); };
@@ -49,7 +49,7 @@ TEST_F(TurnOnScheduleTest, AStartThatWasSleptThroughIsCaughtUpForTwelveHours) {
   const std::pair<Duration, int> cases[] = {{13h, 0},          {13h + 1s, 1}, {19h, 21600},
                                             {25h - 1s, 43199}, {25h, -1},     {26h, -1}};
   for (const auto& [sleep, ago] : cases) {
-    time.setWallTime(utc(2026, 3, 1, 20, 0));
+    time.setWallTime(utc(3, 1, 20));
     preferences = {};
     fired.clear();
     lines.clear();
@@ -58,7 +58,7 @@ TEST_F(TurnOnScheduleTest, AStartThatWasSleptThroughIsCaughtUpForTwelveHours) {
     ASSERT_EQ(fired.size(), ago < 0 ? 0U : 1U) << lines.all();
     if (ago < 0) continue;
     EXPECT_TRUE(lines.has("schedule: on for a start " + std::to_string(ago) + " s ago"));
-    EXPECT_EQ(fired[0], (Occurrence{Uuid{{7}}, utc(2026, 3, 2, 9, 0), utc(2026, 3, 2, 9, 0),
+    EXPECT_EQ(fired[0], (Occurrence{Uuid{{7}}, utc(3, 2, 9), utc(3, 2, 9),
                                     "07000000-0000-0000-0000-000000000000/2026-03-02"}));
   }
 }
@@ -70,7 +70,7 @@ TEST_F(TurnOnScheduleTest, OnlyTheLatestOfThoseDueFiresAndTheFirstOfEqualOnes) {
   begin({off, never});
   EXPECT_EQ(time.pending(), 0U);
   ASSERT_TRUE(schedule->setTimes({daily(1, 8, 0), daily(2, 9, 0), daily(3, 9, 0), off, never}));
-  EXPECT_EQ(schedule->next(), utc(2026, 3, 2, 8, 0));
+  EXPECT_EQ(schedule->next(), utc(3, 2, 8));
   time.sleepFor(14h);
   ASSERT_EQ(fired.size(), 1U);
   EXPECT_EQ(fired[0].windowID, (Uuid{{2}}));
@@ -99,7 +99,7 @@ TEST_F(TurnOnScheduleTest, ATimeThatIsAddedDoesNotFireForAStartThatHadPassed) {
 
 TEST_F(TurnOnScheduleTest, WhereTheClockChangesAtMidnightEachDayKeepsItsStart) {
   // On the 3rd from 00:01 back to 23:01, on the 5th from 23:00 to midnight.
-  calendar.setZone(0min, {{utc(2026, 3, 3, 0, 1), -60min}, {utc(2026, 3, 6, 0, 0), 0min}});
+  calendar.setZone(0min, {{utc(3, 3, 0, 1), -60min}, {utc(3, 6, 0), 0min}});
   begin({daily(1, 0, 0)});
   time.advance(24h);
   time.sleepFor(4h + 31min);
@@ -118,7 +118,7 @@ TEST_F(TurnOnScheduleTest, NoStartFiresTwice) {
   EXPECT_EQ(fired.size(), 1U) << "though the check is not stored";
   preferences.setFailing(false);
   schedule->check();
-  time.setWallTime(utc(2026, 3, 2, 8, 30));
+  time.setWallTime(utc(3, 2, 8, 30));
   calendar.setZone(-60min);
   launch(calendar);
   time.advance(3h);
@@ -127,27 +127,13 @@ TEST_F(TurnOnScheduleTest, NoStartFiresTwice) {
 }
 
 TEST_F(TurnOnScheduleTest, UnreadableRecordsCostThemselvesAndAreKept) {
-  const std::string good = writeScheduleTimes({daily(1, 9, 0)});
-  const std::string one = good.substr(1, good.size() - 2);
-  const auto with = [&](const char* from, const char* to) {
-    std::string other = one;
-    return other.replace(other.find(from), std::string_view(from).size(), to);
-  };
-  const PreferenceValue cases[] = {
-      "[" + one + "," + one + "]", "[" + one + "," + with("9", "24") + "]",
-      "[" + with("\"weekdays\":[1", "\"weekdays\":[0") + "," + one + "]", "[null," + one + "]"};
-  for (const PreferenceValue& each : cases) {
-    ASSERT_TRUE(preferences.set("schedule.times", each));
-    told.clear();
-    launch(calendar);
-    EXPECT_EQ(schedule->times(), std::vector{daily(1, 9, 0)});
-    EXPECT_EQ(preferences.get("schedule.times.unreadable"), each);
-    launch(calendar);
-    EXPECT_EQ(told.size(), 1U);
-  }
-  ASSERT_TRUE(preferences.set("schedule.times", true));
-  launch(calendar);
-  EXPECT_EQ(preferences.get("schedule.times.unreadable"), PreferenceValue(true));
+  const std::string one = writeScheduleTimes({daily(1, 9, 0)});
+  const PreferenceValue twice = "[{}," + one.substr(1, one.size() - 2) + "," + one.substr(1);
+  ASSERT_TRUE(preferences.set("schedule.times", twice));
+  for (int i = 0; i < 2; ++i) launch(calendar);
+  EXPECT_EQ(schedule->times(), std::vector{daily(1, 9, 0)});
+  EXPECT_EQ(preferences.get("schedule.times.unreadable"), twice);
+  EXPECT_EQ(told.size(), 1U);
 }
 
 TEST_F(TurnOnScheduleTest, AYearInTwentyTwoZones) {
@@ -168,7 +154,7 @@ TEST_F(TurnOnScheduleTest, AYearInTwentyTwoZones) {
     preferences = {};
     fired.clear();
     // The year in which one of them skipped a day.
-    time.setWallTime(utc(zone == std::string_view("Pacific/Apia") ? 2011 : 2026, 1, 1, 0, 0));
+    time.setWallTime(utc(1, 1, 0, 0, zone == std::string_view("Pacific/Apia") ? 2011 : 2026));
     launch(system);
     ASSERT_TRUE(
         schedule->setTimes({daily(1, 0, 0), daily(2, 2, 30), daily(3, 9, 0), daily(4, 23, 30)}));

@@ -103,12 +103,8 @@ INSTANTIATE_TYPED_TEST_SUITE_P(Memory, BootClockContract, ClockBackend);
 
 struct MemoryZone : Loop {
   MemoryCalendar calendar{scheduler};
-  void enter(const ContractZone& zone) {
-    std::vector<MemoryCalendar::Change> changes;
-    for (const auto& [at, offset] : zone.changes) {
-      changes.push_back({at, std::chrono::minutes(offset)});
-    }
-    calendar.setZone(std::chrono::minutes(zone.before), std::move(changes));
+  void enter(const char*, int before, WallTime change, int after) {
+    calendar.setZone(std::chrono::minutes(before), {{change, std::chrono::minutes(after)}});
   }
   void tell() { calendar.tell(); }
 };
