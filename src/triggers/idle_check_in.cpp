@@ -33,7 +33,7 @@ bool IdleCheckIn::setMinutes(std::int64_t minutes) {
 
 void IdleCheckIn::reschedule() {
   timer_.cancel();
-  if (!store_ || minutes() < 1 || !available()) {
+  if (!store_.on || minutes() < 1 || !available()) {
     state_ = State::watching;
     return;
   }
@@ -41,7 +41,7 @@ void IdleCheckIn::reschedule() {
 }
 
 IdleCheckInRules::Inputs IdleCheckIn::inputs() const {
-  return {.minutes = minutes(), .guardOn = store_->on(), .screenLocked = store_->screenLocked()};
+  return {.minutes = minutes(), .guardOn = store_.on(), .screenLocked = store_.screenLocked()};
 }
 
 void IdleCheckIn::tick() {
@@ -67,10 +67,10 @@ void IdleCheckIn::decide(const IdleCheckInRules::Inputs& inputs) {
     log_.notice("idle check-in: untouched for %{public}ld min", inputs.minutes);
   }
   if (!decision.returned) return;
-  const bool handled = store_->handlingUnlock();
+  const bool handled = store_.handlingUnlock();
   log_.notice("idle check-in: touched again, %{public}s",
               handled ? "an unlock is handled already" : "told the guard");
-  if (!handled) store_->returned();
+  if (!handled) store_.returned();
 }
 
 }  // namespace brindle

@@ -2,7 +2,6 @@
 
 #include <cstdint>
 #include <functional>
-#include <optional>
 #include <string_view>
 
 #include "base/lifetime.h"
@@ -58,7 +57,7 @@ class IdleCheckIn {
   Preferences& defaults_;
   Scheduler& scheduler_;
   Log log_;
-  std::optional<Guard> store_;
+  Guard store_;  ///< empty before `follow`
   IdleCheckInRules::State state_ = IdleCheckInRules::State::watching;
   bool reading_ = false;
   Timer timer_;
