@@ -92,6 +92,7 @@ LinuxPowerAssertions::LinuxPowerAssertions(LogindSession& logind, DbusLink& sess
     presences_.push_back(desktop.service().onPresence(
         [this, &desktop](bool present) { desktopChanged(desktop, present); }));
   }
+  session.settle(500ms);  // whoever asks at once what is offered is told
 }
 
 LinuxPowerAssertions::~LinuxPowerAssertions() = default;

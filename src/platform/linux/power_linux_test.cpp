@@ -83,6 +83,9 @@ TEST(LinuxPowerSourceTest, ARestartOfUpowerHidesNoUnplugAndOnceItHasEndedNothing
   EXPECT_FALSE(real.power.hasBattery() || real.power.report().answered);
   real.command("start");
   ASSERT_TRUE(real.reads({false, true}));
+  EXPECT_EQ(LinuxPowerSource(real.system, real.logind, Log(real.lines)).read(),
+            (PowerReading{false, true}))
+      << "not known from the start";
   EXPECT_EQ(real.told,
             (std::vector<PowerReading>{{true, false}, {false, true}, {}, {false, true}}));
 }

@@ -8,6 +8,9 @@ using namespace std::chrono_literals;
 
 namespace {
 
+// Whoever asks at once is not told "unknown", unless UPower takes long to start.
+constexpr auto startTime = 500ms;
+
 PowerReading readingOf(const Upower::Told& told) {
   PowerReading reading;
   // A machine without any supply of its own to name is "not on battery" all the same.
@@ -22,6 +25,7 @@ LinuxPowerSource::LinuxPowerSource(DbusLink& system, LogindSession& logind, Log 
     : scheduler_(system.scheduler()), upower_(system, log), logind_(logind.manager()) {
   told_ = upower_.onChange([this] { upowerChanged(); });
   logindPresence_ = logind_.onPresence([this](bool present) { logindChanged(present); });
+  system.settle(startTime);
 }
 
 void LinuxPowerSource::upowerChanged() {
