@@ -43,10 +43,11 @@ AlertService::AlertService(const Services& services, KeychainItems& items, const
   });
 }
 
-GuardCollaborators AlertService::among(NullCollaborators& others, WatchMonitoring& watch) {
-  return {watch_,       alerts_,        vault_.web(),     push_,
-          watch,        others.alarm,   others.unlockLog, others.updateInstaller,
-          others.clips, others.locator, others.features,  account_.gate()};
+GuardCollaborators AlertService::among(NullCollaborators& others, WatchMonitoring& watch,
+                                       AlarmSounding& alarm, UnlockLogging& unlockLog) {
+  return {watch_,       alerts_,        vault_.web(),    push_,
+          watch,        alarm,          unlockLog,       others.updateInstaller,
+          others.clips, others.locator, others.features, account_.gate()};
 }
 
 void AlertService::prepare() { alerts_.start(); }

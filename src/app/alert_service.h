@@ -31,8 +31,9 @@ class AlertService {
 
   AlertService(const Services& services, KeychainItems& items, const Places& places, Guard guard);
 
-  /// The store's collaborators: these, `watch`, and of `others` the rest.
-  GuardCollaborators among(NullCollaborators& others, WatchMonitoring& watch);
+  /// The store's collaborators: these, those given, and of `others` the rest.
+  GuardCollaborators among(NullCollaborators& others, WatchMonitoring& watch, AlarmSounding& alarm,
+                           UnlockLogging& unlockLog);
 
   /// Before the guard store starts, which asks what is held already.
   void prepare();

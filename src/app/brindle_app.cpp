@@ -40,10 +40,12 @@ BrindleMacApp::BrindleMacApp(const Services& services, const std::string& folder
                      [this] { store_.turnOn(ArmSource::remote()); }}),
       watching_(services, folder,
                 [this](const Trigger& trigger, const Uuid& item) { store_.opened(trigger, item); }),
-      store_({services.scheduler, services.bootClock, services.screen, services.preferences,
-              services.notifications, services.random, services.fileWork, vault_, camera_, secrets_,
-              log_},
-             alertService_.among(collaborators_, watching_)),
+      triggers_(services, folder),
+      store_(
+          {services.scheduler, services.bootClock, services.screen, services.preferences,
+           services.notifications, services.random, services.fileWork, vault_, camera_, secrets_,
+           log_},
+          alertService_.among(collaborators_, watching_, triggers_.alarm(), triggers_.unlockLog())),
       gate_(secrets_, store_, fingerprint_, services.scheduler),
       startAtLogin_(services.loginItem, services.preferences, log_,
                     [this](std::string_view name) { return collaborators_.features.on(name); }),
@@ -62,13 +64,16 @@ void BrindleMacApp::start(std::function<void()> started, NightjarStore::Role rol
   freshInstall_.run(lifetime_.guard([this, role, started = std::move(started)] {
     alertService_.prepare();
     watching_.prepare();
+    triggers_.prepare();
     store_.start(role);
     if (role == NightjarStore::Role::guard) {
       alertService_.start(
           {.on = store_.armed(), .asLoginItem = startedAtLogin && startedAtLogin()});
       if (!store_.armed()) watching_.look();
+      triggers_.start(store_);
     } else {
       alertService_.startForCommand();
+      triggers_.startForCommand();
     }
     startAtLogin_.follow([this](auto changed) { return store_.onChange(std::move(changed)); },
                          [this] { return store_.armed(); });

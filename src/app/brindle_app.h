@@ -5,6 +5,7 @@
 
 #include "app/alert_service.h"
 #include "app/app_delegate.h"
+#include "app/extra_triggers.h"
 #include "app/services.h"
 #include "app/watching.h"
 #include "capture/camera_capture.h"
@@ -47,6 +48,7 @@ class BrindleMacApp {
   PhotoVault& vault() { return vault_; }
   AlertService& alertService() { return alertService_; }
   Watching& watching() { return watching_; }
+  ExtraTriggers& triggers() { return triggers_; }
   CameraCapturing& camera() { return camera_; }
   const Services& services() const { return services_; }
 
@@ -62,6 +64,7 @@ class BrindleMacApp {
   NullCollaborators collaborators_;
   AlertService alertService_;
   Watching watching_;
+  ExtraTriggers triggers_;
   NightjarStore store_;
   NoFingerprintCheck fingerprint_;
   OwnerGate gate_;

@@ -4,6 +4,7 @@
 #include <array>
 #include <charconv>
 
+#include "app/command_line_triggers.h"
 #include "base/uuid.h"
 
 namespace brindle {
@@ -143,6 +144,11 @@ Read readRequest(std::string_view name, std::span<const std::string_view> rest) 
   if (name == "delete") return readDelete(std::move(request), rest);
   if (name == "watch") return readWatch(std::move(request), rest);
   if (name == "tripwire") return readTripwire(std::move(request), rest);
+  if (name == "alarm" || name == "schedule" || name == "idle" || name == "log") {
+    auto read = readTriggerRequest(std::move(request), rest);
+    if (!read) return wrong(std::move(read).error());
+    return CommandLine{Mode::request, std::move(*read)};
+  }
   if (name == "vault") rest = takeVaultOptions(request, rest);
   if (std::ranges::find(forms, name, &Form::command) != forms.end()) {
     return readForm(std::move(request), rest);
@@ -177,10 +183,10 @@ Result<CommandLine, std::string> readCommandLine(std::span<const std::string_vie
       {"-h", Mode::help},
       {"--version", Mode::version},
   }};
-  static constexpr std::array<std::string_view, 19> requests{
-      "setup",   "on",      "off",   "status", "history", "delete",   "doctor",
-      "confirm", "account", "terms", "outbox", "alerts",  "backstop", "other-devices",
-      "open",    "notices", "vault", "watch",  "tripwire"};
+  static constexpr std::array<std::string_view, 23> requests{
+      "setup",   "on",    "off",      "status", "history",  "delete",        "doctor", "confirm",
+      "account", "terms", "outbox",   "alerts", "backstop", "other-devices", "open",   "notices",
+      "vault",   "watch", "tripwire", "alarm",  "schedule", "idle",          "log"};
   const std::string_view name = arguments[0];
   const auto rest = arguments.subspan(1);
   const auto mode = std::ranges::find(modes, name, &std::pair<std::string_view, Mode>::first);
@@ -219,6 +225,12 @@ std::string_view usageText() {
                      add PATH|APP: a file, a folder with all that is in it, an app;
                      remove NAME|ID
   tripwire NAME FOLDER  puts a decoy there that nobody has a reason to open
+  alarm              what it sounds for: unplugged|lid|unconfirmed on|off; awake on|off: no idle
+                     sleep while on; test: a short chirp; stop: ends it
+  schedule           when Brindle turns itself on: list [--json]; add TIME DAY...: 09:00 mon tue,
+                     weekdays, weekend, daily; remove|on|off NUMBER
+  idle MINUTES|off   check in when you come back to a machine left unlocked
+  log [--json]       how the unlocks of the last 30 days ended; --own: include your own unlocks
   open LINK          take up a link of a sign-in e-mail
   doctor [--json]    every service: which backend, whether it answers, why not
   rehearse           play the whole story on devices in memory, in a private folder

@@ -120,7 +120,8 @@ std::string statusText(const StatusFacts& facts) {
   if (!guard.saved) text += fmt::format("Not saved yet; {} failed saves.\n", guard.saveFailures);
   if (!guard.cameraAllowed) text += "The camera may not be used.\n";
   if (!guard.lockSourceReachable) text += std::string(noLockSource) + "\n";
-  return text + watchLine(facts.watched) + serviceStatusText(facts.service);
+  return text + triggerLines(facts.triggers) + watchLine(facts.watched) +
+         serviceStatusText(facts.service);
 }
 
 std::string statusJson(const StatusFacts& facts) {
@@ -142,6 +143,7 @@ std::string statusJson(const StatusFacts& facts) {
       .field("lockSource", guard.lockSourceReachable);
   writeServiceStatus(out, facts.service);
   writeWatchStatus(out.key("watched"), facts.watched);
+  writeTriggerStatus(out, facts.triggers);
   out.endObject();
   return text + "\n";
 }

@@ -5,6 +5,7 @@
 #include <vector>
 
 #include "app/service_text.h"
+#include "app/trigger_text.h"
 #include "app/watch_text.h"
 #include "core/guard_status.h"
 #include "core/unlock_event.h"
@@ -18,6 +19,7 @@ struct StatusFacts {
   std::int64_t alertDelay = 0;
   ServiceFacts service;
   std::vector<WatchedItem> watched = {};
+  TriggerFacts triggers = {};
 };
 
 /// Names and addresses are chosen by others: a terminal must not take parts of one for commands.

@@ -34,6 +34,10 @@ WindowManager::Parts windowParts(GuardRun& run, NativeServices& services) {
                                   : "";
   return {
       .window = {.settings = {app.store(), app.gate(), app.secrets(), app.startAtLogin(), keyring},
+                 .triggers = {app.store(), app.gate(), app.triggers().alarm(),
+                              app.triggers().schedule(), app.triggers().idle(),
+                              app.services().triggers.powerSource, app.services().random},
+                 .unlocks = app.triggers().unlockLog(),
                  .vault = app.vault(),
                  .askForCamera = [&app] { app.camera().requestAccess([](bool) {}); },
                  .lockSourceProblem =
@@ -41,6 +45,7 @@ WindowManager::Parts windowParts(GuardRun& run, NativeServices& services) {
                        return screen.reachable() ? std::string() : screen.report().detail;
                      }},
       .screen = screen,
+      .alarm = &app.triggers().alarm(),
       .requestQuit = [&app] { app.appDelegate().requestQuit(); },
       .holdCovers = [&services](auto windows) { services.holdCovers(windows); }};
 }

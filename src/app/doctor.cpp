@@ -61,7 +61,13 @@ std::vector<ServiceReport> Doctor::all(ServiceReport keychain) {
           services_.watching.events.report(),
           services_.watching.opened.report(),
           services_.watching.bookmarks.report(),
-          services_.watching.apps.report()};
+          services_.watching.apps.report(),
+          services_.triggers.powerSource.report(),
+          services_.triggers.idle.report(),
+          services_.triggers.calendar.report(),
+          services_.triggers.outputs.report(),
+          services_.triggers.player.report(),
+          services_.triggers.assertions.report()};
 }
 
 }  // namespace brindle

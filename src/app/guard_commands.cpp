@@ -28,7 +28,8 @@ GuardCommands::GuardCommands(BrindleMacApp& app, bool running, Doctor doctor,
       running_(running),
       doctor_(std::move(doctor)),
       service_(store_, app.alertService(), std::move(openLink)),
-      watch_(store_, app.watching(), app.services().scheduler, running) {}
+      watch_(store_, app.watching(), app.services().scheduler, running),
+      triggers_(store_, app.triggers()) {}
 
 void GuardCommands::need(RequestRef request, std::function<void(Need)> done) {
   app_.secrets().refresh(lifetime_.guard(
@@ -64,6 +65,7 @@ CommandHandler::Need GuardCommands::needOf(const Request& request) const {
   if (command == "setup") return needOfSetup(request);
   if (ServiceCommands::knows(command)) return service_.needOf(request);
   if (WatchCommands::knows(command)) return watch_.needOf(request);
+  if (TriggerCommands::knows(command)) return triggers_.needOf(request);
   return refused("This guard does not know the command \"" + command + "\".\n", exit_code::usage);
 }
 
@@ -83,8 +85,9 @@ void GuardCommands::run(RequestRef ref, const OwnerProof* proof, Done done) {
   const Request& request = *ref;
   const std::string& command = request.command;
   if (command == "status") {
-    const StatusFacts facts{store_.status(), running_, store_.alertDelay(), service_.facts(),
-                            app_.watching().known()};
+    const StatusFacts facts{store_.status(),         running_,
+                            store_.alertDelay(),     service_.facts(),
+                            app_.watching().known(), triggers_.facts()};
     return done(saying(request.json ? statusJson(facts) : statusText(facts)));
   }
   if (command == "history") {
@@ -96,6 +99,7 @@ void GuardCommands::run(RequestRef ref, const OwnerProof* proof, Done done) {
   if (command == "on") return turnOn(std::move(done));
   if (ServiceCommands::knows(command)) return service_.run(request, std::move(done));
   if (WatchCommands::knows(command)) return watch_.run(request, std::move(done));
+  if (TriggerCommands::knows(command)) return triggers_.run(request, std::move(done));
   if (command == "off" && !running_) app_.alertService().sendFromCommand(false);
   if (command == "off") return doneWhenRecorded("Brindle is off.\n", std::move(done));
   if (command == "confirm") return doneWhenRecorded("Confirmed.\n", std::move(done));

@@ -8,6 +8,7 @@
 #include "app/brindle_app.h"
 #include "app/command_session.h"
 #include "app/service_commands.h"
+#include "app/trigger_commands.h"
 #include "app/watch_commands.h"
 
 namespace brindle {
@@ -44,6 +45,7 @@ class GuardCommands final : public CommandHandler {
   Doctor doctor_;
   ServiceCommands service_;
   WatchCommands watch_;
+  TriggerCommands triggers_;
   Lifetime lifetime_;
 };
 

@@ -26,6 +26,24 @@ QString triggerTitle(const Trigger& trigger) {
   return opened(trigger);
 }
 
+QString dateText(WallTime at) {
+  const auto seconds = std::chrono::floor<std::chrono::seconds>(at);
+  const QDateTime moment = QDateTime::fromSecsSinceEpoch(seconds.time_since_epoch().count());
+  return QLocale().toString(moment, QLocale::ShortFormat);
+}
+
+QString outcomeText(UnlockLogEntry::Outcome outcome) {
+  switch (outcome) {
+    case UnlockLogEntry::Outcome::confirmed:
+      return translated("It was you");
+    case UnlockLogEntry::Outcome::unconfirmed:
+      return translated("Nobody confirmed it");
+    case UnlockLogEntry::Outcome::wrongPIN:
+      return translated("Only wrong tries");
+  }
+  return {};
+}
+
 QString attemptTitle(const UnlockEvent& event) {
   if (event.wrongPINs > 0 && event.wrongAnswers > 0)
     return translated("Wrong PIN and wrong answer");
@@ -39,11 +57,7 @@ QString eventTitle(const UnlockEvent& event) {
   return event.trigger ? triggerTitle(*event.trigger) : translated("Unlocked");
 }
 
-QString eventDate(const UnlockEvent& event) {
-  const auto seconds = std::chrono::floor<std::chrono::seconds>(event.date);
-  const QDateTime moment = QDateTime::fromSecsSinceEpoch(seconds.time_since_epoch().count());
-  return QLocale().toString(moment, QLocale::ShortFormat);
-}
+QString eventDate(const UnlockEvent& event) { return dateText(event.date); }
 
 QStringList eventDetails(const UnlockEvent& event) {
   QStringList lines;
@@ -58,6 +72,12 @@ QStringList eventDetails(const UnlockEvent& event) {
   if (event.photoPending) lines << translated("A photo is still being taken.");
   if (!event.resolved && !event.attemptOnly) lines << translated("Nobody has confirmed this yet.");
   return lines;
+}
+
+QString unlockText(const UnlockLogEntry& entry) {
+  QString text = dateText(entry.at) + "   " + outcomeText(entry.outcome);
+  if (entry.wrongTries > 0) text += translated(", wrong tries: %1").arg(entry.wrongTries);
+  return text;
 }
 
 }  // namespace brindle

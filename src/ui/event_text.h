@@ -4,6 +4,7 @@
 #include <QStringList>
 
 #include "core/unlock_event.h"
+#include "core/unlock_log.h"
 
 namespace brindle {
 
@@ -18,5 +19,8 @@ QString eventDate(const UnlockEvent& event);
 /// Everything else worth knowing, a line each: wrong tries, what else was opened, why there is no
 /// photo, whether it was confirmed.
 QStringList eventDetails(const UnlockEvent& event);
+
+/// A line of the unlock log: when it was, and how it ended.
+QString unlockText(const UnlockLogEntry& entry);
 
 }  // namespace brindle

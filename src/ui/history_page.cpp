@@ -3,6 +3,7 @@
 #include <QHBoxLayout>
 #include <QPixmap>
 #include <QVBoxLayout>
+#include <ranges>
 
 #include "ui/event_text.h"
 #include "ui/owner_check_dialog.h"
@@ -33,11 +34,17 @@ void clear(QLayout* layout) {
 
 }  // namespace
 
-HistoryPage::HistoryPage(NightjarStore& store, OwnerGate& gate, PhotoVault& vault)
-    : store_(store), gate_(gate), vault_(vault), pages_(new QStackedLayout(this)) {
+HistoryPage::HistoryPage(NightjarStore& store, OwnerGate& gate, PhotoVault& vault,
+                         UnlockLog& unlocks)
+    : store_(store),
+      gate_(gate),
+      vault_(vault),
+      unlocks_(unlocks),
+      pages_(new QStackedLayout(this)) {
   pages_->addWidget(lockedPage());
   pages_->addWidget(openPage());
   changes_ = store_.onChange([this] { refresh(); });
+  recorded_ = unlocks_.onChange([this] { refresh(); });
   refresh();
 }
 
@@ -58,11 +65,31 @@ QWidget* HistoryPage::lockedPage() {
 QWidget* HistoryPage::openPage() {
   auto* page = new QWidget;
   auto* row = new QHBoxLayout(page);
+  row->addLayout(listColumn(), 2);
+  row->addLayout(eventColumn(), 3);
+  return page;
+}
+
+QLayout* HistoryPage::listColumn() {
+  auto* column = new QVBoxLayout;
   list_ = new QListWidget;
   list_->setAccessibleName(translated("History"));
-  row->addWidget(list_, 2);
+  column->addWidget(list_, 3);
+  column->addWidget(new QLabel(translated("How the unlocks of the last 30 days ended")));
+  outcomes_ = new QListWidget;
+  outcomes_->setAccessibleName(translated("How the unlocks of the last 30 days ended"));
+  column->addWidget(outcomes_, 2);
+  own_ = new QCheckBox(shown("Include your own unlocks"));
+  column->addWidget(own_);
+  connect(own_, &QCheckBox::clicked, this, [this](bool include) {
+    if (!unlocks_.setIncludeOwn(include)) own_->setChecked(unlocks_.includeOwn());
+    fillUnlocks();
+  });
+  return column;
+}
+
+QLayout* HistoryPage::eventColumn() {
   auto* column = new QVBoxLayout;
-  row->addLayout(column, 3);
   details_ = new QLabel;
   details_->setWordWrap(true);
   details_->setTextInteractionFlags(Qt::TextSelectableByMouse | Qt::TextSelectableByKeyboard);
@@ -80,7 +107,7 @@ QWidget* HistoryPage::openPage() {
           [this] { withSelected(&HistoryPage::confirmSelected); });
   connect(remove_, &QPushButton::clicked, this,
           [this] { withSelected(&HistoryPage::removeSelected); });
-  return page;
+  return column;
 }
 
 void HistoryPage::refresh() {
@@ -91,9 +118,11 @@ void HistoryPage::refresh() {
     // What was on the page must not stay in its widgets behind a closed door.
     listed_.clear();
     list_->clear();
+    outcomes_->clear();
   } else if (listed_ != store_.events() || list_->count() == 0) {
     fillList();
   }
+  if (open) fillUnlocks();
   showSelected();
 }
 
@@ -106,6 +135,15 @@ void HistoryPage::fillList() {
     if (before && before->id == (*event)->id) list_->setCurrentRow(list_->count() - 1);
   }
   if (list_->currentRow() < 0 && list_->count() > 0) list_->setCurrentRow(0);
+}
+
+void HistoryPage::fillUnlocks() {
+  own_->setChecked(unlocks_.includeOwn());
+  outcomes_->clear();
+  for (const UnlockLogEntry& each : std::views::reverse(unlocks_.entries())) {
+    const bool own = each.outcome == UnlockLogEntry::Outcome::confirmed;
+    if (!own || unlocks_.includeOwn()) outcomes_->addItem(unlockText(each));
+  }
 }
 
 EventRef HistoryPage::selected() const {

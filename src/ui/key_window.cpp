@@ -24,9 +24,11 @@ KeyWindow::KeyWindow(Parts parts)
   auto* column = new QVBoxLayout(this);
   column->addWidget(tabs_);
   tabs_->addTab(guardPage(), translated("Guard"));
-  tabs_->addTab(new HistoryPage(store_, parts_.settings.gate, parts_.vault), translated("History"));
+  tabs_->addTab(new HistoryPage(store_, parts_.settings.gate, parts_.vault, parts_.unlocks),
+                translated("History"));
   settings_ = new SettingsPage(parts_.settings);
   tabs_->addTab(settings_, translated("Settings"));
+  tabs_->addTab(new TriggersPage(parts_.triggers), translated("Alarm and schedule"));
   changes_ = store_.onChange([this] { refresh(); });
   refresh();
 }

