@@ -21,13 +21,21 @@ void Doctor::ask(bool json, std::function<void(Reply)> done) {
   services_.secretWork.run(
       [keychain, &service = services_.keychain] { *keychain = service.report(); },
       [this, keychain, json, done = std::move(done)] {
-        auto reports = all(*keychain);
-        if (watched_) reports.push_back(watched_());
-        const bool fit = std::ranges::all_of(
-            reports, [](const auto& each) { return each.answered || !isEssential(each); });
-        done({.text = json ? doctorJson(reports) : doctorText(reports),
-              .exitCode = fit ? exit_code::done : exit_code::failed});
+        // The sound server is not talked to before somebody wants to know.
+        services_.triggers.outputs.readDefault([this, keychain, json, done](const auto&) {
+          services_.triggers.player.look(
+              [this, keychain, json, done] { done(answer(*keychain, json)); });
+        });
       });
+}
+
+Reply Doctor::answer(const ServiceReport& keychain, bool json) {
+  auto reports = all(keychain);
+  if (watched_) reports.push_back(watched_());
+  const bool fit = std::ranges::all_of(
+      reports, [](const auto& each) { return each.answered || !isEssential(each); });
+  return {.text = json ? doctorJson(reports) : doctorText(reports),
+          .exitCode = fit ? exit_code::done : exit_code::failed};
 }
 
 std::vector<ServiceReport> Doctor::all(ServiceReport keychain) {

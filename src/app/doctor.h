@@ -18,11 +18,13 @@ class Doctor {
   Doctor(const Services& services, ServiceReport window, Watched watched = {})
       : services_(services), window_(std::move(window)), watched_(std::move(watched)) {}
 
-  /// `done` from the main loop: the keychain is asked on its worker. The exit code says whether the
-  /// guard can do its work: lock signals, camera, keychain and files answer.
+  /// `done` from the main loop: the keychain is asked on its worker, the sound server answers
+  /// later. The exit code says whether the guard can do its work: lock signals, camera, keychain
+  /// and files answer.
   void ask(bool json, std::function<void(Reply)> done);
 
  private:
+  Reply answer(const ServiceReport& keychain, bool json);
   std::vector<ServiceReport> all(ServiceReport keychain);
 
   Services services_;

@@ -1,6 +1,7 @@
 #include "app/extra_triggers.h"
 
 #include "app/brindle_app.h"
+#include "triggers/alarm_rules.h"
 
 namespace brindle {
 namespace {
@@ -14,14 +15,6 @@ AlarmEngine::Parts alarmParts(const Services& all) {
           .log = Log(all.log),
           .soundFile = joinPath(all.triggers.sounds, "alarm.wav"),
           .forcesVolume = all.triggers.distribution == "direct"};
-}
-
-bool unplugged(const PowerReading& before, const PowerReading& after) {
-  return before.onAdapter == true && after.onAdapter == false;
-}
-
-bool lidShut(const PowerReading& before, const PowerReading& after) {
-  return before.lidClosed == false && after.lidClosed == true;
 }
 
 }  // namespace
@@ -75,7 +68,7 @@ void ExtraTriggers::guardChanged() {
 /// First the sound: whoever pulls the plug is about to run.
 void ExtraTriggers::powerChanged(const PowerReading& before, const PowerReading& after) {
   alarm_.powerChanged(before, after);
-  if (unplugged(before, after)) {
+  if (adapterPulled(before, after)) {
     store_->occurred({std::string(trigger_kind::powerUnplugged), {}});
   }
   if (lidShut(before, after)) store_->occurred({std::string(trigger_kind::lidClosed), {}});

@@ -69,8 +69,8 @@ int runGuard(const AppPaths& paths, bool atLogin) {
   });
   std::unique_ptr<TerminalGuard> terminal;
   run.start([&] {
-    terminal =
-        std::make_unique<TerminalGuard>(loop, run.app().store(), run.app().gate(), STDIN_FILENO);
+    terminal = std::make_unique<TerminalGuard>(loop, run.app().store(), run.app().gate(),
+                                               run.app().triggers().alarm(), STDIN_FILENO);
   });
   loop.run();
   return exitCode;

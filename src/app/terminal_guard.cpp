@@ -16,14 +16,25 @@ void show(std::string_view text) {
 
 }  // namespace
 
-TerminalGuard::TerminalGuard(MainLoop& scheduler, NightjarStore& store, OwnerGate& gate, int input)
+TerminalGuard::TerminalGuard(MainLoop& scheduler, NightjarStore& store, OwnerGate& gate,
+                             AlarmEngine& alarm, int input)
     : scheduler_(scheduler),
       store_(store),
       gate_(gate),
+      alarm_(alarm),
       input_(input),
       terminal_(isatty(input) == 1),
-      changes_(store.onChange([this] { follow(); })) {
+      changes_(store.onChange([this] { follow(); })),
+      alarmChanges_(alarm.onChange([this] { followAlarm(); })) {
   follow();
+  followAlarm();
+}
+
+/// What awaits its answer asks here as well; an alarm may sound on after that, or without it.
+void TerminalGuard::followAlarm() {
+  const bool sounding = alarm_.sounding().has_value();
+  if (sounding == std::exchange(alarmTold_, sounding) || !sounding) return;
+  show("\nThe alarm sounds (" + *alarm_.sounding() + "). Stop it: brindle alarm stop\n");
 }
 
 void TerminalGuard::follow() {

@@ -8,6 +8,7 @@
 #include "core/nightjar_store.h"
 #include "owner/owner_gate.h"
 #include "platform/posix/main_loop.h"
+#include "triggers/alarm_engine.h"
 
 namespace brindle {
 
@@ -17,10 +18,12 @@ namespace brindle {
 class TerminalGuard {
  public:
   /// Reads from `input`, a terminal or not; writes to standard output.
-  TerminalGuard(MainLoop& scheduler, NightjarStore& store, OwnerGate& gate, int input);
+  TerminalGuard(MainLoop& scheduler, NightjarStore& store, OwnerGate& gate, AlarmEngine& alarm,
+                int input);
 
  private:
   void follow();
+  void followAlarm();
   void open();
   void close();
   void prompt();
@@ -32,6 +35,7 @@ class TerminalGuard {
   MainLoop& scheduler_;
   NightjarStore& store_;
   OwnerGate& gate_;
+  AlarmEngine& alarm_;
   int input_;
   bool terminal_;
   std::unique_ptr<GateSitting> sitting_;
@@ -40,7 +44,8 @@ class TerminalGuard {
   bool trying_ = false;
   std::unique_ptr<EchoOff> quiet_;
   Subscription watch_;
-  Subscription changes_;
+  bool alarmTold_ = false;
+  Subscription changes_, alarmChanges_;
 };
 
 }  // namespace brindle

@@ -36,6 +36,9 @@ class SoundPlayer {
   /// main loop and only while the object returned is there; `running` is false by then.
   [[nodiscard]] virtual std::unique_ptr<Playing> play(
       const Sound& sound, std::function<void(const SoundFailure&)> failed) = 0;
+  /// Finds out whether anything could sound, which the report knows from then on. `looked` from the
+  /// main loop, exactly once, within a few seconds.
+  virtual void look(std::function<void()> looked) = 0;
   virtual ServiceReport report() const = 0;
 };
 

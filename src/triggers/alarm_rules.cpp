@@ -2,12 +2,18 @@
 
 namespace brindle {
 
+bool adapterPulled(const PowerReading& before, const PowerReading& after) {
+  return before.onAdapter == true && after.onAdapter == false;
+}
+
+bool lidShut(const PowerReading& before, const PowerReading& after) {
+  return before.lidClosed == false && after.lidClosed == true;
+}
+
 std::optional<std::string_view> alarmReason(const PowerReading& before, const PowerReading& after,
                                             const AlarmSettings& settings) {
-  const bool unplugged = before.onAdapter == true && after.onAdapter == false;
-  if (settings.unplugged && unplugged) return alarm_reason::powerUnplugged;
-  const bool closed = before.lidClosed == false && after.lidClosed == true;
-  if (settings.lid && closed) return alarm_reason::lidClosed;
+  if (settings.unplugged && adapterPulled(before, after)) return alarm_reason::powerUnplugged;
+  if (settings.lid && lidShut(before, after)) return alarm_reason::lidClosed;
   return std::nullopt;
 }
 

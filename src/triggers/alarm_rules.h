@@ -15,8 +15,13 @@ inline constexpr std::string_view lidClosed = "lid-closed";
 inline constexpr std::string_view powerUnplugged = "power-unplugged";
 }  // namespace alarm_reason
 
-/// What a change of adapter or lid is a reason to sound for, by the owner's choice. Only what was
-/// known before and is known after counts; the adapter comes before the lid.
+/// The adapter was pulled, or the lid closed, between two readings. Only what was known before and
+/// is known after counts.
+bool adapterPulled(const PowerReading& before, const PowerReading& after);
+bool lidShut(const PowerReading& before, const PowerReading& after);
+
+/// What a change of adapter or lid is a reason to sound for, by the owner's choice; the
+/// adapter comes before the lid.
 std::optional<std::string_view> alarmReason(const PowerReading& before, const PowerReading& after,
                                             const AlarmSettings& settings);
 

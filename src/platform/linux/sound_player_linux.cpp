@@ -12,4 +12,14 @@ std::unique_ptr<SoundPlayer::Playing> LinuxSoundPlayer::play(
   return std::make_unique<PulsePlaying>(connection_, sound, std::move(failed));
 }
 
+void LinuxSoundPlayer::look(std::function<void()> looked) {
+  auto kept = std::make_shared<Subscription>(connection_.keep());
+  connection_.whenReady(lifetime_.guard([this, kept, looked = std::move(looked)](pa_context*) {
+    connection_.loop().post(lifetime_.guard([kept, looked] {
+      kept->end();
+      looked();
+    }));
+  }));
+}
+
 }  // namespace brindle

@@ -13,10 +13,12 @@ class LinuxSoundPlayer final : public SoundPlayer {
 
   [[nodiscard]] std::unique_ptr<Playing> play(
       const Sound& sound, std::function<void(const SoundFailure&)> failed) override;
+  void look(std::function<void()> looked) override;
   ServiceReport report() const override { return connection_.report(); }
 
  private:
   PulseConnection connection_;
+  Lifetime lifetime_;
 };
 
 }  // namespace brindle

@@ -28,6 +28,7 @@ class MemorySoundPlayer final : public SoundPlayer {
     }
     return std::make_unique<MemoryPlaying>(std::move(state));
   }
+  void look(std::function<void()> looked) override { scheduler_.post(std::move(looked)); }
   ServiceReport report() const override { return {"sound player", "memory", !failure_, {}}; }
 
   void failWith(std::optional<SoundFailure> failure) { failure_ = std::move(failure); }
