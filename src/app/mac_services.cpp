@@ -91,6 +91,12 @@ class MacServices final : public NativeServices {
   std::unique_ptr<OpenedFiles> openedFiles_ = makeMacOpenedFiles();
   std::unique_ptr<Bookmarks> bookmarks_ = makeMacBookmarks();
   std::unique_ptr<RunningApps> apps_ = makeMacRunningApps();
+  std::unique_ptr<PowerSource> powerSource_ = makeMacPowerSource(*scheduler_);
+  std::unique_ptr<IdleTime> idle_ = makeMacIdleTime(*scheduler_);
+  std::unique_ptr<Calendar> calendar_ = makeMacCalendar();
+  std::unique_ptr<AudioOutputs> outputs_ = makeMacAudioOutputs(*scheduler_);
+  std::unique_ptr<SoundPlayer> player_ = makeMacSoundPlayer(*scheduler_);
+  std::unique_ptr<PowerAssertions> assertions_ = makeMacPowerAssertions(*scheduler_);
   Services services_{
       *scheduler_,
       *bootClock_,
@@ -113,7 +119,9 @@ class MacServices final : public NativeServices {
       sink_,
       {*http_, *watchTransfer_, *alertTransfer_, *vaultTransfer_, *power_, *activity_, *machine_,
        *links_, *webSignIn_, *appleSignIn_, *push_, *path_, *browser_},
-      {*fileEvents_, *openedFiles_, *bookmarks_, *apps_, *watchWork_, macLibraryFolder()}};
+      {*fileEvents_, *openedFiles_, *bookmarks_, *apps_, *watchWork_, macLibraryFolder()},
+      {*powerSource_, *idle_, *calendar_, *outputs_, *player_, *assertions_, macResourcesFolder(),
+       macDistribution()}};
 };
 
 }  // namespace

@@ -31,6 +31,8 @@ expect(info["CFBundleIdentifier"] == identifier, "the bundle's identifier is not
 expect(info["CFBundleExecutable"] in programs, "no program of that name is built")
 for key in ("LSUIElement", "LSMultipleInstancesProhibited", "NSCameraUseContinuityCameraDeviceType"):
     expect(info.get(key) is True, f"{key} must be set")
+distribution = re.search(r'distribution = @"([^"]+)"', names)[1]
+expect(info.get(distribution) == "BRINDLE_DISTRIBUTION", "without its distribution the alarm leaves the volume alone")
 expect(info.get("NSCameraUsageDescription"), "without a camera text the system ends the process")
 scheme = re.search(r'appScheme = "([^"]+)"', (root / "src/service/email_sign_in.h").read_text(encoding="utf-8"))[1]
 expect([scheme] == [each for kind in info["CFBundleURLTypes"] for each in kind["CFBundleURLSchemes"]],

@@ -13,7 +13,7 @@ import sys
 
 # The C++ library and runtime come with the compiler; the libraries with their own headers.
 GIVEN = re.compile(
-    r"__ZN?K?St|__ZT[IVS]N?K?St|__Zn[aw]|__Zd[al]|__ZTVN10__cxxabiv|___cxa_|___gxx_|__Unwind_"
+    r"__ZN?K?St|__ZT[ITVS]N?K?St|__Zn[aw]|__Zd[al]|__ZTVN10__cxxabiv|___cxa_|___gxx_|__Unwind_"
     r"|___clang_call|___isPlatformVersionAtLeast|___(u?div|umod|mod)ti3|___stack_chk_|___dso_handle"       # C++ and compiler
     r"|_objc_|_OBJC_EHTYPE_|___objc_|___CFConstantString|__NSConcrete|__Block_|__objc_empty"
     r"|__ZN?K?5boost|__ZT[IVS]N5boost|_(BIO|BN|CRYPTO|EC|ERR|EVP|OPENSSL|OSSL|OpenSSL|PEM|PKCS5)_|_\w+_72$"

@@ -7,14 +7,17 @@
 
 #include "base/log.h"
 #include "platform/apple_sign_in.h"
+#include "platform/audio_output.h"
 #include "platform/background_transfer.h"
 #include "platform/bookmarks.h"
 #include "platform/boot_clock.h"
 #include "platform/browser.h"
+#include "platform/calendar.h"
 #include "platform/camera.h"
 #include "platform/file_events.h"
 #include "platform/flash_window.h"
 #include "platform/http.h"
+#include "platform/idle_time.h"
 #include "platform/image.h"
 #include "platform/keychain.h"
 #include "platform/login_item.h"
@@ -23,6 +26,8 @@
 #include "platform/notifications.h"
 #include "platform/opened_files.h"
 #include "platform/posix/files_posix.h"
+#include "platform/power_assertion.h"
+#include "platform/power_source.h"
 #include "platform/preferences.h"
 #include "platform/process_activity.h"
 #include "platform/push_registration.h"
@@ -30,6 +35,7 @@
 #include "platform/running_apps.h"
 #include "platform/scheduler.h"
 #include "platform/screen_lock.h"
+#include "platform/sound_player.h"
 #include "platform/system_power.h"
 #include "platform/web_sign_in.h"
 #include "platform/worker_queue.h"
@@ -51,6 +57,10 @@ std::unique_ptr<Keychain> makeMacKeychain();
 std::string macSupportFolder();
 /// This person's Library, where programs keep what they need; a real path.
 std::string macLibraryFolder();
+/// Where the bundle keeps what is no program; outside one, where the program lies.
+std::string macResourcesFolder();
+/// What the bundle says of its distribution; empty when it says nothing.
+std::string macDistribution();
 /// This person's own, which the system clears now and then.
 std::string macTemporaryFolder();
 std::unique_ptr<Preferences> makeMacPreferences();
@@ -72,6 +82,13 @@ std::unique_ptr<FileEvents> makeMacFileEvents(Scheduler& scheduler);
 std::unique_ptr<OpenedFiles> makeMacOpenedFiles();
 std::unique_ptr<Bookmarks> makeMacBookmarks();
 std::unique_ptr<RunningApps> makeMacRunningApps();
+
+std::unique_ptr<AudioOutputs> makeMacAudioOutputs(Scheduler& scheduler);
+std::unique_ptr<SoundPlayer> makeMacSoundPlayer(Scheduler& scheduler);
+std::unique_ptr<PowerAssertions> makeMacPowerAssertions(Scheduler& scheduler);
+std::unique_ptr<PowerSource> makeMacPowerSource(Scheduler& scheduler);
+std::unique_ptr<IdleTime> makeMacIdleTime(Scheduler& scheduler);
+std::unique_ptr<Calendar> makeMacCalendar();
 
 std::unique_ptr<Http> makeMacHttp(Scheduler& scheduler);
 /// One for each `identifier` and process; the system keeps its transfers under it.

@@ -36,6 +36,13 @@ inline constexpr const char* lastUsedDate = "com.apple.lastuseddate#PS";
 inline NSString* const bundleDisplayName = @"CFBundleDisplayName";
 inline NSString* const bundleName = @"CFBundleName";
 
+/// Our own, in the bundle's Info.plist.
+inline NSString* const distribution = @"BrindleDistribution";
+
+/// Property of the kernel's root power domain (IOPM.h: kAppleClamshellStateKey); true while the lid
+/// is closed, absent on a machine without one.
+inline NSString* const clamshellState = @"AppleClamshellState";
+
 /// Key of -[NSScreen deviceDescription] (NSScreen.h); its number is the display's identifier.
 inline NSString* const screenNumber = @"NSScreenNumber";
 

@@ -3,6 +3,7 @@
 #include <cstdlib>
 
 #include "platform/mac/mac_backends.h"
+#include "platform/mac/mac_names.h"
 #include "platform/mac/mac_support.h"
 
 namespace brindle {
@@ -23,5 +24,13 @@ std::string macLibraryFolder() {
 }
 
 std::string macTemporaryFolder() { return mac::stringOf(NSTemporaryDirectory()); }
+
+std::string macResourcesFolder() { return mac::stringOf(NSBundle.mainBundle.resourcePath); }
+
+std::string macDistribution() {
+  id said = [NSBundle.mainBundle objectForInfoDictionaryKey:mac::names::distribution];
+  if (![said isKindOfClass:NSString.class]) return {};
+  return mac::stringOf(static_cast<NSString*>(said));
+}
 
 }  // namespace brindle
