@@ -125,6 +125,8 @@ int ObservedFolders::refuse(const Place& place, int error, Reason reason) {
   const std::string path = place.path();
   if (!refusedByFileSystem(error)) {
     parts_.unobserved.add(path, error, parts_.kernel);
+    // Nothing in it will be told: that it came is, so that somebody looks what is not observed.
+    if (reason == Reason::appeared) parts_.batch.add(path, KernelChange::created);
     if (!isLimit(error)) awaitRights(place);
   } else if (std::ranges::find(refused_, path) == refused_.end()) {
     refused_.push_back(path);

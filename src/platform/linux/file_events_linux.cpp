@@ -38,17 +38,18 @@ std::span<const Kernel> kernelsOf(LinuxFileEvents::Way way) {
 Result<std::unique_ptr<FileEventStream>, std::string> LinuxFileEvents::open(
     const ObservedPaths& paths, Deliver deliver) {
   auto stream = std::make_unique<LinuxFileEventStream>(times_, std::move(deliver), paths);
-  std::string problem;
+  std::string problem, limit;
   for (const Kernel& kernel : kernelsOf(way_)) {
     if (!stream->wantsMore(kernel.kind)) continue;
     if (auto watch = kernel.open()) {
       stream->observe(std::move(*watch), kernel.kind);
     } else {
       problem = kernel.name + ": " + why(watch.error(), kernel.groups);
+      if (isLimit(watch.error())) limit = problem;
     }
   }
   if (stream->wantsMore() && !stream->observesAnything()) return Failure(problem);
-  if (!stream->start()) return Failure(std::string("the system has no thread for it"));
+  if (!stream->start(limit)) return Failure(std::string("the system has no thread for it"));
   return stream;
 }
 

@@ -276,9 +276,14 @@ TEST(FileEventsLinux, AReachedLimitIsNamedAndTheRestStaysObserved) {
     if (!stream || (*stream)->unobserved().empty()) return 1;
     const UnobservedPath first = (*stream)->unobserved()[0];
     if (!first.limit || !first.why.contains("fs.fanotify.max_user_marks")) return 2;
-    real.sh("cat file");
+    real.sh("cat file; mkdir tree/late");
     (*stream)->flush();
-    return seen.has(real.path("file"), opened) ? 0 : 3;
+    if (!seen.has(real.path("tree/late"), file_event::itemCreated)) return 3;
+    std::ofstream("/proc/sys/user/max_fanotify_groups") << 3;
+    std::ofstream("/proc/sys/user/max_inotify_instances") << 0;
+    const auto second = events.open({{real.path("file")}, {real.path("tree")}, {}}, [](auto) {});
+    if (!second || !(*second)->unobserved().back().limit) return 4;
+    return seen.has(real.path("file"), opened) ? 0 : 5;
   });
   const int status = child.wait();
   if (status == 77) GTEST_SKIP() << "no user namespace can be made here";

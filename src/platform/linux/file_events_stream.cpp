@@ -47,10 +47,12 @@ void LinuxFileEventStream::observe(std::unique_ptr<KernelWatch> kernel, Kind kin
   std::ranges::move(refused.folders, std::back_inserter(left_.folders));
 }
 
-bool LinuxFileEventStream::start() {
+bool LinuxFileEventStream::start(const std::string& limit) {
   if (!wake_) return false;
   for (const std::string& path : allOf(left_)) {
-    unobserved_.add({path, "its file system does not tell of openings"});
+    unobserved_.add(limit.empty()
+                        ? UnobservedPath{path, "its file system does not tell of openings"}
+                        : UnobservedPath{path, limit, false, true});
   }
   const SignalsBlocked blocked;
   try {

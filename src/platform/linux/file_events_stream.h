@@ -35,8 +35,9 @@ class LinuxFileEventStream final : public FileEventStream {
   }
   void observe(std::unique_ptr<KernelWatch> kernel, Kind kind = Kind::both);
   bool observesAnything() const { return !observations_.empty(); }
-  /// False when the system has no thread for it.
-  bool start();
+  /// False when the system has no thread for it. `limit` has kept a kernel from being tried; empty
+  /// when none has.
+  bool start(const std::string& limit = {});
   void flush() override;
   std::vector<UnobservedPath> unobserved() const override { return unobserved_.all(); }
 

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <algorithm>
 #include <cstdint>
 #include <functional>
 #include <mutex>
@@ -39,9 +40,12 @@ class OpeningTimes {
     }
     return std::nullopt;
   }
-  /// Openings between these times may have gone unseen.
+  /// Openings between these times may have gone unseen. Another observation may just have said so
+  /// of a longer time, and nobody have looked yet.
   void lost(Span span) {
     const std::lock_guard lock(mutex_);
+    if (lost_ && lost_->to >= span.from && span.to - lost_->from <= kept)
+      span.from = std::min(span.from, lost_->from);
     lost_ = span;
   }
   std::optional<Span> lost() const {
