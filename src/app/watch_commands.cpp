@@ -138,14 +138,20 @@ void WatchCommands::remove(const std::string& nameOrId, const CommandHandler::Do
                            watchListText(found),
                        exit_code::failed));
   }
-  const WatchTarget target = found[0].target;
-  const auto answer = [this, done, target](WatchList::Removed how) {
+  const auto once = std::make_shared<CommandHandler::Done>(done);
+  const auto answer = [this, once, target = found[0].target](Removed how) {
+    const auto first = std::exchange(*once, nullptr);
+    if (!first) return;
     const bool failed = how == Removed::notSaved || how == Removed::notListed;
-    done(saying(removedText(target, how, running_), failed ? exit_code::failed : exit_code::done));
+    first(saying(removedText(target, how, running_), failed ? exit_code::failed : exit_code::done));
   };
-  list_.remove(target.id, lifetime_.guard([this, answer](WatchList::Removed how) {
-    if (how != Removed::notSaved || running_) return answer(how);
-    whenSaved([answer](bool saved) { answer(saved ? Removed::done : Removed::notSaved); });
+  if (!running_) {
+    savingLimit_ = scheduler_.after(longestSaving, [answer] { answer(Removed::notSaved); });
+  }
+  list_.remove(found[0].target.id, lifetime_.guard([this, answer](Removed how) {
+    if (how == Removed::notSaved && !running_) return;  // it is tried again
+    savingLimit_.cancel();
+    answer(how);
   }));
 }
 

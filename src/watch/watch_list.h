@@ -66,7 +66,8 @@ class WatchList {
   void addFileOrFolder(const std::string& path, Added done);
   void addApp(const std::string& pathOrId, Added done);
   void createTripwire(const std::string& name, const std::string& folder, Added done);
-  /// A tripwire's decoy goes too, once the list without it is on disk.
+  /// A tripwire's decoy goes too, once the list without it is on disk. `done` comes twice where
+  /// the first save failed: then, and with how it ended once a later one went well.
   void remove(const Uuid& id, std::function<void(Removed)> done);
   /// Undoes an addition that could not be saved, for who does not go on trying.
   void takeBack(const Uuid& id, std::function<void()> done);

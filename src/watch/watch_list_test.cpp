@@ -74,10 +74,9 @@ class WatchListTest : public ::testing::Test {
     return ask([&](auto done) { list->createTripwire(name, folder, done); });
   }
   Removed remove(const Uuid& id) {
-    Removed how = Removed::notListed;
-    list->remove(id, [&how](Removed removed) { how = removed; });
+    list->remove(id, [this](Removed how) { removed = how; });
     clock.run();
-    return how;
+    return removed;
   }
   void gone(const std::string& folder, const std::string& name) {
     list->decoyGone(list->targets().front().id, folder, name);
@@ -99,6 +98,7 @@ class WatchListTest : public ::testing::Test {
   RecordingLog lines;
   std::optional<WatchList> list;
   std::string said;
+  Removed removed{};
   std::vector<std::string> told;
   int changes = 0;
   Subscription changes_, notices_;
@@ -375,6 +375,7 @@ TEST_F(WatchListTest, RemovingDeletesTheDecoyAndNeverAnotherFile) {
   EXPECT_EQ(remove(all[1].id), Removed::notSaved);
   EXPECT_EQ(content("/home/u/Plans/One.rtf"), decoyContent()) << "a restart would list it";
   clock.advance(2s);
+  EXPECT_EQ(removed, Removed::done) << "told once it is so";
   EXPECT_EQ(content("/home/u/Plans/One.rtf"), "none");
   put("/home/u/Plans/Two.rtf", "somebody's own words");
   EXPECT_EQ(remove(all[2].id), Removed::decoyLeft);

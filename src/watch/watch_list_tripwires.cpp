@@ -31,18 +31,14 @@ void WatchList::remove(const Uuid& id, std::function<void(Removed)> done) {
   log_.notice("watch list: %{public}s removed, %{public}ld items",
               WatchTarget::kindNames.of(target->kind), targets_.size() - 1);
   drop(id);
-  const auto once = std::make_shared<std::function<void(Removed)>>(std::move(done));
-  const auto answer = [once](Removed how) {
-    if (const auto told = std::exchange(*once, nullptr)) told(how);
-  };
-  saving_.changed([answer, tripwire, last = decoy.empty()](bool saved) {
-    if (!saved) return answer(Removed::notSaved);
-    if (last) answer(tripwire ? Removed::decoyNotFound : Removed::done);
+  saving_.changed([done](bool saved) {
+    if (!saved) done(Removed::notSaved);
   });
   // A decoy that went before the list did would be missed, and put back, after a crash between.
-  if (!decoy.empty()) {
-    saving_.whenRecorded([this, decoy, answer] { removeDecoy(decoy, answer); });
-  }
+  saving_.whenRecorded([this, decoy, tripwire, done] {
+    if (!decoy.empty()) return removeDecoy(decoy, done);
+    done(tripwire ? Removed::decoyNotFound : Removed::done);
+  });
 }
 
 void WatchList::drop(const Uuid& id) {
