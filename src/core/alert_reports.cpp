@@ -54,13 +54,25 @@ void AlertReports::released(const Uuid& id) {
   const EventRef event = parts_.history.find(id);
   if (!event) return;
   parts_.copies.released(id);
+  logUnconfirmed(*event);   // once it is owed, no later run does
   parts_.owed.setOwed(id);  // before anybody can say that the event needs nothing more
-  const auto outcome =
-      event->attemptOnly ? UnlockLogging::Outcome::wrongPIN : UnlockLogging::Outcome::unconfirmed;
-  parts_.collaborators.unlockLog.record(id, event->date, outcome,
-                                        event->wrongPINs + event->wrongAnswers);
   if (const auto notice = noticeOfUnconfirmed(*event)) parts_.collaborators.push.send(*notice);
   report(id);
+}
+
+void AlertReports::logUnconfirmed(const UnlockEvent& event) {
+  const auto outcome =
+      event.attemptOnly ? UnlockLogging::Outcome::wrongPIN : UnlockLogging::Outcome::unconfirmed;
+  parts_.collaborators.unlockLog.record(event.id, event.date, outcome,
+                                        event.wrongPINs + event.wrongAnswers);
+}
+
+void AlertReports::tried(const Uuid& id) {
+  const EventRef event = parts_.history.find(id);
+  if (!event || hold_.running(id)) return;
+  const bool wasReleased =
+      event->alert != AlertState::none || parts_.owed.owed(id) || parts_.owed.notWanted(id);
+  if (wasReleased) logUnconfirmed(*event);
 }
 
 void AlertReports::report(const Uuid& id) {

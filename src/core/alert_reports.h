@@ -41,6 +41,10 @@ class AlertReports {
   bool ended(const Uuid& event, AlertState how);
   /// The owner gave an answer other than "that was me": no reason to wait any longer.
   void releaseNow(const Uuid& event);
+  /// One more wrong try was made for it. What the unlock log says of it already is put right.
+  void tried(const Uuid& event);
+  /// Whatever becomes of the event, the unlock log keeps that nobody said it was them.
+  void logUnconfirmed(const UnlockEvent& event);
   /// The event was confirmed or deleted: nothing is owed about it.
   void settle(const Uuid& event);
   bool holding(const Uuid& event) const { return hold_.running(event); }

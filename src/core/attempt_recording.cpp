@@ -11,6 +11,7 @@ void AttemptRecording::wrongTry(WrongTry which, const std::optional<Uuid>& pendi
   const bool pin = which == WrongTry::pin;
   parts_.history.change(
       event, [&](UnlockEvent& tried) { ++(pin ? tried.wrongPINs : tried.wrongAnswers); });
+  parts_.reports.tried(event);
   parts_.collaborators.push.send(noticeOf(which));
   parts_.photos.take(event, pin ? PhotoUse::wrongPIN : PhotoUse::wrongAnswer);
 }

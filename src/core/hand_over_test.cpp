@@ -38,7 +38,10 @@ TEST_F(HandOverTest, WhatNobodyWantsIsRecordedOnceAndWhatIsOwedGoesOnInTheNextRu
   turnOn();
   const Uuid wanted = unlockAndSettle();
   scheduler.advance(30s);  // nobody is signed in
-  EXPECT_TRUE(others.was("log unconfirmed") && others.was("report"));
+  EXPECT_TRUE(others.was("log unconfirmed 0") && others.was("report"));
+  store->wrongTry(WrongTry::pin);
+  scheduler.run();
+  EXPECT_TRUE(others.was("log unconfirmed 1"));
   relaunch();
   scheduler.advance(1h);
   EXPECT_FALSE(others.was("log") || others.was("report") || others.was("alarm"));

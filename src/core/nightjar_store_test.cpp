@@ -382,10 +382,12 @@ TEST_F(NightjarStoreTest, DeletingRemovesTheRecordFirstAndThenItsFiles) {
 
   EXPECT_TRUE(vault->savePhoto("stray.jpg", bytesOf("x")));
   comeBack();
+  others.calls.clear();
   std::optional<PhotoVault::DeletedAll> deleted;
   store->deleteAll(action, [&](PhotoVault::DeletedAll all) { deleted = all; });
   scheduler.advance(3s);
   EXPECT_TRUE(deleted && deleted->complete && photos().empty());
+  EXPECT_TRUE(others.was("log unconfirmed 0")) << "nobody had answered";
   EXPECT_TRUE(onDisk().events.empty() && store->events().empty());
   worker->hold();
   store->deleteAll(action);

@@ -107,6 +107,7 @@ bool UnlockHandling::keep(const Uuid& id) {
 bool UnlockHandling::remove(const Uuid& id) {
   const EventRef event = parts_.history.find(id);
   if (!event) return false;
+  if (!event->resolved) parts_.reports.logUnconfirmed(*event);
   answered(id);
   parts_.photos.end(id);
   settle(*event);
@@ -122,6 +123,7 @@ void UnlockHandling::removeFiles() {
 
 void UnlockHandling::removeAll(std::function<void(PhotoVault::DeletedAll)> done) {
   for (const EventRef& event : parts_.history.events()) {
+    if (!event->resolved) parts_.reports.logUnconfirmed(*event);
     parts_.photos.end(event->id);
     settle(*event);
   }
