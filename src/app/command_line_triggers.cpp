@@ -29,11 +29,11 @@ Read readAlarm(Request request, Words rest) {
 }
 
 Read readSchedule(Request request, Words rest) {
+  request.json = !rest.empty() && rest.back() == "--json";
+  if (request.json) rest = rest.first(rest.size() - 1);
   request.target = rest.empty() ? "list" : rest[0];
-  if (request.target == "list") {
-    request.json = rest.size() == 2 && rest[1] == "--json";
-    if (rest.size() < 2 || request.json) return request;
-  }
+  if (request.target == "list" && rest.size() < 2) return request;
+  if (request.json) return wrong("only schedule list takes --json");
   if (request.target == "add" && rest.size() > 1) {
     for (const std::string_view word : rest.subspan(1)) {
       request.value.append(request.value.empty() ? "" : " ").append(word);
@@ -44,7 +44,8 @@ Read readSchedule(Request request, Words rest) {
     request.value = rest[1];
     return request;
   }
-  return wrong("schedule takes list [--json], add TIME DAY..., or remove|on|off NUMBER");
+  return wrong(
+      "schedule takes list [--json], add TIME DAY... (09:00 mon tue), or remove|on|off NUMBER");
 }
 
 Read readIdle(Request request, Words rest) {

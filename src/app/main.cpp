@@ -152,7 +152,7 @@ int main(int argc, char** argv) {
   const std::vector<std::string_view> arguments(argv + 1, argv + argc);
   auto line = readCommandLine(arguments);
   if (!line) {
-    std::fprintf(stderr, "brindle: %s\n%s", line.error().c_str(), std::string(usageText()).c_str());
+    std::fprintf(stderr, "brindle: %s\nbrindle help: all commands\n", line.error().c_str());
     return exit_code::usage;
   }
   switch (line->mode) {

@@ -76,6 +76,7 @@ TriggerFacts TriggerCommands::facts() const {
       .awakeOffered = services.assertions.offers(PowerAssertions::Kind::preventUserIdleSystemSleep),
       .forcesVolume = services.distribution == "direct",
       .times = triggers_.schedule().times(),
+      .timesComplete = triggers_.schedule().complete(),
       .next = next ? std::optional(services.calendar.local(*next)) : std::nullopt,
       .idleMinutes = triggers_.idle().minutes(),
       .idleAvailable = triggers_.idle().available()};

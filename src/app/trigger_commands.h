@@ -35,7 +35,6 @@ class TriggerCommands {
   ExtraTriggers& triggers_;
   Timer chirping_;
   std::unique_ptr<SoundPlayer::Playing> chirp_;
-  Lifetime lifetime_;
 };
 
 }  // namespace brindle

@@ -7,11 +7,14 @@
 #include <charconv>
 
 #include "app/command_text.h"
+#include "triggers/turn_on_schedule.h"
 
 namespace brindle {
 namespace {
 
 constexpr std::array<std::string_view, 7> dayNames{"Sun", "Mon", "Tue", "Wed", "Thu", "Fri", "Sat"};
+constexpr std::array<std::string_view, 7> longDayNames{"sunday",   "monday", "tuesday", "wednesday",
+                                                       "thursday", "friday", "saturday"};
 const std::set<int> everyDay{1, 2, 3, 4, 5, 6, 7};
 const std::set<int> workDays{2, 3, 4, 5, 6};
 const std::set<int> weekend{1, 7};
@@ -25,6 +28,7 @@ constexpr EnumNames<UnlockLogging::Outcome, 3> outcomeTexts{{{
 std::string_view onOff(bool on) { return on ? "on" : "off"; }
 
 std::string daysText(const std::set<int>& days) {
+  if (days.empty()) return "no day";
   if (days == everyDay) return "every day";
   if (days == workDays) return "Mon to Fri";
   if (days == weekend) return "Sat and Sun";
@@ -50,19 +54,20 @@ std::string settingLine(std::string_view name, bool on, std::string_view what,
   return line + "\n";
 }
 
-std::optional<std::set<int>> oneDay(std::string_view word) {
+std::optional<std::set<int>> oneDay(std::string_view typed) {
+  std::string word(typed);
+  for (char& each : word) {
+    each = static_cast<char>(std::tolower(static_cast<unsigned char>(each)));
+  }
   if (word == "daily") return everyDay;
   if (word == "weekdays") return workDays;
   if (word == "weekend") return weekend;
-  for (std::size_t i = 0; i < dayNames.size(); ++i) {
-    if (std::ranges::equal(word, dayNames[i], [](char typed, char name) {
-          return std::tolower(static_cast<unsigned char>(typed)) ==
-                 std::tolower(static_cast<unsigned char>(name));
-        })) {
-      return std::set<int>{static_cast<int>(i) + 1};
-    }
-  }
-  return std::nullopt;
+  const auto named = [&word](std::string_view day) {
+    return word == day || word == day.substr(0, 3);
+  };
+  const auto day = std::ranges::find_if(longDayNames, named);
+  if (day == longDayNames.end()) return std::nullopt;
+  return std::set<int>{static_cast<int>(day - longDayNames.begin()) + 1};
 }
 
 std::optional<int> twoDigits(std::string_view text, int most) {
@@ -133,17 +138,15 @@ std::string idleText(const TriggerFacts& facts) {
                      facts.idleMinutes, missing);
 }
 
-std::string timeText(const ScheduleTime& time) {
-  return fmt::format("{:02}:{:02} {}", time.hour, time.minute, daysText(time.weekdays));
-}
-
 std::string scheduleText(const TriggerFacts& facts) {
   std::string text;
   int number = 0;
   for (const ScheduleTime& each : facts.times) {
-    text += fmt::format("{:>3}  {}{}\n", ++number, timeText(each), each.isOn ? "" : ", off");
+    text += fmt::format("{:>3}  {:02}:{:02} {}{}\n", ++number, each.hour, each.minute,
+                        daysText(each.weekdays), each.isOn ? "" : " (off)");
   }
   if (facts.times.empty()) text += "No times are chosen.\n";
+  if (!facts.timesComplete) text += std::string(TurnOnSchedule::someUnreadable) + "\n";
   if (facts.next) text += "Next start: " + localText(*facts.next) + "\n";
   return text + "A schedule only ever turns Brindle on, never off.\n";
 }

@@ -20,6 +20,7 @@ struct TriggerFacts {
   bool awakeOffered = true;
   bool forcesVolume = true;
   std::vector<ScheduleTime> times;
+  bool timesComplete = true;  ///< false: some cannot be read
   std::optional<LocalTime> next;
   std::int64_t idleMinutes = 0;
   bool idleAvailable = false;
@@ -34,12 +35,10 @@ std::string idleText(const TriggerFacts& facts);
 std::string scheduleText(const TriggerFacts& facts);
 std::string scheduleJson(const TriggerFacts& facts);
 
-/// One time as a person reads it: "09:00 on Mon, Tue".
-std::string timeText(const ScheduleTime& time);
 /// "9:00", "09:00", "21:30".
 std::optional<std::pair<int, int>> readClock(std::string_view text);
-/// Days as a person types them: "mon tue", "weekdays", "weekend", "daily". Nothing when one of them
-/// is no day.
+/// Days as a person types them: "mon Tuesday", "weekdays", "weekend", "daily". Nothing when one of
+/// them is no day.
 std::optional<std::set<int>> readDays(std::string_view words);
 
 /// `own`: with the unlocks that the owner confirmed.

@@ -7,10 +7,6 @@
 namespace brindle {
 namespace {
 
-constexpr const char* someUnreadable =
-    "Some of the times at which Brindle turns itself on can't be read and were left out. Look "
-    "through the schedule.";
-
 /// Exactly what `secondsSince1970` was given, so that no start falls between the two. None for a
 /// number that no clock wrote.
 std::optional<WallTime> fromSecondsSince1970(double seconds) {
@@ -40,6 +36,7 @@ TurnOnSchedule::TurnOnSchedule(Preferences& defaults, Calendar& calendar, Schedu
 
 void TurnOnSchedule::start() {
   load();
+  keepUnreadable();
   started_ = true;
   clock_ = calendar_.onChange([this] { check(); });
   check();
@@ -59,17 +56,18 @@ void TurnOnSchedule::loadTimes() {
   const auto* text = std::get_if<std::string>(&*stored);
   ReadTimes read = text ? readScheduleTimes(*text) : ReadTimes{{}, false};
   times_ = std::move(read.times);
-  if (!read.complete) keepUnreadable(*std::move(stored));
+  if (!read.complete) unreadable_ = std::move(stored);
 }
 
 /// Told once: from then on the list is what could be read.
-void TurnOnSchedule::keepUnreadable(PreferenceValue original) {
-  const bool kept = defaults_.change({{std::string(unreadableKey), std::move(original)},
+void TurnOnSchedule::keepUnreadable() {
+  if (!unreadable_) return;
+  const bool kept = defaults_.change({{std::string(unreadableKey), unreadable_},
                                       {std::string(timesKey), writeScheduleTimes(times_)}});
   log_.notice(
       "schedule: not all times could be read: %{public}ld left, kept aside: %{bool,public}d",
       times_.size(), kept);
-  if (tellOwner) tellOwner(someUnreadable);
+  if (tellOwner) tellOwner(std::string(someUnreadable));
 }
 
 void TurnOnSchedule::check() {
@@ -136,6 +134,7 @@ bool TurnOnSchedule::setTimes(std::vector<ScheduleTime> times) {
   // With the last check, which may not have been stored when it was made.
   Changes changes = checked();
   changes.emplace_back(timesKey, writeScheduleTimes(times));
+  if (unreadable_) changes.emplace_back(unreadableKey, unreadable_);
   if (!defaults_.change(changes)) return false;
   times_ = std::move(times);
   if (started_) rearm();

@@ -23,6 +23,9 @@ class TurnOnSchedule {
   static constexpr std::string_view unreadableKey = "schedule.times.unreadable";
   /// The starts that fired, by their keys, one a line, the latest last.
   static constexpr std::string_view firedKey = "schedule.fired";
+  static constexpr std::string_view someUnreadable =
+      "Some of the times at which Brindle turns itself on can't be read and were left out. Look "
+      "through the schedule.";
   /// So many of them are known: more than a year of two starts a day.
   static constexpr std::size_t mostFired = 1000;
 
@@ -35,13 +38,16 @@ class TurnOnSchedule {
 
   /// Reads the times and checks for the first time. Called once, when `arm` is set.
   void start();
-  /// As `start`, for a command's own process: reads, and neither checks nor waits.
+  /// As `start`, for a command's own process: reads, and neither checks nor waits nor sets aside
+  /// what is unreadable, which the guard is to tell the owner of.
   void load();
   /// The machine woke, the clock was set, the zone changed, or the timer fired. Nothing before
   /// `start`.
   void check();
 
   const std::vector<ScheduleTime>& times() const { return times_; }
+  /// False: some were unreadable when they were read.
+  bool complete() const { return !unreadable_; }
   /// Checks by the old times first, so that a time that was added does not fire for a start that
   /// had passed; without `start`, what the old times missed is left to the guard. False, and they
   /// stay as they were: they could not be stored.
@@ -53,7 +59,7 @@ class TurnOnSchedule {
   using Changes = std::vector<std::pair<std::string, std::optional<PreferenceValue>>>;
 
   void loadTimes();
-  void keepUnreadable(PreferenceValue original);
+  void keepUnreadable();
   std::optional<Occurrence> startDue(const ScheduleTime& time, WallTime after, WallTime now) const;
   std::optional<Occurrence> latestDue(WallTime after, WallTime now) const;
   void fire(const Occurrence& occurrence, WallTime now);
@@ -68,6 +74,7 @@ class TurnOnSchedule {
   Log log_;
   bool started_ = false;
   std::vector<ScheduleTime> times_;
+  std::optional<PreferenceValue> unreadable_;  ///< the times as they were stored
   /// As stored, and ahead of it while nothing can be stored.
   std::optional<WallTime> lastChecked_;
   std::vector<std::string> fired_;

@@ -130,8 +130,13 @@ TEST_F(TurnOnScheduleTest, UnreadableRecordsCostThemselvesAndAreKept) {
   const std::string one = writeScheduleTimes({daily(1, 9, 0)});
   const PreferenceValue twice = "[{}," + one.substr(1, one.size() - 2) + "," + one.substr(1);
   ASSERT_TRUE(preferences.set("schedule.times", twice));
+  TurnOnSchedule command(preferences, calendar, time, Log(lines));
+  command.load();
+  EXPECT_FALSE(command.complete());
+  EXPECT_EQ(preferences.get("schedule.times"), twice) << "the guard is to tell the owner";
   for (int i = 0; i < 2; ++i) launch(calendar);
   EXPECT_EQ(schedule->times(), std::vector{daily(1, 9, 0)});
+  ASSERT_TRUE(command.setTimes({}));
   EXPECT_EQ(preferences.get("schedule.times.unreadable"), twice);
   EXPECT_EQ(told.size(), 1U);
 }
