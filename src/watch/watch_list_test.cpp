@@ -366,8 +366,7 @@ TEST_F(WatchListTest, ADecoyThatWentWhileNobodyWatchedIsPutBackAtTheNextStart) {
 
 TEST_F(WatchListTest, RemovingDeletesTheDecoyAndNeverAnotherFile) {
   ASSERT_EQ(add("/home/u/Plans/a.txt"), "added");
-  ASSERT_EQ(tripwire("One"), "added");
-  ASSERT_EQ(tripwire("Two"), "added");
+  for (const char* name : {"One", "Two"}) ASSERT_EQ(tripwire(name), "added");
   const auto all = list->targets();
   EXPECT_EQ(remove(all[0].id), Removed::done);
   EXPECT_EQ(content("/home/u/Plans/a.txt"), "a");
@@ -417,9 +416,7 @@ TEST_F(WatchListTest, MissingTargetsStayAndStaleBookmarksAreRenewed) {
 
 TEST(WatchTargetTest, OpeningsAreToldInOneSentence) {
   EXPECT_EQ(openingText({"watched-app", "Mail"}), "Someone opened 'Mail' on your Mac.");
-  WatchTarget decoy;
-  decoy.kind = WatchTarget::Kind::tripwire;
-  EXPECT_EQ(openingText(triggerFor(decoy)), "Someone opened a tripwire file on your Mac.");
+  EXPECT_EQ(openingText({"tripwire", "Bank"}), "Someone opened a tripwire file on your Mac.");
 }
 
 }  // namespace
