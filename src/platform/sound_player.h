@@ -33,7 +33,8 @@ class SoundPlayer {
 
   virtual ~SoundPlayer() = default;
   /// Starts at the next turn of the loop at the latest. `failed` is told at most once, from the
-  /// main loop and only while the object returned is there; `running` is false by then.
+  /// main loop and only while the object returned is there, which may go in it; `running` is false
+  /// by then.
   [[nodiscard]] virtual std::unique_ptr<Playing> play(
       const Sound& sound, std::function<void(const SoundFailure&)> failed) = 0;
   /// Finds out whether anything could sound, which the report knows from then on. `looked` from the

@@ -31,12 +31,13 @@ TYPED_TEST_P(SoundPlayerContract, AFailureIsToldOnceFromTheLoopAndToNobodyWhoLef
   int failures = 0;
   std::unique_ptr<SoundPlayer::Playing> playing;
   const auto play = [&] {
-    playing = test.backend.player().play(test.backend.spoilt(), [&](const SoundFailure& failure) {
-      ++failures;
+    const auto told = [&, one = std::make_shared<int>(1)](const SoundFailure& failure) {
       EXPECT_EQ(failure.kind, SoundFailure::Kind::unreadable);
       EXPECT_FALSE(playing->running());
       playing.reset();
-    });
+      failures += *one;  // whoever is told stays until the end of it
+    };
+    playing = test.backend.player().play(test.backend.spoilt(), told);
   };
   play();
   play();  // the one before has gone
