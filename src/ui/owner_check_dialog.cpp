@@ -1,6 +1,7 @@
 #include "ui/owner_check_dialog.h"
 
 #include <QDialogButtonBox>
+#include <QPushButton>
 #include <QVBoxLayout>
 
 #include "ui/texts.h"
@@ -22,6 +23,9 @@ OwnerCheckDialog::OwnerCheckDialog(QWidget* parent, OwnerGate& gate, OwnerPurpos
   });
   layout->addWidget(form);
   auto* buttons = new QDialogButtonBox(QDialogButtonBox::Cancel);
+  // Return in the field has the try begin, whose busy field passes its focus on: the button that
+  // gets it must not take the rest of that key press for "cancel".
+  buttons->button(QDialogButtonBox::Cancel)->setAutoDefault(false);
   layout->addWidget(buttons);
   connect(buttons, &QDialogButtonBox::rejected, this, &QDialog::reject);
   if (givenUp) connect(this, &QDialog::rejected, this, givenUp);
