@@ -188,7 +188,9 @@ std::string unlockLogText(const std::vector<UnlockLogEntry>& entries, const Cale
       continue;
     }
     text += localText(calendar.local(each.at)) + "  " + std::string(outcomeTexts.of(each.outcome));
-    if (each.wrongTries > 0) {
+    const bool onlyTries = each.outcome == UnlockLogging::Outcome::wrongPIN;
+    if (each.wrongTries > 0 && onlyTries) text += fmt::format(": {}", each.wrongTries);
+    if (each.wrongTries > 0 && !onlyTries) {
       text += fmt::format(", {} wrong {}", each.wrongTries, each.wrongTries == 1 ? "try" : "tries");
     }
     text += "\n";

@@ -75,9 +75,10 @@ QStringList eventDetails(const UnlockEvent& event) {
 }
 
 QString unlockText(const UnlockLogEntry& entry) {
-  QString text = dateText(entry.at) + "   " + outcomeText(entry.outcome);
-  if (entry.wrongTries > 0) text += translated(", wrong tries: %1").arg(entry.wrongTries);
-  return text;
+  const QString text = dateText(entry.at) + "   " + outcomeText(entry.outcome);
+  if (entry.wrongTries == 0) return text;
+  const bool onlyTries = entry.outcome == UnlockLogEntry::Outcome::wrongPIN;
+  return text + translated(onlyTries ? ": %1" : ", wrong tries: %1").arg(entry.wrongTries);
 }
 
 }  // namespace brindle

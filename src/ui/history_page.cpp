@@ -78,6 +78,7 @@ QLayout* HistoryPage::listColumn() {
   column->addWidget(new QLabel(translated("How the unlocks of the last 30 days ended")));
   outcomes_ = new QListWidget;
   outcomes_->setAccessibleName(translated("How the unlocks of the last 30 days ended"));
+  outcomes_->setWordWrap(true);
   column->addWidget(outcomes_, 2);
   own_ = new QCheckBox(shown("Include your own unlocks"));
   column->addWidget(own_);
@@ -119,6 +120,7 @@ void HistoryPage::refresh() {
     listed_.clear();
     list_->clear();
     outcomes_->clear();
+    listedUnlocks_.clear();
   } else if (listed_ != store_.events() || list_->count() == 0) {
     fillList();
   }
@@ -139,11 +141,15 @@ void HistoryPage::fillList() {
 
 void HistoryPage::fillUnlocks() {
   own_->setChecked(unlocks_.includeOwn());
-  outcomes_->clear();
+  QStringList lines;
   for (const UnlockLogEntry& each : std::views::reverse(unlocks_.entries())) {
     const bool own = each.outcome == UnlockLogEntry::Outcome::confirmed;
-    if (!own || unlocks_.includeOwn()) outcomes_->addItem(unlockText(each));
+    if (!own || unlocks_.includeOwn()) lines << unlockText(each);
   }
+  if (lines == listedUnlocks_) return;  // whoever is reading keeps their place
+  listedUnlocks_ = lines;
+  outcomes_->clear();
+  outcomes_->addItems(lines);
 }
 
 EventRef HistoryPage::selected() const {

@@ -5,6 +5,7 @@
 #include <QListWidget>
 #include <QPushButton>
 #include <QStackedLayout>
+#include <QStringList>
 #include <QWidget>
 
 #include "base/lifetime.h"
@@ -49,6 +50,7 @@ class HistoryPage : public QWidget {
   QPushButton* mine_ = nullptr;
   QPushButton* remove_ = nullptr;
   EventList listed_;
+  QStringList listedUnlocks_;
   Subscription changes_, recorded_;
 };
 

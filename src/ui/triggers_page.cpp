@@ -1,9 +1,9 @@
 #include "ui/triggers_page.h"
 
+#include <QEvent>
 #include <QFormLayout>
 #include <QHBoxLayout>
 #include <QLocale>
-#include <QPushButton>
 #include <QVBoxLayout>
 #include <algorithm>
 
@@ -13,6 +13,8 @@
 namespace brindle {
 namespace {
 
+constexpr const char* unpluggedText = "Sound the alarm when the power adapter is unplugged";
+
 QString translated(const char* text) { return QCoreApplication::translate("brindle", text); }
 
 /// Qt counts from Monday, the schedule from Sunday.
@@ -20,10 +22,15 @@ QString dayName(int weekday, QLocale::FormatType format) {
   return QLocale().dayName(weekday == 1 ? 7 : weekday - 1, format);
 }
 
+/// As the owner's clock shows it, but never with seconds, which no start has.
+QString clockFormat() {
+  return QLocale().timeFormat(QLocale::ShortFormat).remove(":ss").remove(".ss");
+}
+
 QString timeText(const ScheduleTime& time) {
   QStringList days;
   for (const int day : time.weekdays) days << dayName(day, QLocale::ShortFormat);
-  const QString when = QLocale().toString(QTime(time.hour, time.minute), QLocale::ShortFormat);
+  const QString when = QLocale().toString(QTime(time.hour, time.minute), clockFormat());
   return when + "   " + days.join(", ") + (time.isOn ? QString() : translated(" (off)"));
 }
 
@@ -43,13 +50,11 @@ TriggersPage::TriggersPage(Parts parts) : parts_(parts) {
 }
 
 void TriggersPage::addAlarm(QLayout* layout) {
-  QCheckBox* unplugged = addSetting(layout, "Sound the alarm when the power adapter is unplugged",
-                                    &AlarmSettings::unplugged);
-  unplugged->setEnabled(parts_.power.hasBattery());
+  unplugged_ = addSetting(layout, unpluggedText, &AlarmSettings::unplugged);
   addSetting(layout, "Sound the alarm when the lid is closed", &AlarmSettings::lid);
   addSetting(layout, "Sound the alarm when an unlock is not confirmed",
              &AlarmSettings::unconfirmed);
-  addSetting(layout, "Keep this Mac awake while Brindle is on", &AlarmSettings::stayAwake);
+  addSetting(layout, "Keep this computer awake while Brindle is on", &AlarmSettings::stayAwake);
 }
 
 QCheckBox* TriggersPage::addSetting(QLayout* layout, const char* text,
@@ -75,6 +80,8 @@ void TriggersPage::addIdle(QLayout* layout) {
   minutes_->setAccessibleName(translated("Minutes without a touch before a check-in"));
   form->addRow(shown("Check in when you come back"), minutes_);
   layout->addWidget(box);
+  unavailable_ = new QLabel(translated("This desktop does not tell how long nobody touched it."));
+  layout->addWidget(unavailable_);
   connect(minutes_, &QSpinBox::editingFinished, this, [this] {
     const std::int64_t wanted = minutes_->value();
     if (wanted == parts_.idle.minutes()) return;
@@ -92,16 +99,17 @@ void TriggersPage::addSchedule(QLayout* layout) {
   auto* buttons = new QWidget;
   auto* row = new QHBoxLayout(buttons);
   row->setContentsMargins(0, 0, 0, 0);
-  auto* onOff = new QPushButton(translated("Turn this time on or off"));
-  auto* remove = new QPushButton(translated("Remove this time"));
-  row->addWidget(onOff);
-  row->addWidget(remove);
+  onOff_ = new QPushButton;
+  remove_ = new QPushButton(translated("Remove this time"));
+  row->addWidget(onOff_);
+  row->addWidget(remove_);
   layout->addWidget(buttons);
   layout->addWidget(newTimeRow());
-  connect(onOff, &QPushButton::clicked, this, [this] {
+  connect(times_, &QListWidget::currentRowChanged, this, [this] { showChosen(); });
+  connect(onOff_, &QPushButton::clicked, this, [this] {
     changeTimes([](auto& times, std::size_t at) { times[at].isOn = !times[at].isOn; });
   });
-  connect(remove, &QPushButton::clicked, this, [this] {
+  connect(remove_, &QPushButton::clicked, this, [this] {
     changeTimes([](auto& times, std::size_t at) {
       times.erase(times.begin() + static_cast<std::ptrdiff_t>(at));
     });
@@ -113,6 +121,7 @@ QWidget* TriggersPage::newTimeRow() {
   auto* row = new QHBoxLayout(box);
   row->setContentsMargins(0, 0, 0, 0);
   clock_ = new QTimeEdit(QTime(9, 0));
+  clock_->setDisplayFormat(clockFormat());
   clock_->setAccessibleName(translated("Time"));
   row->addWidget(clock_);
   for (int weekday = 1; weekday <= 7; ++weekday) {
@@ -147,10 +156,9 @@ void TriggersPage::addTime() {
 
 void TriggersPage::changeTimes(
     std::function<void(std::vector<ScheduleTime>&, std::size_t row)> change) {
-  const int row = times_->currentRow();
-  if (row < 0 || static_cast<std::size_t>(row) >= parts_.schedule.times().size()) return;
-  const Uuid id = parts_.schedule.times()[static_cast<std::size_t>(row)].id;
-  guarded([this, id, change = std::move(change)] {
+  const ScheduleTime* shownTime = chosen();
+  if (!shownTime) return;
+  guarded([this, id = shownTime->id, change = std::move(change)] {
     auto times = parts_.schedule.times();
     const auto chosen = std::ranges::find(times, id, &ScheduleTime::id);
     if (chosen == times.end()) return;
@@ -176,18 +184,47 @@ void TriggersPage::stored(bool well) {
   refresh();
 }
 
+/// Commands change the settings, too, and other programs what can be had.
+bool TriggersPage::event(QEvent* event) {
+  if (event->type() == QEvent::Show || event->type() == QEvent::WindowActivate) refresh();
+  return QWidget::event(event);
+}
+
 void TriggersPage::refresh() {
   const AlarmSettings settings = parts_.alarm.settings();
   for (const auto& [box, setting] : settings_) box->setChecked(settings.*setting);
+  const bool battery = parts_.power.hasBattery();
+  unplugged_->setEnabled(battery);
+  unplugged_->setText(translated(unpluggedText) +
+                      (battery ? QString() : translated(" (there is no battery)")));
   if (!minutes_->hasFocus()) minutes_->setValue(static_cast<int>(parts_.idle.minutes()));
   minutes_->setEnabled(parts_.idle.available());
-  minutes_->setToolTip(parts_.idle.available()
-                           ? QString()
-                           : translated("This desktop does not tell how long nobody touched it."));
+  unavailable_->setVisible(!parts_.idle.available());
+  if (listed_ != parts_.schedule.times()) fillTimes();
+  showChosen();
+}
+
+void TriggersPage::fillTimes() {
   const int row = times_->currentRow();
+  listed_ = parts_.schedule.times();
   times_->clear();
-  for (const ScheduleTime& each : parts_.schedule.times()) times_->addItem(timeText(each));
+  for (const ScheduleTime& each : listed_) times_->addItem(timeText(each));
   times_->setCurrentRow(std::clamp(row, 0, std::max(0, times_->count() - 1)));
+}
+
+/// What the list shows: the schedule may have changed since.
+const ScheduleTime* TriggersPage::chosen() const {
+  const int row = times_->currentRow();
+  const bool any = row >= 0 && static_cast<std::size_t>(row) < listed_.size();
+  return any ? &listed_[static_cast<std::size_t>(row)] : nullptr;
+}
+
+void TriggersPage::showChosen() {
+  const ScheduleTime* time = chosen();
+  onOff_->setEnabled(time);
+  remove_->setEnabled(time);
+  onOff_->setText(time && !time->isOn ? translated("Turn this time on")
+                                      : translated("Turn this time off"));
 }
 
 }  // namespace brindle

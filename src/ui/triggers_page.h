@@ -1,9 +1,9 @@
 #pragma once
 
 #include <QCheckBox>
-#include <QComboBox>
 #include <QLabel>
 #include <QListWidget>
+#include <QPushButton>
 #include <QSpinBox>
 #include <QTimeEdit>
 #include <QWidget>
@@ -34,6 +34,9 @@ class TriggersPage : public QWidget {
   };
   explicit TriggersPage(Parts parts);
 
+ protected:
+  bool event(QEvent* event) override;
+
  private:
   void addAlarm(QLayout* layout);
   void addIdle(QLayout* layout);
@@ -41,6 +44,9 @@ class TriggersPage : public QWidget {
   QWidget* newTimeRow();
   QCheckBox* addSetting(QLayout* layout, const char* text, bool AlarmSettings::*setting);
   void refresh();
+  void fillTimes();
+  const ScheduleTime* chosen() const;
+  void showChosen();
   void guarded(std::function<void()> act);
   void changeSettings(bool AlarmSettings::*setting, bool on);
   void addTime();
@@ -50,8 +56,12 @@ class TriggersPage : public QWidget {
 
   Parts parts_;
   std::vector<std::pair<QCheckBox*, bool AlarmSettings::*>> settings_;
+  QCheckBox* unplugged_ = nullptr;
   QSpinBox* minutes_ = nullptr;
+  QLabel* unavailable_ = nullptr;  ///< why no minutes can be chosen
+  std::vector<ScheduleTime> listed_;
   QListWidget* times_ = nullptr;
+  QPushButton *onOff_ = nullptr, *remove_ = nullptr;
   QTimeEdit* clock_ = nullptr;
   std::array<QCheckBox*, 7> days_{};
   QLabel* message_ = nullptr;

@@ -241,6 +241,10 @@ TEST_F(WindowsTest, TimesAreChosenWithADayAndWhileOnOnlyWithProof) {
   press("Add this time");
   ASSERT_EQ(schedule.times().size(), 1U);
   EXPECT_EQ(schedule.times()[0].weekdays, std::set<int>{2});
+  const ScheduleTime another{Uuid{{9}}, {1}, 8, 0, true};
+  ASSERT_TRUE(schedule.setTimes({another, schedule.times()[0]}));  // by a command
+  press("Remove this time");
+  EXPECT_EQ(schedule.times(), std::vector{another}) << "the one that the page shows goes";
   turnOn();
   press("Remove this time");
   EXPECT_EQ(schedule.times().size(), 1U);
