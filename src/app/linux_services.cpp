@@ -238,6 +238,9 @@ class LinuxServices final : public NativeServices {
 }  // namespace
 
 std::unique_ptr<NativeServices> makeNativeServices(const AppPaths& paths, ProgramKind program) {
+  // It has libpulse look, on the main thread, for a sound server where the owner logged in from:
+  // the alarm is for this machine, and a display over there may hang. No other thread runs yet.
+  unsetenv("SSH_CONNECTION");
   return std::make_unique<LinuxServices>(paths, program);
 }
 

@@ -3,6 +3,7 @@
 #include <pulse/error.h>
 #include <pulse/proplist.h>
 #include <pulse/subscribe.h>
+#include <pulse/volume.h>
 
 #include <algorithm>
 #include <utility>
@@ -111,7 +112,7 @@ void PulsePlaying::stateChanged() {
     return fill();
   }
   if (PA_STREAM_IS_GOOD(state)) return;
-  const int why = pa_context_errno(pa_stream_get_context(stream_.get()));
+  const int why = pa_context_errno(context());
   fail(sounded_ ? Kind::other : Kind::unplayable, pa_strerror(why));
 }
 
@@ -159,29 +160,43 @@ void PulsePlaying::keepLoud(pa_subscription_event_type_t type, std::uint32_t ind
   const bool changed =
       what == (unsigned{PA_SUBSCRIPTION_EVENT_SINK_INPUT} | unsigned{PA_SUBSCRIPTION_EVENT_CHANGE});
   if (!changed || !running_ || !sounded_ || index != pa_stream_get_index(stream_.get())) return;
-  const auto look = [](pa_context*, const pa_sink_input_info* now, int, void* self) {
-    if (now) static_cast<PulsePlaying*>(self)->makeLoud(*now);
+  const auto seen = [](pa_context*, const pa_sink_input_info* now, int, void* self) {
+    if (now) static_cast<PulsePlaying*>(self)->look(*now);
   };
-  looking_.reset(
-      pa_context_get_sink_input_info(pa_stream_get_context(stream_.get()), index, look, this));
+  looking_.reset(pa_context_get_sink_input_info(context(), index, seen, this));
 }
 
-void PulsePlaying::makeLoud(const pa_sink_input_info& now) {
-  pa_context* context = pa_stream_get_context(stream_.get());
-  const pa_cvolume loud = fullVolume(now.volume.channels);
-  if (!pa_cvolume_equal(&loud, &now.volume)) {
-    PulseOperation(pa_context_set_sink_input_volume(context, now.index, &loud, nullptr, nullptr));
-  }
+void PulsePlaying::look(const pa_sink_input_info& now) {
   if (now.mute) {
-    PulseOperation(pa_context_set_sink_input_mute(context, now.index, 0, nullptr, nullptr));
+    PulseOperation(pa_context_set_sink_input_mute(context(), now.index, 0, nullptr, nullptr));
   }
+  volume_ = now.volume;
+  const auto seen = [](pa_context*, const pa_sink_info* output, int, void* self) {
+    if (output) static_cast<PulsePlaying*>(self)->makeLoud(*output);
+  };
+  looking_.reset(pa_context_get_sink_info_by_index(context(), now.sink, seen, this));
+}
+
+/// Where an output follows the loudest of its streams ("flat volumes"), all of it is the output's
+/// own volume: more would change that, which is nobody's but the owner's here.
+void PulsePlaying::makeLoud(const pa_sink_info& output) {
+  pa_cvolume loud = fullVolume(volume_.channels);
+  if (output.flags & PA_SINK_FLAT_VOLUME) {
+    loud = output.volume;
+    pa_cvolume_remap(&loud, &output.channel_map, pa_stream_get_channel_map(stream_.get()));
+  }
+  if (pa_cvolume_equal(&loud, &volume_)) return;
+  PulseOperation(pa_context_set_sink_input_volume(context(), pa_stream_get_index(stream_.get()),
+                                                  &loud, nullptr, nullptr));
 }
 
 void PulsePlaying::fail(Kind kind, std::string text) {
   if (!std::exchange(running_, false)) return;
   letGo();
-  connection_.loop().post(
-      lifetime_.guard([this, failure = SoundFailure{kind, std::move(text)}] { failed_(failure); }));
+  connection_.loop().post(lifetime_.guard([this, failure = SoundFailure{kind, std::move(text)}] {
+    const Failed told = std::move(failed_);  // which may end this
+    told(failure);
+  }));
 }
 
 void PulsePlaying::letGo() {

@@ -45,10 +45,12 @@ class PulsePlaying final : public SoundPlayer::Playing {
   bool give(std::size_t bytes);
   void drain();
   void keepLoud(pa_subscription_event_type_t type, std::uint32_t index);
-  void makeLoud(const pa_sink_input_info& now);
+  void look(const pa_sink_input_info& now);
+  void makeLoud(const pa_sink_info& output);
   void fail(SoundFailure::Kind kind, std::string text);
   /// Not at once: libpulse may be calling.
   void letGo();
+  pa_context* context() const { return pa_stream_get_context(stream_.get()); }
 
   PulseConnection& connection_;
   bool loops_;
@@ -61,6 +63,7 @@ class PulsePlaying final : public SoundPlayer::Playing {
   Subscription told_;
   Subscription server_;
   std::unique_ptr<pa_stream, StreamEnd> stream_;
+  pa_cvolume volume_{};  // of the stream, when last looked at
   PulseOperation looking_;
   PulseOperation draining_;
   Timer deadline_;
