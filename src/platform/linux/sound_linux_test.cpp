@@ -137,6 +137,10 @@ TEST_F(SoundServerTest, TheAlarmIsLoudAllTheTimeAlsoWhenTheLoopIsBusyAndSomebody
   recorded = monitor->all();
   EXPECT_GT(quieter(20000, recorded, before), 0U) << "nothing was turned down";
   EXPECT_LT(quieter(20000, recorded, before), second / 2);
+  bash("pactl set-sink-volume out 50%; pactl set-sink-input-volume " + own + " 5%");
+  const auto loudOutput = [] { return bash("pactl get-sink-volume out | grep -q 100%") == 0; };
+  EXPECT_FALSE(runUntil(scheduler, loudOutput, 300ms)) << "that is not the player's to turn up";
+  bash("pactl set-sink-volume out 100%");  // PipeWire remembers
   playing.reset();
   EXPECT_TRUE(runUntil(
       scheduler, [&] { return !heard(); }, 600ms))
