@@ -2,9 +2,9 @@
 
 #include <algorithm>
 #include <array>
-#include <charconv>
 
 #include "app/command_line_triggers.h"
+#include "app/typed_number.h"
 #include "base/uuid.h"
 
 namespace brindle {
@@ -15,13 +15,6 @@ using Mode = CommandLine::Mode;
 
 Failure<std::string> wrong(std::string why) { return Failure<std::string>(std::move(why)); }
 
-std::optional<std::int64_t> wholeNumber(std::string_view text) {
-  std::int64_t number = 0;
-  const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), number);
-  if (error != std::errc() || end != text.data() + text.size()) return std::nullopt;
-  return number;
-}
-
 Read readSetup(Request request, std::span<const std::string_view> rest) {
   if (rest.size() == 1 && rest[0] == "--replace-pin") {
     request.replacePin = true;
@@ -30,7 +23,7 @@ Read readSetup(Request request, std::span<const std::string_view> rest) {
   for (; !rest.empty(); rest = rest.subspan(2)) {
     if (rest.size() < 2) return wrong(std::string(rest[0]) + " needs a value");
     if (rest[0] == "--alert-delay") {
-      request.alertDelay = wholeNumber(rest[1]);
+      request.alertDelay = typedNumber(rest[1]);
       if (!request.alertDelay) return wrong("--alert-delay takes whole seconds");
     } else if (rest[0] == "--start-at-login" && (rest[1] == "yes" || rest[1] == "no")) {
       request.startAtLogin = rest[1] == "yes";

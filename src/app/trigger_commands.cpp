@@ -1,7 +1,6 @@
 #include "app/trigger_commands.h"
 
-#include <array>
-#include <charconv>
+#include "app/typed_number.h"
 
 namespace brindle {
 namespace {
@@ -16,13 +15,6 @@ Reply saying(std::string text, int exitCode = exit_code::done) {
 Reply failing(std::string text) { return saying(std::move(text) + "\n", exit_code::failed); }
 
 Reply notStored() { return failing("That could not be stored."); }
-
-std::optional<std::int64_t> wholeNumber(std::string_view text) {
-  std::int64_t number = 0;
-  const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), number);
-  if (error != std::errc() || end != text.data() + text.size()) return std::nullopt;
-  return number;
-}
 
 bool* settingNamed(AlarmSettings& settings, std::string_view name) {
   if (name == "unplugged") return &settings.unplugged;
@@ -142,7 +134,7 @@ Reply TriggerCommands::addTime(const std::string& clockAndDays) {
 
 Reply TriggerCommands::changeTime(const Request& request) {
   auto times = triggers_.schedule().times();
-  const auto number = wholeNumber(request.value);
+  const auto number = typedNumber(request.value);
   if (!number || *number < 1 || *number > static_cast<std::int64_t>(times.size())) {
     return failing("There is no such time. \"brindle schedule\" shows their numbers.");
   }
@@ -159,7 +151,7 @@ Reply TriggerCommands::changeTime(const Request& request) {
 Reply TriggerCommands::idle(const Request& request) {
   if (request.target.empty()) return saying(idleText(facts()));
   const auto minutes =
-      request.target == "off" ? std::optional<std::int64_t>(0) : wholeNumber(request.target);
+      request.target == "off" ? std::optional<std::int64_t>(0) : typedNumber(request.target);
   if (!minutes || *minutes < 0 || *minutes > IdleCheckIn::longestMinutes) {
     return failing("Minutes are 1 to " + std::to_string(IdleCheckIn::longestMinutes) + ", or off.");
   }

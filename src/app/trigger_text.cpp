@@ -4,9 +4,9 @@
 
 #include <algorithm>
 #include <array>
-#include <charconv>
 
 #include "app/command_text.h"
+#include "app/typed_number.h"
 #include "triggers/turn_on_schedule.h"
 
 namespace brindle {
@@ -71,11 +71,9 @@ std::optional<std::set<int>> oneDay(std::string_view typed) {
 }
 
 std::optional<int> twoDigits(std::string_view text, int most) {
-  int number = 0;
-  const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), number);
-  const bool whole = error == std::errc() && end == text.data() + text.size();
-  if (!whole || text.size() > 2 || number < 0 || number > most) return std::nullopt;
-  return number;
+  const auto number = typedNumber(text);
+  if (!number || text.size() > 2 || *number < 0 || *number > most) return std::nullopt;
+  return static_cast<int>(*number);
 }
 
 std::string soundingLine(const TriggerFacts& facts) {
