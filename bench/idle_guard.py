@@ -1,17 +1,19 @@
 #!/usr/bin/env python3
 """What `brindle guard` costs while it is on and nobody is there: wake-ups and resident memory.
 
-    tests/peers/real-logind tests/peers/keyring bench/idle_guard.py BUILD [SECONDS [EVENTS]] [--signed-in] [--mappings]
+    tests/peers/real-logind tests/peers/keyring bench/idle_guard.py BUILD [SECONDS [EVENTS]] [--signed-in] [--alarm] [--mappings]
 
-BUILD is a build folder of the preset "bench". Signed in, to the scripted alert service on this machine, it checks in.
+BUILD is a build folder of the preset "bench". With an alarm it stays awake for the lid and a made-up adapter, told by the
+real UPower (without: the lid is polled, as nobody tells it). Signed in, to the scripted alert service on this machine, it checks in.
 A wake-up is a context switch of any of its threads; the kernel counts them in /proc.
 """
-import glob, re, signal, subprocess, sys, time
+import glob, os, re, signal, subprocess, sys, time
 
 from guard_tools import DATA, PIN, Service, command, set_up, sign_in, start_guard, wait_until
 
 numbers = [int(each) for each in sys.argv[2:] if each.isdigit()] + [60, 0]
 BRINDLE, SECONDS, EVENTS = sys.argv[1] + "/src/app/brindle", numbers[0], numbers[1] if len(numbers) > 3 else 0
+PEERS = os.path.join(os.path.dirname(os.path.abspath(__file__)), "../tests/peers")
 SERVICE = Service(sys.argv[1]) if "--signed-in" in sys.argv else None
 
 
@@ -76,6 +78,11 @@ def peer(function):
 set_up(BRINDLE, EVENTS)
 if SERVICE:
     sign_in(BRINDLE, SERVICE)
+if "--alarm" in sys.argv:
+    upower = subprocess.Popen(["/usr/bin/python3", PEERS + "/upower"], stdin=subprocess.PIPE, stdout=subprocess.PIPE, text=True)
+    upower.stdout.readline()
+    for setting in "unplugged", "lid", "unconfirmed", "awake":
+        command(BRINDLE, "alarm", setting, "on", typed=PIN + "\n")
 guard = start_guard(BRINDLE)
 try:
     command(BRINDLE, "on")
@@ -93,3 +100,5 @@ finally:
     guard.wait()
     if SERVICE:
         SERVICE.end()
+    if "--alarm" in sys.argv:
+        upower.communicate("quit\n")
