@@ -30,7 +30,7 @@ struct Machine {
   DbusLink system{scheduler, Log(lines), DbusBus::system};
   DbusLink session{scheduler, Log(lines), DbusBus::session};
   LogindSession logind{system, Log(lines)};
-  LinuxPowerSource power{system, logind, Log(lines)};
+  LinuxPowerSource power{system, logind, Log(lines), /*lid=*/true};
   LinuxPowerAssertions awake{logind, session, Log(lines)};
   std::vector<PowerReading> told;
   const Subscription changes = power.onChange([this] {

@@ -21,8 +21,8 @@ PowerReading readingOf(const Upower::Told& told) {
 
 }  // namespace
 
-LinuxPowerSource::LinuxPowerSource(DbusLink& system, LogindSession& logind, Log log)
-    : scheduler_(system.scheduler()), upower_(system, log), logind_(logind.manager()) {
+LinuxPowerSource::LinuxPowerSource(DbusLink& system, LogindSession& logind, Log log, bool lid)
+    : scheduler_(system.scheduler()), upower_(system, log), logind_(logind.manager()), lid_(lid) {
   told_ = upower_.onChange([this] { upowerChanged(); });
   logindPresence_ = logind_.onPresence([this](bool present) { logindChanged(present); });
   system.settle(startTime);
@@ -53,7 +53,7 @@ void LinuxPowerSource::refresh() {
 }
 
 void LinuxPowerSource::askLogind() {
-  if (teller_ == Teller::upower || asking_ || !logind_.present()) return;
+  if (teller_ == Teller::upower || !lid_ || asking_ || !logind_.present()) return;
   asking_ = true;
   logind_.call(
       "/org/freedesktop/login1", dbusPropertiesInterface, "Get",

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "base/lifetime.h"
+#include "platform/linux/lid_switch.h"
 #include "platform/linux/logind_session.h"
 #include "platform/linux/upower.h"
 #include "platform/power_source.h"
@@ -15,11 +16,15 @@ class LinuxPowerSource final : public PowerSource {
   /// adapter that is pulled meanwhile is a change from known to known; afterwards nothing is known.
   static constexpr std::chrono::seconds restartTime{3};
 
-  LinuxPowerSource(DbusLink& system, LogindSession& logind, Log log);
+  /// `lid`: this machine has one. logind says "open" of a lid that is not there as well, and would
+  /// be asked each second for nothing.
+  LinuxPowerSource(DbusLink& system, LogindSession& logind, Log log, bool lid = hasLidSwitch());
 
   PowerReading read() const override { return reading_; }
   bool hasBattery() const override { return battery_; }
-  bool tellsLid() const override { return teller_ == Teller::upower || !logind_.present(); }
+  bool tellsLid() const override {
+    return teller_ == Teller::upower || !lid_ || !logind_.present();
+  }
   void refresh() override;
   [[nodiscard]] Subscription onChange(std::function<void()> changed) override {
     return changes_.add(std::move(changed));
@@ -37,6 +42,7 @@ class LinuxPowerSource final : public PowerSource {
   Scheduler& scheduler_;
   Upower upower_;
   DbusService& logind_;
+  const bool lid_;
   Teller teller_ = Teller::nobody;
   PowerReading reading_;
   bool battery_ = false;
