@@ -162,10 +162,17 @@ def main():
     check(desktop_pid() is not None and program.poll() is None, "SIGTERM by a person is refused while on")
     code, said = in_terminal("history", "--json")
     check(code == 0 and left[0]["id"] in said, f"history after proof ({code})")
-    menu_bar.choose("Turn Brindle off")
     checks = "xdotool search --onlyvisible --name '^Brindle$'"  # the one for quitting is still there
-    until(lambda: len(sh(checks).stdout.split()) == 2, "turning off asks who it is")
-    sh(f"xdotool windowfocus $({checks} | tail -1)")
+    before = until(lambda: sh(checks).stdout.split(), "quitting asks who it is")
+
+    def asked():
+        # The menu is made anew with each change, and an entry of the one before is nothing any more.
+        menu_bar.choose("Turn Brindle off")
+        time.sleep(0.5)
+        return [each for each in sh(checks).stdout.split() if each not in before]
+
+    opened = until(asked, "turning off asks, too")
+    sh(f"xdotool windowfocus {opened[0]}")
     time.sleep(0.3)
     type_pin(PIN)
     until(lambda: "armedAt" not in state(), "off, by PIN and Return")
